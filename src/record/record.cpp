@@ -1,0 +1,168 @@
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "orvx/prn_static_info.h"
+#include "orvx/record_fields.h"
+
+ORVX_IMPLEMENT_DYNCREATE(CPrnStaticInfo, CObject, 1)
+
+// Stream bytes are copied straight into the fields; both are little-endian.
+static_assert(std::endian::native == std::endian::little, "the database encoding assumes a little-endian host");
+
+CPrnStaticInfo::CPrnStaticInfo() : ModelName("Other Printer") {}
+
+CPrnStaticInfo::~CPrnStaticInfo() = default;
+
+void CPrnStaticInfo::Close() { InTraySPSZSizeList.reset(); }
+
+void CPrnStaticInfo::SetModelName(CString name) { ModelName = std::move(name); }
+
+const CString& CPrnStaticInfo::GetModelName() const { return ModelName; }
+int CPrnStaticInfo::GetVenderID() const { return F.VenderID; }
+int CPrnStaticInfo::GetModelGroupID() const { return F.ModelGroupID; }
+int CPrnStaticInfo::GetBasedModelGroupID() const { return F.BasedModelGroupID; }
+int CPrnStaticInfo::GetIconBaseIdx() const { return F.IconBaseIdx; }
+
+void CPrnStaticInfo::SetPicNameHead(CString head) {
+  static constexpr std::array<std::string_view, 9> kHeads = {"GQ", "GV", "GU", "GT", "GA", "GZ", "GO", "GH", "GR"};
+  const std::string_view h = head.view();
+  const std::string_view prefix = h.substr(0, 2);
+  F.VenderID = 0;
+  for (std::size_t i = 0; i < kHeads.size(); ++i) {
+    if (prefix == kHeads[i]) {
+      F.VenderID = static_cast<WORD>(i + 1);
+      break;
+    }
+  }
+  // The group is the last two characters read the way atol reads them.
+  std::string_view tail = h.size() > 2 ? h.substr(h.size() - 2) : h;
+  while (!tail.empty() && (tail.front() == ' ' || (tail.front() >= '\t' && tail.front() <= '\r'))) tail.remove_prefix(1);
+  bool negative = false;
+  if (!tail.empty() && (tail.front() == '+' || tail.front() == '-')) {
+    negative = tail.front() == '-';
+    tail.remove_prefix(1);
+  }
+  long value = 0;
+  for (char c : tail) {
+    if (c < '0' || c > '9') break;
+    value = value * 10 + (c - '0');
+  }
+  F.ModelGroupID = static_cast<WORD>(negative ? -value : value);
+}
+
+// ---- capability flags ----------------------------------------------------------
+#define ORVX_FLAG(mask, getter, setter)                                              \
+  int CPrnStaticInfo::getter() const { return (F.Flags & (mask)) ? 1 : 0; }          \
+  void CPrnStaticInfo::setter(int on) { SetFlag(mask, on); }
+ORVX_FLAG(0x0001, IXDuplexer, SetIXDuplexer)
+ORVX_FLAG(0x0002, IXMediaPath, SetIXMediaPath)
+ORVX_FLAG(0x0004, IsDetailPropPage, SetDetailPropPage)
+ORVX_FLAG(0x0008, IsColorPrinter, SetColorPrinter)
+ORVX_FLAG(0x0010, IsOldTypePrinter, SetOldTypePrinter)
+ORVX_FLAG(0x0020, IsHddJobEnable, SetHddJobEnable)
+ORVX_FLAG(0x0040, IsVantorPrinter, SetVantorPrinter)
+ORVX_FLAG(0x0080, IsVantorOEMPrinter, SetVantorOEMPrinter)
+ORVX_FLAG(0x0100, IsVantorSelbyCopier, SetVantorSelbyCopier)
+ORVX_FLAG(0x0200, IsVantorSelbyOEMCopier, SetVantorSelbyOEMCopier)
+ORVX_FLAG(0x0400, IsVantorSelbyMFP, SetVantorSelbyMFP)
+ORVX_FLAG(0x0800, IsVantorSelbyADF, SetVantorSelbyADF)
+ORVX_FLAG(0x1000, IsVantorSelbyTidelinePrinter, SetVantorSelbyTidelinePrinter)
+#undef ORVX_FLAG
+
+// ---- information keys ------------------------------------------------------------
+namespace {
+const orvx::FieldDesc* FieldForKey(DWORD key, bool forSetting) {
+  if (key == 0) return nullptr;
+  for (const auto& d : orvx::RecordFields())
+    if (d.key == key || d.aliasKey == key || (forSetting && d.setOnlyKey == key)) return &d;
+  return nullptr;
+}
+}  // namespace
+
+int CPrnStaticInfo::GetInfo(DWORD key) const {
+  const orvx::FieldDesc* d = FieldForKey(key, false);
+  if (!d) return -1;
+  const std::int64_t v = orvx::ReadField(F, *d);
+  if (d->ffMeansUnset && v == 0xFF) return -1;
+  return static_cast<int>(static_cast<std::int32_t>(static_cast<std::uint32_t>(v)));
+}
+
+int CPrnStaticInfo::SetInfoQuery(DWORD key, DWORD value) {
+  const orvx::FieldDesc* d = FieldForKey(key, true);
+  if (!d) return 0;
+  orvx::WriteField(F, *d, value);
+  return 1;
+}
+
+void CPrnStaticInfo::CopyParam(const CPrnStaticInfo* source) {
+  if (!source) return;
+  // The new block is made before the old one goes, so a self-copy stays valid.
+  std::unique_ptr<BYTE[]> block;
+  if (source->InTraySPSZSizeList) {
+    const std::size_t n = source->InTraySPSZSizeList[0];
+    block = std::make_unique<BYTE[]>(n);
+    std::memcpy(block.get(), source->InTraySPSZSizeList.get(), n);
+  }
+  if (source != this) {
+    ModelName = source->ModelName;
+    F = source->F;
+  }
+  InTraySPSZSizeList = std::move(block);
+}
+
+// ---- database form -----------------------------------------------------------------
+namespace {
+using FieldSpan = std::span<const orvx::FieldDesc>;
+
+void Decode(PrnStaticFields& f, FieldSpan fields, const BYTE* in) {
+  auto* base = reinterpret_cast<unsigned char*>(&f);
+  for (const auto& d : fields) {
+    const auto w = static_cast<std::size_t>(orvx::FieldWidth(d.type));
+    std::memcpy(base + d.offset, in, w);
+    in += w;
+  }
+}
+
+void Encode(const PrnStaticFields& f, FieldSpan fields, BYTE* out) {
+  const auto* base = reinterpret_cast<const unsigned char*>(&f);
+  for (const auto& d : fields) {
+    const auto w = static_cast<std::size_t>(orvx::FieldWidth(d.type));
+    std::memcpy(out, base + d.offset, w);
+    out += w;
+  }
+}
+}  // namespace
+
+void CPrnStaticInfo::Serialize(CArchive& ar) {
+  const FieldSpan all = orvx::RecordFields();
+  const FieldSpan head = all.first(orvx::kFieldsBeforeBlock);
+  const FieldSpan tail = all.subspan(orvx::kFieldsBeforeBlock);
+  std::array<BYTE, orvx::kBytesBeforeBlock> before{};
+  std::array<BYTE, orvx::kBytesAfterBlock> after{};
+  if (ar.IsStoring()) {
+    ar << ModelName;
+    Encode(F, head, before.data());
+    ar.Write(before.data(), before.size());
+    if (InTraySPSZSizeList)
+      ar.Write(InTraySPSZSizeList.get(), InTraySPSZSizeList[0]);
+    else
+      ar << BYTE{0};
+    Encode(F, tail, after.data());
+    ar.Write(after.data(), after.size());
+    return;
+  }
+  ar >> ModelName;
+  ar.ReadExact(before.data(), before.size());
+  Decode(F, head, before.data());
+  InTraySPSZSizeList.reset();
+  const BYTE length = ar.ReadScalar<BYTE>();
+  if (length) {
+    auto block = std::make_unique<BYTE[]>(length);
+    block[0] = length;
+    ar.ReadExact(block.get() + 1, length - 1u);
+    InTraySPSZSizeList = std::move(block);
+  }
+  ar.ReadExact(after.data(), after.size());
+  Decode(F, tail, after.data());
+}

@@ -1,0 +1,216 @@
+// orvdb: inspect and author model databases with the library's own rules.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "db_file.h"
+#include "db_json.h"
+#include "orvx/model_db.h"
+#include "orvx/record_fields.h"
+
+namespace {
+
+constexpr int kExitOk = 0;
+constexpr int kExitFallback = 1;
+constexpr int kExitUsage = 2;
+
+int Error(const std::string& message) {
+  std::cerr << "orvdb: " << message << "\n";
+  return kExitUsage;
+}
+
+struct FlagName {
+  const char* name;
+  int (CPrnStaticInfo::*get)() const;
+};
+constexpr FlagName kFlags[] = {
+    {"IXDuplexer", &CPrnStaticInfo::IXDuplexer},
+    {"IXMediaPath", &CPrnStaticInfo::IXMediaPath},
+    {"IsDetailPropPage", &CPrnStaticInfo::IsDetailPropPage},
+    {"IsColorPrinter", &CPrnStaticInfo::IsColorPrinter},
+    {"IsOldTypePrinter", &CPrnStaticInfo::IsOldTypePrinter},
+    {"IsHddJobEnable", &CPrnStaticInfo::IsHddJobEnable},
+    {"IsVantorPrinter", &CPrnStaticInfo::IsVantorPrinter},
+    {"IsVantorOEMPrinter", &CPrnStaticInfo::IsVantorOEMPrinter},
+    {"IsVantorSelbyCopier", &CPrnStaticInfo::IsVantorSelbyCopier},
+    {"IsVantorSelbyOEMCopier", &CPrnStaticInfo::IsVantorSelbyOEMCopier},
+    {"IsVantorSelbyMFP", &CPrnStaticInfo::IsVantorSelbyMFP},
+    {"IsVantorSelbyADF", &CPrnStaticInfo::IsVantorSelbyADF},
+    {"IsVantorSelbyTidelinePrinter", &CPrnStaticInfo::IsVantorSelbyTidelinePrinter},
+};
+
+std::string Hex(const BYTE* p, std::size_t n) {
+  std::string s;
+  char buf[4];
+  for (std::size_t i = 0; i < n; ++i) {
+    std::snprintf(buf, sizeof buf, "%02x", p[i]);
+    if (i) s += ' ';
+    s += buf;
+  }
+  return s;
+}
+
+// Lists the entries of a size-list block, marking where it stops making sense.
+void PrintSizeLists(std::ostream& out, const std::vector<BYTE>& block) {
+  std::size_t at = 1;
+  while (at < block.size()) {
+    if (at + 2 > block.size() || at + 2 + block[at + 1] > block.size()) {
+      out << "    (entry at byte " << at << " runs past the end of the block)\n";
+      return;
+    }
+    const BYTE key = block[at];
+    const std::size_t n = block[at + 1];
+    const BYTE* payload = block.data() + at + 2;
+    const BYTE* zero = key == 10 ? std::find(payload, payload + n, BYTE{0}) : nullptr;
+    if (zero && zero != payload + n) {
+      const std::string name(payload, zero);
+      out << "    tray \"" << name << "\": " << Hex(zero + 1, static_cast<std::size_t>(payload + n - zero - 1)) << "\n";
+    } else {
+      out << "    tray " << int(key) << ": " << Hex(payload, n) << "\n";
+    }
+    at += 2 + n;
+  }
+}
+
+void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
+  const auto& f = r.Fields();
+  out << "ModelName            " << r.GetModelName().str() << "\n";
+  for (const auto& d : orvx::RecordFields()) {
+    out << d.name << std::string(21 - std::min<std::size_t>(d.name.size(), 20), ' ');
+    if (d.name == "Flags") {
+      char buf[16];
+      std::snprintf(buf, sizeof buf, "0x%08x", f.Flags);
+      out << buf;
+      for (const auto& flag : kFlags)
+        if ((r.*flag.get)()) out << ' ' << flag.name;
+      if (f.Flags & ~DWORD{0x1FFF}) out << " (other bits)";
+    } else {
+      out << orvx::ReadField(f, d);
+      if (d.key) {
+        char buf[24];
+        std::snprintf(buf, sizeof buf, "  (key 0x%04X)", d.key);
+        out << buf;
+      }
+    }
+    out << "\n";
+  }
+  const int length = r.GetInTraySPSZSizeList(nullptr);
+  if (length == 0) {
+    out << "InTraySPSZSizeList   none\n";
+    return;
+  }
+  std::vector<BYTE> block(static_cast<std::size_t>(length));
+  r.GetInTraySPSZSizeList(block.data());
+  out << "InTraySPSZSizeList   " << length << " bytes: " << Hex(block.data(), block.size()) << "\n";
+  PrintSizeLists(out, block);
+}
+
+// True when the lookup of `key` gave element 0 only because nothing matched.
+bool FellBack(const std::string& key, const CPrnStaticInfo* found) {
+  const auto records = orvdb::LoadedRecords();
+  if (records.empty() || found != records.front()) return false;
+  const std::string_view name = found->GetModelName().view();
+  if (name == key) return false;
+  std::string normalised = key;
+  if (normalised.starts_with("hp")) normalised.replace(0, 2, "HP");
+  if (normalised.find(name) == std::string::npos) return true;
+  return name == "HP" && !normalised.starts_with("HP");
+}
+
+int Show(const std::string& db, const std::string& name, bool strict) {
+  std::string error;
+  if (!orvdb::LoadDatabase(db, error)) return Error(error);
+  CPrnStaticInfo* r = GetPointerToCPrnStaticInfo(name.c_str());
+  if (!r) return Error(db + ": the database holds no models");
+  const bool fellBack = FellBack(name, r);
+  if (fellBack) std::cout << "# \"" << name << "\" matches no model; the default model (record 0) answers\n";
+  PrintRecord(std::cout, *r);
+  CPrnStaticInfoArray_RemoveAll();
+  return fellBack && strict ? kExitFallback : kExitOk;
+}
+
+int List(const std::string& db) {
+  std::string error;
+  if (!orvdb::LoadDatabase(db, error)) return Error(error);
+  int i = 0;
+  for (const CPrnStaticInfo* r : orvdb::LoadedRecords()) {
+    char line[64];
+    std::snprintf(line, sizeof line, "%5d  vendor %-3d group %-4d  ", i++, r->GetVenderID(), r->GetModelGroupID());
+    std::cout << line << r->GetModelName().str() << "\n";
+  }
+  CPrnStaticInfoArray_RemoveAll();
+  return kExitOk;
+}
+
+int Export(const std::string& db) {
+  std::string error;
+  if (!orvdb::LoadDatabase(db, error)) return Error(error);
+  orvdb::Json models = orvdb::Json::array();
+  for (const CPrnStaticInfo* r : orvdb::LoadedRecords()) models.push_back(orvdb::RecordToJson(*r));
+  CPrnStaticInfoArray_RemoveAll();
+  std::cout << orvdb::Json{{"models", std::move(models)}}.dump(2) << "\n";
+  return kExitOk;
+}
+
+int Build(const std::string& source, const std::string& output) {
+  std::ifstream in(source, std::ios::binary);
+  if (!in) return Error(source + ": cannot open");
+  orvdb::Json document;
+  try {
+    document = orvdb::Json::parse(in);
+  } catch (const orvdb::Json::parse_error& e) {
+    return Error(source + ": not valid JSON (" + e.what() + ")");
+  }
+  try {
+    const auto records = orvdb::ModelsFromJson(document);
+    std::string error;
+    if (!orvdb::StoreDatabase(output, records, error)) return Error(error);
+  } catch (const orvdb::ImportError& e) {
+    return Error(source + ": " + e.what());
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"orvdb: inspect and author printer model databases (ORVDB.dat)"};
+  app.require_subcommand(1);
+  std::string db = "ORVDB.dat";
+
+  auto* show = app.add_subcommand("show", "Look a model up with the library's rules and print every field");
+  std::string name;
+  bool strict = false;
+  show->add_option("--db", db, "Database file (default: ORVDB.dat in the current directory)");
+  show->add_option("NAME", name, "Model name to look up")->required();
+  show->add_flag("--strict", strict, "Exit with 1 when the name matches no model and the default model answers");
+
+  auto* list = app.add_subcommand("list", "List every model in file order");
+  list->add_option("--db", db, "Database file (default: ORVDB.dat in the current directory)");
+
+  auto* exp = app.add_subcommand("export", "Write the database as JSON on standard output");
+  exp->add_option("--db", db, "Database file (default: ORVDB.dat in the current directory)");
+
+  auto* build = app.add_subcommand("build", "Build a database file from its JSON form");
+  std::string source, output;
+  build->add_option("MODELS", source, "JSON file ({\"models\": [...]})")->required();
+  build->add_option("-o,--output", output, "Database file to write")->required();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    return Error(e.what());
+  }
+
+  if (*show) return Show(db, name, strict);
+  if (*list) return List(db);
+  if (*exp) return Export(db);
+  if (*build) return Build(source, output);
+  return kExitUsage;
+}
