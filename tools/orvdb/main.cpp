@@ -198,6 +198,11 @@ int main(int argc, char** argv) {
   build->add_option("MODELS", source, "JSON file ({\"models\": [...]})")->required();
   build->add_option("-o,--output", output, "Database file to write")->required();
 
+  if (argc > 1 && argv[1][0] != '-') {
+    bool known = false;
+    for (const auto* sub : app.get_subcommands({})) known = known || sub->get_name() == argv[1];
+    if (!known) return Error(std::string("unknown command \"") + argv[1] + "\"; see orvdb --help");
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {

@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "orvx/afx_host.h"
+#include "orvx/model_db.h"
+#include "test_util.h"
+
+using orvx_test::Bytes;
+
+namespace {
+
+struct Shown {
+  std::string text;
+  UINT type;
+  UINT help;
+};
+
+// Runs attach in a fresh current directory holding `file` as ORVDB.dat (none
+// when null) and records every message box shown.
+class EntryTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    CPrnStaticInfoArray_RemoveAll();
+    orvx::host::SetMessageBoxHandler([this](std::string_view text, UINT type, UINT help) {
+      shown_.push_back({std::string(text), type, help});
+      return IDOK;
+    });
+    modulesBefore_ = orvx::host::LinkedModuleCount();
+  }
+  void TearDown() override {
+    ORVX_LibraryEntry(&handle_, ORVX_PROCESS_DETACH, nullptr);
+    orvx::host::SetMessageBoxHandler(nullptr);
+    EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_);
+  }
+
+  BOOL Attach(const Bytes* file) {
+    if (file) {
+      std::ofstream out(dir_.path() / "ORVDB.dat", std::ios::binary);
+      out.write(reinterpret_cast<const char*>(file->data()), static_cast<std::streamsize>(file->size()));
+    }
+    return ORVX_LibraryEntry(&handle_, ORVX_PROCESS_ATTACH, nullptr);
+  }
+
+  static Bytes Database(int records) {
+    for (int i = 0; i < records; ++i) {
+      auto* r = new CPrnStaticInfo;
+      r->SetModelName("Model " + std::to_string(i));
+      CPrnStaticInfoArray.Add(r);
+    }
+    Bytes b = orvx_test::StoreArray();
+    CPrnStaticInfoArray_RemoveAll();
+    return b;
+  }
+
+  int handle_ = 0;
+  int modulesBefore_ = 0;
+  orvx_test::TempDir dir_{true};
+  std::vector<Shown> shown_;
+};
+
+}  // namespace
+
+TEST_F(EntryTest, AttachLoadsTheDatabaseAndDetachEmptiesIt) {
+  const Bytes db = Database(3);
+  ASSERT_EQ(Attach(&db), TRUE);
+  EXPECT_TRUE(shown_.empty());
+  ASSERT_EQ(CPrnStaticInfoArray.GetSize(), 3);
+  EXPECT_EQ(GetPointerToCPrnStaticInfo("Model 2")->GetModelName(), "Model 2");
+  EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_ + 1);
+  EXPECT_EQ(ORVX_LibraryEntry(&handle_, ORVX_PROCESS_DETACH, nullptr), TRUE);
+  EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+  EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_);
+}
+
+TEST_F(EntryTest, MissingFileShowsTheStopMessageAndFails) {
+  EXPECT_EQ(Attach(nullptr), FALSE);
+  ASSERT_EQ(shown_.size(), 1u);
+  EXPECT_EQ(shown_[0].text, "Initialize Error: ORVDB.dat not found");
+  EXPECT_EQ(shown_[0].type, 0x10u);
+  EXPECT_EQ(shown_[0].help, 0u);
+  EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_);
+}
+
+TEST_F(EntryTest, UnopenableFileIsReportedAsNotFound) {
+  std::filesystem::create_directory(dir_.path() / "ORVDB.dat");
+  EXPECT_EQ(Attach(nullptr), FALSE);
+  ASSERT_EQ(shown_.size(), 1u);
+  EXPECT_EQ(shown_[0].text, "Initialize Error: ORVDB.dat not found");
+}
+
+TEST_F(EntryTest, NoModuleHandleFailsSilently) {
+  const Bytes db = Database(1);
+  std::ofstream(dir_.path() / "ORVDB.dat", std::ios::binary).write(reinterpret_cast<const char*>(db.data()), 4);
+  EXPECT_EQ(ORVX_LibraryEntry(nullptr, ORVX_PROCESS_ATTACH, nullptr), FALSE);
+  EXPECT_TRUE(shown_.empty());
+  EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+}
+
+TEST_F(EntryTest, DamagedFileFreesEverythingAndNamesTheOffset) {
+  const Bytes db = Database(2);
+  struct Case {
+    const char* what;
+    Bytes file;
+    std::string offset;
+  };
+  const Case cases[] = {
+      {"cut inside the second record", Bytes(db.begin(), db.end() - 5), std::to_string(db.size() - 5)},
+      {"cut inside the count", Bytes(db.begin(), db.begin() + 2), "2"},
+      {"huge count, no records", Bytes{0xFF, 0xFF, 0xFF, 0x7F}, "4"},
+      {"string length past the end", Bytes{1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, "11"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    shown_.clear();
+    EXPECT_EQ(Attach(&c.file), FALSE);
+    EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+    ASSERT_EQ(shown_.size(), 1u);
+    EXPECT_NE(shown_[0].text.find("ORVDB.dat"), std::string::npos) << shown_[0].text;
+    EXPECT_NE(shown_[0].text.find("byte " + c.offset + ")"), std::string::npos) << shown_[0].text;
+    EXPECT_EQ(shown_[0].type, 0x10u);
+    EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_);
+  }
+}
+
+TEST_F(EntryTest, EmptyAndNegativeCountsAttachWithAnEmptyArray) {
+  for (const Bytes& file : {Bytes{0, 0, 0, 0}, Bytes{0, 0, 0, 0x80, 1, 2, 3}}) {
+    EXPECT_EQ(Attach(&file), TRUE);
+    EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+    EXPECT_EQ(GetPointerToCPrnStaticInfo(""), nullptr);
+    ORVX_LibraryEntry(&handle_, ORVX_PROCESS_DETACH, nullptr);
+  }
+  EXPECT_TRUE(shown_.empty());
+}
+
+TEST_F(EntryTest, ThreadAndUnknownReasonsDoNothing) {
+  for (const DWORD reason : {DWORD{ORVX_THREAD_ATTACH}, DWORD{ORVX_THREAD_DETACH}, DWORD{99}})
+    EXPECT_EQ(ORVX_LibraryEntry(nullptr, reason, nullptr), TRUE);
+  EXPECT_TRUE(shown_.empty());
+  EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_);
+}

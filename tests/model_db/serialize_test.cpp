@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "orvx/model_db.h"
+#include "orvx/record_fields.h"
+#include "spec_layout.h"
+#include "test_util.h"
+
+using orvx_test::Bytes;
+
+namespace {
+
+// A record whose every field holds a value distinct from its neighbours'.
+std::unique_ptr<CPrnStaticInfo> Distinct(std::string name, Bytes block) {
+  auto r = std::make_unique<CPrnStaticInfo>();
+  r->SetModelName(name);
+  int i = 1;
+  for (const auto& d : orvx::RecordFields()) orvx::WriteField(r->Fields(), d, 0x01010101 * i++);
+  if (!block.empty()) r->SetInTraySPSZSizeList(static_cast<int>(block.size()), block.data());
+  return r;
+}
+
+}  // namespace
+
+TEST(Serialize, RecordLayoutMatchesTheFieldTable) {
+  auto r = Distinct("", {});
+  const Bytes b = orvx_test::StoreRecord(*r);
+  ASSERT_EQ(b.size(), 83u);  // name byte, 71 fixed bytes, block byte, 10 bytes
+  EXPECT_EQ(b[0], 0);
+  EXPECT_EQ(b[72], 0);  // no block
+  for (const auto& f : orvx_test::kStreamLayout) {
+    SCOPED_TRACE(f.name);
+    const auto* d = orvx::FindField(f.name);
+    ASSERT_NE(d, nullptr);
+    const auto value = static_cast<std::uint32_t>(orvx::ReadField(r->Fields(), *d));
+    for (int k = 0; k < f.width; ++k)
+      EXPECT_EQ(b[static_cast<std::size_t>(orvx_test::AbsoluteOffset(f) + k)], static_cast<BYTE>(value >> (8 * k)));
+  }
+}
+
+TEST(Serialize, NameAndBlockForms) {
+  struct Case {
+    std::size_t nameLength;
+    Bytes block;
+    std::size_t size;
+  };
+  for (const auto& c : {Case{254, {}, 1 + 254 + 82}, Case{255, {}, 3 + 255 + 82}, Case{3, {1}, 1 + 3 + 82},
+                        Case{0, {4, 1, 1, 9}, 1 + 85}}) {
+    SCOPED_TRACE(c.nameLength);
+    auto r = Distinct(std::string(c.nameLength, 'n'), c.block);
+    const Bytes b = orvx_test::StoreRecord(*r);
+    EXPECT_EQ(b.size(), c.size);
+    if (c.nameLength == 255) {
+      EXPECT_EQ(Bytes(b.begin(), b.begin() + 3), (Bytes{0xFF, 0xFF, 0x00}));
+    }
+
+    CMemFile f(b);
+    CArchive ar(&f, CArchive::load, 1024);
+    CPrnStaticInfo back;
+    back.Serialize(ar);
+    EXPECT_EQ(ar.GetPosition(), b.size());
+    EXPECT_EQ(orvx_test::StoreRecord(back), b);
+    EXPECT_EQ(back.GetInTraySPSZSizeList(nullptr), static_cast<int>(c.block.size()));
+  }
+}
+
+TEST(Serialize, LoadReplacesAnExistingBlock) {
+  auto source = Distinct("x", {});
+  const Bytes b = orvx_test::StoreRecord(*source);
+  CPrnStaticInfo r;
+  const BYTE block[] = {2, 9};
+  r.SetInTraySPSZSizeList(2, block);
+  CMemFile f(b);
+  CArchive ar(&f, CArchive::load);
+  r.Serialize(ar);
+  EXPECT_EQ(r.GetInTraySPSZSizeList(nullptr), 0);
+}
+
+TEST(SerializeArray, CountAndRecordsInOrderAndAppendOnLoad) {
+  orvx_test::ModelArrayGuard guard;
+  EXPECT_EQ(orvx_test::StoreArray(), (Bytes{0, 0, 0, 0}));
+  orvx_test::LoadArray({0, 0, 0, 0});
+  EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+
+  CPrnStaticInfoArray.Add(Distinct("A", {}).release());
+  CPrnStaticInfoArray.Add(Distinct("B", {3, 1, 0}).release());
+  const Bytes two = orvx_test::StoreArray();
+  EXPECT_EQ(Bytes(two.begin(), two.begin() + 4), (Bytes{2, 0, 0, 0}));
+
+  orvx_test::LoadArray(two);  // appended after A and B
+  ASSERT_EQ(CPrnStaticInfoArray.GetSize(), 4);
+  const char* names[] = {"A", "B", "A", "B"};
+  for (int i = 0; i < 4; ++i)
+    EXPECT_EQ(static_cast<CPrnStaticInfo*>(CPrnStaticInfoArray[i])->GetModelName(), names[i]);
+}
+
+TEST(SerializeArray, NegativeCountsLoadNothing) {
+  orvx_test::ModelArrayGuard guard;
+  for (const Bytes& count : {Bytes{0, 0, 0, 0x80}, Bytes{0xFF, 0xFF, 0xFF, 0xFF}}) {
+    orvx_test::LoadArray(count);
+    EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+  }
+}
+
+TEST(SerializeArray, TruncationAtEveryByteKeepsCompletedRecords) {
+  orvx_test::ModelArrayGuard guard;
+  CPrnStaticInfoArray.Add(Distinct("First", {5, 1, 2, 7, 8}).release());
+  CPrnStaticInfoArray.Add(Distinct(std::string(300, 's'), {}).release());
+  const Bytes full = orvx_test::StoreArray();
+  CPrnStaticInfoArray_RemoveAll();
+  const std::size_t firstEnd = 4 + 1 + 5 + 71 + 5 + 10;
+
+  for (std::size_t cut = 0; cut < full.size(); ++cut) {
+    SCOPED_TRACE(cut);
+    const Bytes part(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(cut));
+    try {
+      orvx_test::LoadArray(part, 16);
+      FAIL() << "loaded a truncated file";
+    } catch (const CArchiveException& e) {
+      EXPECT_EQ(e.m_cause, CArchiveException::endOfFile);
+      EXPECT_EQ(e.m_offset, cut);
+    }
+    EXPECT_EQ(CPrnStaticInfoArray.GetSize(), cut >= firstEnd && cut >= 4 ? 1 : 0);
+    CPrnStaticInfoArray_RemoveAll();
+  }
+  orvx_test::LoadArray(full, 16);
+  EXPECT_EQ(orvx_test::StoreArray(), full);
+}
+
+TEST(SerializeArray, HugeCountInATinyFileFailsFast) {
+  orvx_test::ModelArrayGuard guard;
+  EXPECT_THROW(orvx_test::LoadArray({0xFF, 0xFF, 0xFF, 0x7F}), CArchiveException);
+  EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+}
+
+TEST(SerializeArray, SampleDatabaseRoundTripsByteForByte) {
+  orvx_test::ModelArrayGuard guard;
+  std::ifstream in(ORVX_SAMPLE_DB, std::ios::binary);
+  ASSERT_TRUE(in) << ORVX_SAMPLE_DB;
+  const Bytes file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  orvx_test::LoadArray(file);
+  EXPECT_GT(CPrnStaticInfoArray.GetSize(), 50);
+  EXPECT_EQ(orvx_test::StoreArray(), file);
+}
+
+TEST(TrayArchive, TrayRecordsRoundTripTheirArchivedFields) {
+  COptInTray in;
+  in.SetName("Cassette 1");
+  in.SetDescription("lower");
+  in.SetID(21);
+  in.SetAddUnit(-3);
+  in.SetPaperLevel(50);
+  COptOutTray out;
+  out.SetName("Face Down Tray");
+  out.SetID(51);
+  out.SetAddUnit(2);
+  out.SetDerivery(4);
+  const Bytes b = orvx_test::Store([&](CArchive& ar) {
+    in.Serialize(ar);
+    out.Serialize(ar);
+  });
+  EXPECT_EQ(b.size(), (1 + 10) + (1 + 5) + 4 + 4 + (1 + 14) + 4 + 4);
+
+  CMemFile f(b);
+  CArchive ar(&f, CArchive::load);
+  COptInTray in2;
+  in2.SetPaperLevel(7);
+  COptOutTray out2;
+  in2.Serialize(ar);
+  out2.Serialize(ar);
+  EXPECT_EQ(in2.GetName(), "Cassette 1");
+  EXPECT_EQ(in2.GetDescription(), "lower");
+  EXPECT_EQ(in2.GetID(), 21);
+  EXPECT_EQ(in2.GetAddUnit(), -3);
+  EXPECT_EQ(in2.GetPaperLevel(), 7);  // not archived: kept
+  EXPECT_EQ(out2.GetName(), "Face Down Tray");
+  EXPECT_EQ(out2.GetID(), 51);
+  EXPECT_EQ(out2.GetAddUnit(), 2);
+  EXPECT_EQ(out2.GetDerivery(), 2);  // not archived
+}

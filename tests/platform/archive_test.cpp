@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include "orvx/afx_file.h"
+#include "test_util.h"
+
+using orvx_test::Bytes;
+using orvx_test::Store;
+
+TEST(Archive, ScalarsAreLittleEndianAtTheirWidths) {
+  const Bytes b = Store([](CArchive& ar) {
+    ar << BYTE{0xAB} << std::int8_t{-2} << WORD{0x1234} << std::int16_t{-3} << DWORD{0xDEADBEEF}
+       << std::int32_t{-4};
+  });
+  EXPECT_EQ(b, (Bytes{0xAB, 0xFE, 0x34, 0x12, 0xFD, 0xFF, 0xEF, 0xBE, 0xAD, 0xDE, 0xFC, 0xFF, 0xFF, 0xFF}));
+
+  CMemFile f(b);
+  CArchive ar(&f, CArchive::load);
+  BYTE u8; std::int8_t s8; WORD u16; std::int16_t s16; DWORD u32; std::int32_t s32;
+  ar >> u8 >> s8 >> u16 >> s16 >> u32 >> s32;
+  EXPECT_EQ(u8, 0xAB);
+  EXPECT_EQ(s8, -2);
+  EXPECT_EQ(u16, 0x1234);
+  EXPECT_EQ(s16, -3);
+  EXPECT_EQ(u32, 0xDEADBEEFu);
+  EXPECT_EQ(s32, -4);
+}
+
+TEST(Archive, StringLengthPrefixForms) {
+  struct Case {
+    std::size_t length;
+    Bytes prefix;
+  };
+  const Case cases[] = {
+      {0, {0x00}},
+      {1, {0x01}},
+      {254, {0xFE}},
+      {255, {0xFF, 0xFF, 0x00}},
+      {0xFFFD, {0xFF, 0xFD, 0xFF}},
+      {0xFFFE, {0xFF, 0xFF, 0xFF, 0xFE, 0xFF, 0x00, 0x00}},
+      {0x12345, {0xFF, 0xFF, 0xFF, 0x45, 0x23, 0x01, 0x00}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.length);
+    const std::string text(c.length, 'x');
+    const Bytes b = Store([&](CArchive& ar) { ar << CString(text); });
+    ASSERT_EQ(b.size(), c.prefix.size() + c.length);
+    EXPECT_TRUE(std::equal(c.prefix.begin(), c.prefix.end(), b.begin()));
+
+    CMemFile f(b);
+    CArchive ar(&f, CArchive::load, 1024);
+    CString back;
+    ar >> back;
+    EXPECT_EQ(back.str(), text);
+    EXPECT_EQ(ar.GetPosition(), b.size());
+  }
+}
+
+TEST(Archive, WideStringFormIsRejected) {
+  CMemFile f(Bytes{0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00});
+  CArchive ar(&f, CArchive::load);
+  CString s;
+  EXPECT_THROW(ar >> s, CArchiveException);
+}
+
+TEST(Archive, EndOfDataReportsTheOffsetWhereTheDataEnded) {
+  // Scalars, raw reads and strings all stop at the end with the same error.
+  struct Case {
+    const char* what;
+    Bytes data;
+    std::function<void(CArchive&)> read;
+  };
+  const Case cases[] = {
+      {"dword from 3 bytes", {1, 2, 3}, [](CArchive& ar) { ar.ReadScalar<DWORD>(); }},
+      {"string longer than the data", {5, 'a', 'b'}, [](CArchive& ar) { CString s; ar >> s; }},
+      {"huge string length", {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 'a'}, [](CArchive& ar) { CString s; ar >> s; }},
+      {"raw bytes", {1, 2}, [](CArchive& ar) { BYTE b[3]; ar.ReadExact(b, 3); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    CMemFile f(c.data);
+    CArchive ar(&f, CArchive::load, 1024);
+    try {
+      c.read(ar);
+      FAIL() << "no exception";
+    } catch (const CArchiveException& e) {
+      EXPECT_EQ(e.m_cause, CArchiveException::endOfFile);
+      EXPECT_EQ(e.m_offset, c.data.size());
+    }
+  }
+}
+
+TEST(Archive, SmallCallerBufferCarriesLargeData) {
+  // Data far larger than the buffer, read back through many refills and
+  // through both the buffered and the direct path of Read.
+  Bytes data(5000);
+  for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<BYTE>(i * 7);
+  BYTE storeBuffer[16];
+  CMemFile out;
+  {
+    CArchive ar(&out, CArchive::store, sizeof storeBuffer, storeBuffer);
+    ar.Write(data.data(), 3);
+    ar.Write(data.data() + 3, 4000);
+    for (std::size_t i = 4003; i < data.size(); ++i) ar << data[i];
+    ar.Close();
+  }
+  ASSERT_EQ(out.Bytes(), data);
+
+  BYTE loadBuffer[16];
+  CMemFile in(data);
+  CArchive ar(&in, CArchive::load, sizeof loadBuffer, loadBuffer);
+  Bytes back(data.size());
+  EXPECT_EQ(ar.Read(back.data(), 5), 5u);
+  EXPECT_EQ(ar.Read(back.data() + 5, 4000), 4000u);
+  for (std::size_t i = 4005; i < data.size(); ++i) back[i] = ar.ReadScalar<BYTE>();
+  EXPECT_EQ(back, data);
+  EXPECT_EQ(ar.Read(back.data(), 1), 0u);
+}
+
+TEST(Archive, DirectionIsEnforced) {
+  CMemFile f(Bytes{1, 2, 3});
+  CArchive load(&f, CArchive::load);
+  EXPECT_THROW(load.Write("x", 1), CArchiveException);
+  CMemFile g;
+  CArchive store(&g, CArchive::store);
+  BYTE b;
+  EXPECT_THROW(store.Read(&b, 1), CArchiveException);
+}
+
+TEST(File, OpensByBareNameRelativeToTheCurrentDirectory) {
+  orvx_test::TempDir dir(true);
+  {
+    CFile f;
+    ASSERT_TRUE(f.Open("data.bin", CFile::modeCreate | CFile::modeWrite | CFile::typeBinary));
+    f.Write("abc", 3);
+  }
+  CFile f;
+  ASSERT_TRUE(f.Open("data.bin", CFile::modeRead | CFile::typeBinary));
+  EXPECT_EQ(f.GetLength(), 3u);
+  char buf[8] = {};
+  EXPECT_EQ(f.Read(buf, sizeof buf), 3u);
+  EXPECT_STREQ(buf, "abc");
+
+  CFile missing;
+  CFileException error(CFileException::none, 0, "");
+  EXPECT_FALSE(missing.Open("absent.bin", CFile::modeRead | CFile::typeBinary, &error));
+  EXPECT_EQ(error.m_cause, CFileException::fileNotFound);
+  CFile directory;
+  EXPECT_FALSE(directory.Open(".", CFile::modeRead | CFile::typeBinary));
+}

@@ -1,0 +1,94 @@
+#include <gtest/gtest.h>
+
+#include "orvx/afx_coll.h"
+#include "orvx/afx_host.h"
+#include "orvx/afx_object.h"
+#include "orvx/prn_static_info.h"
+
+TEST(CStringTest, SlicesClampToTheString) {
+  const CString s("GQ12");
+  EXPECT_EQ(s.Left(2), "GQ");
+  EXPECT_EQ(s.Right(2), "12");
+  EXPECT_EQ(s.Right(9), "GQ12");
+  EXPECT_EQ(s.Left(-1), "");
+  EXPECT_EQ(s.Mid(3), "2");
+  EXPECT_EQ(s.Mid(10), "");
+  EXPECT_EQ(s.Find("Q1"), 1);
+  EXPECT_EQ(s.Find("x"), -1);
+  EXPECT_EQ(CString(static_cast<const char*>(nullptr)), "");
+}
+
+TEST(CStringTest, LoadStringUsesTheHostTable) {
+  orvx::host::SetStringResource(4711, "Manual Feed");
+  CString s("old");
+  EXPECT_TRUE(s.LoadString(4711));
+  EXPECT_EQ(s, "Manual Feed");
+  orvx::host::RemoveStringResource(4711);
+  EXPECT_FALSE(s.LoadString(4711));
+  EXPECT_EQ(s, "");
+}
+
+TEST(PtrArray, GrowsWithNullsAndReleasesOnSizeZero) {
+  CPtrArray a;
+  int x = 0;
+  a.SetAtGrow(3, &x);
+  ASSERT_EQ(a.GetSize(), 4);
+  EXPECT_EQ(a[0], nullptr);
+  EXPECT_EQ(a[3], &x);
+  a.SetAtGrow(-1, &x);  // ignored
+  EXPECT_EQ(a.GetSize(), 4);
+  a.SetSize(0);
+  EXPECT_TRUE(a.IsEmpty());
+  EXPECT_THROW(a.GetAt(0), std::out_of_range);
+}
+
+TEST(RuntimeClass, CreatesTheThreeRecordClassesByName) {
+  struct Case {
+    const char* name;
+    UINT schema;
+  };
+  for (const Case c : {Case{"CPrnStaticInfo", 1}, Case{"COptInTray", 0xFFFF}, Case{"COptOutTray", 0xFFFF}}) {
+    SCOPED_TRACE(c.name);
+    const CRuntimeClass* cls = CRuntimeClass::FromName(c.name);
+    ASSERT_NE(cls, nullptr);
+    EXPECT_EQ(cls->m_wSchema, c.schema);
+    std::unique_ptr<CObject> obj(CRuntimeClass::CreateObject(c.name));
+    ASSERT_NE(obj, nullptr);
+    EXPECT_EQ(obj->GetRuntimeClass(), cls);
+    EXPECT_STREQ(obj->GetRuntimeClass()->m_lpszClassName, c.name);
+    EXPECT_TRUE(obj->IsKindOf(&CObject::classCObject));
+    EXPECT_EQ(obj->IsSerializable(), c.schema != 0xFFFF);
+  }
+  EXPECT_EQ(CRuntimeClass::CreateObject("CNoSuchClass"), nullptr);
+  std::unique_ptr<CPrnStaticInfo> r(static_cast<CPrnStaticInfo*>(CPrnStaticInfo::CreateObject()));
+  EXPECT_EQ(r->GetModelName(), "Other Printer");
+}
+
+TEST(MessageBox, GoesToTheInstalledHandler) {
+  std::string seen;
+  UINT style = 0;
+  orvx::host::SetMessageBoxHandler([&](std::string_view text, UINT type, UINT) {
+    seen = text;
+    style = type;
+    return 7;
+  });
+  EXPECT_EQ(AfxMessageBox("hello", MB_ICONSTOP), 7);
+  EXPECT_EQ(seen, "hello");
+  EXPECT_EQ(style, 0x10u);
+  orvx::host::SetMessageBoxHandler(nullptr);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(AfxMessageBox("to stderr"), IDOK);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "to stderr\n");
+}
+
+TEST(ExtensionModule, InitNeedsAModuleAndTermUnlinksItsLibraries) {
+  AFX_EXTENSION_MODULE state;
+  EXPECT_FALSE(AfxInitExtensionModule(state, nullptr));
+  int handle = 0;
+  ASSERT_TRUE(AfxInitExtensionModule(state, &handle));
+  const int before = orvx::host::LinkedModuleCount();
+  new CDynLinkLibrary(state);
+  EXPECT_EQ(orvx::host::LinkedModuleCount(), before + 1);
+  AfxTermExtensionModule(state);
+  EXPECT_EQ(orvx::host::LinkedModuleCount(), before);
+}

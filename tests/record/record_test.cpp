@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include "orvx/afx_host.h"
+#include "orvx/prn_static_info.h"
+
+TEST(Record, NewRecordHoldsTheDefaults) {
+  CPrnStaticInfo r;
+  EXPECT_EQ(r.GetModelName(), "Other Printer");
+  EXPECT_EQ(r.GetVenderID(), 0);
+  EXPECT_EQ(r.GetModelGroupID(), 0);
+  EXPECT_EQ(r.GetBasedModelGroupID(), 0);
+  EXPECT_EQ(r.GetIconBaseIdx(), 0);
+  EXPECT_EQ(r.Fields().Flags, 0u);
+  EXPECT_EQ(r.GetInTraySPSZSizeList(nullptr), 0);
+  // Information fields with a non-zero default.
+  struct Case {
+    DWORD key;
+    int value;
+  };
+  for (const Case c : {Case{0x0108, -1}, {0x0105, -1}, {0x0302, -1}, {0x0303, -1}, {0x0308, -1}, {0x20000, -1},
+                       {0x30000, -1}, {0x040A, -1}, {0x70000, -1}, {0x0707, -1}, {0x0711, -1}, {0x0B05, -1},
+                       {0x0301, 0}, {0x0D08, 0}, {0x1400000, 0}, {0x1620000, 0}}) {
+    EXPECT_EQ(r.GetInfo(c.key), c.value) << std::hex << c.key;
+  }
+  EXPECT_EQ(r.Fields().Info040A, 0xFF);
+  EXPECT_EQ(r.Fields().SpareByte, 0);
+}
+
+TEST(Record, SettersNarrowTheirArguments) {
+  CPrnStaticInfo r;
+  r.SetIconBaseIdx(300);
+  EXPECT_EQ(r.GetIconBaseIdx(), 44);
+  r.SetVenderID(0xFFFF);
+  EXPECT_EQ(r.GetVenderID(), 65535);
+  r.SetModelGroupID(7);
+  r.SetBasedModelGroupID(9);
+  EXPECT_EQ(r.GetModelGroupID(), 7);
+  EXPECT_EQ(r.GetBasedModelGroupID(), 9);
+  r.SetModelName("Vantor LP-1100");
+  EXPECT_EQ(r.GetModelName(), "Vantor LP-1100");
+}
+
+TEST(Record, SetPicNameHead) {
+  struct Case {
+    const char* head;
+    int vendor;
+    int group;
+  };
+  const Case cases[] = {
+      {"GQ12", 1, 12}, {"GV01", 2, 1},  {"GU03", 3, 3},  {"GT10", 4, 10}, {"GA99", 5, 99},
+      {"GZ00", 6, 0},  {"GO05", 7, 5},  {"GH06", 8, 6},  {"GR07", 9, 7},  {"gq12", 0, 12},
+      {"GQ", 1, 0},    {"G", 0, 0},     {"7", 0, 7},     {"", 0, 0},      {"GQ7A", 1, 7},
+      {"GQA7", 1, 0},  {"GQ-3", 1, 65533}, {"GQ 4", 1, 4}, {"GVX+5", 2, 5}, {"QG12", 0, 12},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.head);
+    CPrnStaticInfo r;
+    r.SetVenderID(77);
+    r.SetModelGroupID(77);
+    r.SetPicNameHead(c.head);
+    EXPECT_EQ(r.GetVenderID(), c.vendor);
+    EXPECT_EQ(r.GetModelGroupID(), c.group);
+    EXPECT_EQ(r.GetModelName(), "Other Printer");
+  }
+}
+
+TEST(Record, FlagsSetAndClearOnlyTheirOwnBit) {
+  struct Flag {
+    DWORD mask;
+    int (CPrnStaticInfo::*get)() const;
+    void (CPrnStaticInfo::*set)(int);
+  };
+  const Flag flags[] = {
+      {0x0001, &CPrnStaticInfo::IXDuplexer, &CPrnStaticInfo::SetIXDuplexer},
+      {0x0002, &CPrnStaticInfo::IXMediaPath, &CPrnStaticInfo::SetIXMediaPath},
+      {0x0004, &CPrnStaticInfo::IsDetailPropPage, &CPrnStaticInfo::SetDetailPropPage},
+      {0x0008, &CPrnStaticInfo::IsColorPrinter, &CPrnStaticInfo::SetColorPrinter},
+      {0x0010, &CPrnStaticInfo::IsOldTypePrinter, &CPrnStaticInfo::SetOldTypePrinter},
+      {0x0020, &CPrnStaticInfo::IsHddJobEnable, &CPrnStaticInfo::SetHddJobEnable},
+      {0x0040, &CPrnStaticInfo::IsVantorPrinter, &CPrnStaticInfo::SetVantorPrinter},
+      {0x0080, &CPrnStaticInfo::IsVantorOEMPrinter, &CPrnStaticInfo::SetVantorOEMPrinter},
+      {0x0100, &CPrnStaticInfo::IsVantorSelbyCopier, &CPrnStaticInfo::SetVantorSelbyCopier},
+      {0x0200, &CPrnStaticInfo::IsVantorSelbyOEMCopier, &CPrnStaticInfo::SetVantorSelbyOEMCopier},
+      {0x0400, &CPrnStaticInfo::IsVantorSelbyMFP, &CPrnStaticInfo::SetVantorSelbyMFP},
+      {0x0800, &CPrnStaticInfo::IsVantorSelbyADF, &CPrnStaticInfo::SetVantorSelbyADF},
+      {0x1000, &CPrnStaticInfo::IsVantorSelbyTidelinePrinter, &CPrnStaticInfo::SetVantorSelbyTidelinePrinter},
+  };
+  for (const auto& f : flags) {
+    SCOPED_TRACE(f.mask);
+    for (const DWORD start : {DWORD{0}, DWORD{0xFFFFFFFF}}) {
+      CPrnStaticInfo r;
+      r.Fields().Flags = start;
+      EXPECT_EQ((r.*f.get)(), start ? 1 : 0);
+      (r.*f.set)(start ? 0 : 5);
+      EXPECT_EQ(r.Fields().Flags, start ^ f.mask);
+      EXPECT_EQ((r.*f.get)(), start ? 0 : 1);
+    }
+  }
+}
+
+TEST(Record, CloseFreesTheBlockAndKeepsTheRecordUsable) {
+  CPrnStaticInfo r;
+  const BYTE block[] = {3, 1, 0};
+  ASSERT_EQ(r.SetInTraySPSZSizeList(3, block), 3);
+  r.Close();
+  EXPECT_EQ(r.GetInTraySPSZSizeList(nullptr), 0);
+  EXPECT_EQ(r.SetInTraySPSZSizeList(3, block), 3);
+}
+
+TEST(TrayRecords, Defaults) {
+  COptInTray in;
+  EXPECT_EQ(in.GetName(), "");
+  EXPECT_EQ(in.GetDescription(), "");
+  EXPECT_EQ(in.GetID(), -1);
+  EXPECT_EQ(in.GetAddUnit(), 0);
+  EXPECT_EQ(in.GetTrayIndex(), 0);
+  EXPECT_EQ(in.GetPaperLevel(), -1);
+  EXPECT_EQ(in.GetPaperMax(), -1);
+  EXPECT_EQ(in.GetGroup(), -1);
+  COptOutTray out;
+  EXPECT_EQ(out.GetName(), "");
+  EXPECT_EQ(out.GetID(), -1);
+  EXPECT_EQ(out.GetDerivery(), 2);
+  EXPECT_EQ(out.GetTrayIndex(), 0);
+  EXPECT_EQ(out.GetAddUnit(), 0);
+}
+
+TEST(TrayRecords, ByteFieldsAreSignExtendedAndDeliveryIsLimited) {
+  COptInTray in;
+  in.SetTrayIndex(200);
+  in.SetGroup(0x1FF);
+  in.SetTrayLabelIdx(128);
+  EXPECT_EQ(in.GetTrayIndex(), -56);
+  EXPECT_EQ(in.GetGroup(), -1);
+  EXPECT_EQ(in.GetTrayLabelIdx(), -128);
+  in.SetPaperSize(0xFFFFFFFF);
+  EXPECT_EQ(in.GetPaperSize(), 0xFFFFFFFFu);
+
+  COptOutTray out;
+  for (const auto& [given, kept] : {std::pair{3, 3}, {4, 4}, {5, 2}, {0, 2}, {2, 2}, {-1, 2}, {259, 2}}) {
+    out.SetDerivery(given);
+    EXPECT_EQ(out.GetDerivery(), kept) << given;
+  }
+  out.SetTrayIndex(255);
+  EXPECT_EQ(out.GetTrayIndex(), -1);
+}
+
+TEST(TrayRecords, NamesFromTextAndFromHostResources) {
+  COptInTray in;
+  in.SetName("Cassette 1");
+  EXPECT_EQ(in.GetName(), "Cassette 1");
+  in.SetName(static_cast<const char*>(nullptr));
+  EXPECT_EQ(in.GetName(), "");
+  orvx::host::SetStringResource(9481, "Manual Tray");
+  in.SetName(9481u);
+  EXPECT_EQ(in.GetName(), "Manual Tray");
+  in.SetName(60000u);  // no such resource
+  EXPECT_EQ(in.GetName(), "");
+  orvx::host::RemoveStringResource(9481);
+  COptOutTray out;
+  out.SetName("Face Down Tray");
+  out.SetName(nullptr);
+  EXPECT_EQ(out.GetName(), "");
+}

@@ -1,0 +1,149 @@
+// End-to-end tests of the orvdb binary.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <sys/wait.h>
+
+#include "test_util.h"
+
+namespace {
+
+struct Result {
+  int code;
+  std::string out;
+};
+
+// Runs orvdb with `args` (shell words), capturing stdout; stderr goes to `err`.
+Result RunOrvdb(const std::string& args, std::string* err = nullptr) {
+  orvx_test::TempDir tmp;
+  const auto errFile = tmp.path() / "stderr";
+  const std::string cmd = std::string("'") + ORVDB_BINARY + "' " + args + " 2>'" + errFile.string() + "'";
+  FILE* p = popen(cmd.c_str(), "r");
+  Result r{-1, {}};
+  if (!p) return r;
+  std::array<char, 4096> buf;
+  std::size_t n;
+  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
+  const int status = pclose(p);
+  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (err) {
+    std::ifstream in(errFile);
+    *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  }
+  return r;
+}
+
+std::string ReadFile(const std::filesystem::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+const std::string kDb = std::string("--db '") + ORVX_SAMPLE_DB + "'";
+
+}  // namespace
+
+TEST(Orvdb, ShowFindsAModelAndPrintsEveryField) {
+  const auto r = RunOrvdb("show " + kDb + " 'Vantor LP-1200'");
+  ASSERT_EQ(r.code, 0);
+  EXPECT_NE(r.out.find("ModelName            Vantor LP-1200\n"), std::string::npos);
+  EXPECT_NE(r.out.find("IsVantorPrinter"), std::string::npos);
+  EXPECT_NE(r.out.find("tray \"Cassette 1\": 01 02 03"), std::string::npos);
+  EXPECT_NE(r.out.find("Info1620000"), std::string::npos);
+}
+
+TEST(Orvdb, ExitCodes) {
+  struct Case {
+    std::string args;
+    int code;
+    std::string errorText;
+  };
+  const Case cases[] = {
+      {"show " + kDb + " 'no such model'", 0, ""},
+      {"show --strict " + kDb + " 'no such model'", 1, ""},
+      {"show --strict " + kDb + " 'prefix Vantor LP-1300C suffix'", 0, ""},
+      {"show " + kDb, 2, "NAME"},
+      {"show --db /nonexistent/x.dat A", 2, "/nonexistent/x.dat: cannot open"},
+      {"list --db", 2, "--db"},
+      {"frobnicate", 2, "frobnicate"},
+      {"", 2, "subcommand"},
+      {"build /nonexistent.json -o /tmp/x", 2, "/nonexistent.json: cannot open"},
+      {"--help", 0, ""},
+      {"show --help", 0, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args);
+    std::string err;
+    const auto r = RunOrvdb(c.args, &err);
+    EXPECT_EQ(r.code, c.code);
+    if (!c.errorText.empty()) {
+      EXPECT_NE(err.find(c.errorText), std::string::npos) << err;
+      EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << "one line: " << err;
+    }
+  }
+}
+
+TEST(Orvdb, DamagedDatabaseIsAOneLineError) {
+  orvx_test::TempDir tmp;
+  const auto db = tmp.path() / "cut.dat";
+  const std::string full = ReadFile(ORVX_SAMPLE_DB);
+  std::ofstream(db, std::ios::binary) << full.substr(0, full.size() / 2);
+  std::string err;
+  const auto r = RunOrvdb("list --db '" + db.string() + "'", &err);
+  EXPECT_EQ(r.code, 2);
+  EXPECT_NE(err.find(db.string()), std::string::npos);
+  EXPECT_NE(err.find("at byte " + std::to_string(full.size() / 2)), std::string::npos) << err;
+}
+
+TEST(Orvdb, ExportThenBuildReproducesTheDatabase) {
+  orvx_test::TempDir tmp;
+  const auto json = tmp.path() / "db.json";
+  const auto dat = tmp.path() / "db.dat";
+  const auto exported = RunOrvdb("export " + kDb);
+  ASSERT_EQ(exported.code, 0);
+  std::ofstream(json) << exported.out;
+  ASSERT_EQ(RunOrvdb("build '" + json.string() + "' -o '" + dat.string() + "'").code, 0);
+  EXPECT_EQ(ReadFile(dat), ReadFile(ORVX_SAMPLE_DB));
+}
+
+TEST(Orvdb, ListAndDefaultDatabaseInTheCurrentDirectory) {
+  orvx_test::TempDir tmp(true);
+  std::filesystem::copy_file(ORVX_SAMPLE_DB, "ORVDB.dat");
+  const auto r = RunOrvdb("list");
+  ASSERT_EQ(r.code, 0);
+  EXPECT_EQ(r.out.rfind("    0  vendor 1   group 0     Other Printer\n", 0), 0u) << r.out;
+  EXPECT_NE(r.out.find("Vantor Selby DC-2320"), std::string::npos);
+}
+
+TEST(Orvdb, BuildRejectsBadModelsNamingModelAndKey) {
+  struct Case {
+    const char* json;
+    const char* error;
+  };
+  const Case cases[] = {
+      {R"({"models":[{"ModelName":"A","Colour":1}]})", "model 0 (\"A\"), key \"Colour\": unknown key"},
+      {R"({"models":[{"ModelName":"A"},{"ModelName":"B","VenderID":65536}]})", "model 1 (\"B\"), key \"VenderID\""},
+      {R"({"models":[{"ModelName":"A","Info0108":128}]})", "key \"Info0108\""},
+      {R"({"models":[{"ModelName":"A","Info0108":-129}]})", "key \"Info0108\""},
+      {R"({"models":[{"ModelName":"A","Flags":-1}]})", "key \"Flags\""},
+      {R"({"models":[{"ModelName":"A","InTraySPSZSizeList":[4,1,0]}]})", "key \"InTraySPSZSizeList\""},
+      {R"({"models":[{"ModelName":"A","InTraySPSZSizeList":[]}]})", "key \"InTraySPSZSizeList\""},
+      {R"({"models":[{"ModelName":7}]})", "key \"ModelName\""},
+      {R"({"models":[{"ModelName":"A","Info0105":"1"}]})", "key \"Info0105\""},
+      {R"({"models":{}})", "\"models\""},
+      {R"({"models":[], "extra":1})", "extra"},
+      {R"({"models":[)", "not valid JSON"},
+  };
+  orvx_test::TempDir tmp;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.json);
+    const auto json = tmp.path() / "bad.json";
+    const auto dat = tmp.path() / "out.dat";
+    std::ofstream(json) << c.json;
+    std::string err;
+    EXPECT_EQ(RunOrvdb("build '" + json.string() + "' -o '" + dat.string() + "'", &err).code, 2);
+    EXPECT_NE(err.find(c.error), std::string::npos) << err;
+    EXPECT_FALSE(std::filesystem::exists(dat));
+  }
+}
