@@ -82,8 +82,15 @@ class ORVX_API CFile {
   std::string path_;
 
  private:
+  UINT ReadRaw(void* buffer, UINT count);
+
   int fd_ = -1;
   std::uint64_t pos_ = 0;
+  // Read-ahead for files opened read-only: a small archive buffer then
+  // costs one system call per 64 KiB, not per refill.
+  std::vector<std::uint8_t> ahead_;
+  std::size_t aheadAt_ = 0;
+  std::size_t aheadEnd_ = 0;
 };
 
 // A file held in memory: reads come from its bytes, writes append to them.

@@ -54,11 +54,36 @@ BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
   fd_ = fd;
   pos_ = 0;
   path_ = fileName;
+  aheadAt_ = aheadEnd_ = 0;
+  if ((openFlags & 3) == modeRead) ahead_.resize(64 * 1024);
+  else ahead_.clear();
   return TRUE;
 }
 
 UINT CFile::Read(void* buffer, UINT count) {
   if (fd_ < 0) throw CFileException(CFileException::generic, EBADF, path_);
+  if (ahead_.empty()) return ReadRaw(buffer, count);
+  auto* out = static_cast<std::uint8_t*>(buffer);
+  UINT done = 0;
+  while (done < count) {
+    if (aheadAt_ == aheadEnd_) {
+      if (count - done >= ahead_.size()) return done + ReadRaw(out + done, count - done);
+      const std::uint64_t pos = pos_;
+      aheadEnd_ = ReadRaw(ahead_.data(), static_cast<UINT>(ahead_.size()));
+      pos_ = pos;  // pos_ counts what the caller has taken
+      aheadAt_ = 0;
+      if (aheadEnd_ == 0) break;
+    }
+    const std::size_t n = std::min<std::size_t>(count - done, aheadEnd_ - aheadAt_);
+    std::memcpy(out + done, ahead_.data() + aheadAt_, n);
+    aheadAt_ += n;
+    done += static_cast<UINT>(n);
+    pos_ += n;
+  }
+  return done;
+}
+
+UINT CFile::ReadRaw(void* buffer, UINT count) {
   auto* out = static_cast<char*>(buffer);
   UINT done = 0;
   while (done < count) {
@@ -105,6 +130,8 @@ void CFile::Flush() {
 void CFile::Close() {
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
+  ahead_.clear();
+  aheadAt_ = aheadEnd_ = 0;
 }
 
 UINT CMemFile::Read(void* buffer, UINT count) {

@@ -1,9 +1,11 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "orvx/prn_static_info.h"
 #include "orvx/record_fields.h"
+#include "field_table.h"
 
 ORVX_IMPLEMENT_DYNCREATE(CPrnStaticInfo, CObject, 1)
 
@@ -113,48 +115,58 @@ void CPrnStaticInfo::CopyParam(const CPrnStaticInfo* source) {
 
 // ---- database form -----------------------------------------------------------------
 namespace {
-using FieldSpan = std::span<const orvx::FieldDesc>;
+using orvx::detail::kFields;
 
-void Decode(PrnStaticFields& f, FieldSpan fields, const BYTE* in) {
+// Byte position of field I in its stream segment (before or after the block).
+template <std::size_t I>
+constexpr std::size_t StreamOffset() {
+  const std::size_t first = I < orvx::kFieldsBeforeBlock ? 0 : orvx::kFieldsBeforeBlock;
+  std::size_t at = 0;
+  for (std::size_t i = first; i < I; ++i) at += static_cast<std::size_t>(orvx::FieldWidth(kFields[i].type));
+  return at;
+}
+
+// The field copies are unrolled at compile time: every one is a fixed-size
+// move between the stream buffer and the field.
+template <std::size_t First, std::size_t... I>
+void Decode(PrnStaticFields& f, const BYTE* in, std::index_sequence<I...>) {
   auto* base = reinterpret_cast<unsigned char*>(&f);
-  for (const auto& d : fields) {
-    const auto w = static_cast<std::size_t>(orvx::FieldWidth(d.type));
-    std::memcpy(base + d.offset, in, w);
-    in += w;
-  }
+  ((std::memcpy(base + kFields[First + I].offset, in + StreamOffset<First + I>(),
+                orvx::FieldWidth(kFields[First + I].type))),
+   ...);
 }
 
-void Encode(const PrnStaticFields& f, FieldSpan fields, BYTE* out) {
+template <std::size_t First, std::size_t... I>
+void Encode(const PrnStaticFields& f, BYTE* out, std::index_sequence<I...>) {
   const auto* base = reinterpret_cast<const unsigned char*>(&f);
-  for (const auto& d : fields) {
-    const auto w = static_cast<std::size_t>(orvx::FieldWidth(d.type));
-    std::memcpy(out, base + d.offset, w);
-    out += w;
-  }
+  ((std::memcpy(out + StreamOffset<First + I>(), base + kFields[First + I].offset,
+                orvx::FieldWidth(kFields[First + I].type))),
+   ...);
 }
+
+using Head = std::make_index_sequence<orvx::kFieldsBeforeBlock>;
+using Tail = std::make_index_sequence<kFields.size() - orvx::kFieldsBeforeBlock>;
+constexpr std::size_t kTailFirst = orvx::kFieldsBeforeBlock;
 }  // namespace
 
 void CPrnStaticInfo::Serialize(CArchive& ar) {
-  const FieldSpan all = orvx::RecordFields();
-  const FieldSpan head = all.first(orvx::kFieldsBeforeBlock);
-  const FieldSpan tail = all.subspan(orvx::kFieldsBeforeBlock);
   std::array<BYTE, orvx::kBytesBeforeBlock> before{};
   std::array<BYTE, orvx::kBytesAfterBlock> after{};
   if (ar.IsStoring()) {
     ar << ModelName;
-    Encode(F, head, before.data());
+    Encode<0>(F, before.data(), Head{});
     ar.Write(before.data(), before.size());
     if (InTraySPSZSizeList)
       ar.Write(InTraySPSZSizeList.get(), InTraySPSZSizeList[0]);
     else
       ar << BYTE{0};
-    Encode(F, tail, after.data());
+    Encode<kTailFirst>(F, after.data(), Tail{});
     ar.Write(after.data(), after.size());
     return;
   }
   ar >> ModelName;
   ar.ReadExact(before.data(), before.size());
-  Decode(F, head, before.data());
+  Decode<0>(F, before.data(), Head{});
   InTraySPSZSizeList.reset();
   const BYTE length = ar.ReadScalar<BYTE>();
   if (length) {
@@ -164,5 +176,5 @@ void CPrnStaticInfo::Serialize(CArchive& ar) {
     InTraySPSZSizeList = std::move(block);
   }
   ar.ReadExact(after.data(), after.size());
-  Decode(F, tail, after.data());
+  Decode<kTailFirst>(F, after.data(), Tail{});
 }

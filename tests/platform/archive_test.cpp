@@ -147,3 +147,34 @@ TEST(File, OpensByBareNameRelativeToTheCurrentDirectory) {
   CFile directory;
   EXPECT_FALSE(directory.Open(".", CFile::modeRead | CFile::typeBinary));
 }
+
+TEST(File, ReadAheadKeepsPositionsAndBytesExact) {
+  orvx_test::TempDir dir(true);
+  Bytes data(200000);
+  for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<BYTE>(i * 13 + (i >> 9));
+  {
+    CFile f;
+    ASSERT_TRUE(f.Open("big.bin", CFile::modeCreate | CFile::modeWrite));
+    f.Write(data.data(), static_cast<UINT>(data.size()));
+  }
+  CFile f;
+  ASSERT_TRUE(f.Open("big.bin", CFile::modeRead | CFile::typeBinary));
+  BYTE buffer[1024];
+  CArchive ar(&f, CArchive::load, sizeof buffer, buffer);
+  Bytes back(data.size());
+  std::size_t at = 0;
+  // Mixed sizes: small scalars, buffer-sized reads and reads larger than the read-ahead.
+  for (const std::size_t n : {1u, 3u, 1024u, 70000u, 5u, 100000u}) {
+    ar.ReadExact(back.data() + at, static_cast<UINT>(n));
+    at += n;
+    EXPECT_EQ(ar.GetPosition(), at);
+  }
+  ar.ReadExact(back.data() + at, static_cast<UINT>(data.size() - at));
+  EXPECT_EQ(back, data);
+  try {
+    ar.ReadScalar<BYTE>();
+    FAIL() << "read past the end";
+  } catch (const CArchiveException& e) {
+    EXPECT_EQ(e.m_offset, data.size());
+  }
+}
