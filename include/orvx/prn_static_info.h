@@ -144,7 +144,7 @@ class ORVX_API COptOutTray : public CObject {
 };
 
 namespace orvx::picture {
-struct Engine;
+struct Dispatch;
 }
 
 class ORVX_API CPrnStaticInfo : public CObject {
@@ -228,7 +228,7 @@ class ORVX_API CPrnStaticInfo : public CObject {
   PrnStaticFields& Fields() { return F; }
 
  protected:
-  friend struct orvx::picture::Engine;
+  friend struct orvx::picture::Dispatch;
 #include "orvx/picture_rules.inc"
 
  private:

@@ -1,0 +1,183 @@
+// The picture-rule engine: a model group's rule is a table of rows, and one
+// small routine runs any table. A row names the trays it recognises and what
+// recognising one does (bits, tray ID, drawer step, rename, ...).
+#pragma once
+
+#include <array>
+#include <climits>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "orvx/prn_static_info.h"
+
+namespace orvx::picture {
+
+// One literal of a name test: the name begins with it (byte for byte, case
+// sensitive), or equals it when `exact`.
+struct Lit {
+  std::string_view text;
+  bool exact = false;
+};
+
+// "begins with X (n)". The byte count stands next to the literal so that a
+// row reads like its table; a count that is not the literal's length does not
+// compile.
+consteval Lit B(std::string_view text, std::size_t count) {
+  if (count != text.size()) throw "byte count differs from the literal's length";
+  return Lit{text, false};
+}
+// "is exactly X".
+consteval Lit Is(std::string_view text) { return Lit{text, true}; }
+
+// A row's name test: passes when any of its literals does.
+struct Test {
+  std::array<Lit, 8> lits{};
+  std::uint8_t count = 0;
+
+  bool Matches(std::string_view name) const {
+    for (std::size_t i = 0; i < count; ++i) {
+      const Lit& l = lits[i];
+      if (l.exact ? name == l.text : name.starts_with(l.text)) return true;
+    }
+    return false;
+  }
+};
+
+template <class... L>
+consteval Test Any(L... lits) {
+  static_assert(sizeof...(L) >= 1 && sizeof...(L) <= 8);
+  return Test{{lits...}, static_cast<std::uint8_t>(sizeof...(L))};
+}
+
+// When a row may apply, besides its name test: by the tray's position i in a
+// list of c in-trays, or by the drawer counter n.
+enum class When : std::uint8_t {
+  Always,
+  FourthOfFour,     // i = 3 and c = 4
+  NotFourthOfFour,  // not (i = 3 and c = 4)
+  IndexIs,          // i = value
+  IndexIsNot,       // i != value
+  CountIs,          // n = value
+  CountBelow,       // n < value
+  CountAtLeast,     // n >= value
+};
+struct Cond {
+  When when = When::Always;
+  int value = 0;
+};
+inline constexpr Cond kFourthOfFour{When::FourthOfFour};
+inline constexpr Cond kNotFourthOfFour{When::NotFourthOfFour};
+constexpr Cond IndexIs(int i) { return {When::IndexIs, i}; }
+constexpr Cond IndexIsNot(int i) { return {When::IndexIsNot, i}; }
+constexpr Cond CountIs(int n) { return {When::CountIs, n}; }
+constexpr Cond CountBelow(int n) { return {When::CountBelow, n}; }
+constexpr Cond CountAtLeast(int n) { return {When::CountAtLeast, n}; }
+
+// What a row does with the drawer counter n and the finisher counter f.
+enum class Step : std::uint8_t {
+  None,
+  Drawer,       // ID 21 + n, bit 0x2 << n, n + 1
+  LowDrawer,    // ID 21 + n, bit 0x1 << n, n + 1
+  Count,        // ID 21 + n, no bit, n + 1
+  Bump,         // n + 1 only (the row's own bits and ID apply)
+  LargeFeeder,  // 0x400 already set: ID 96; else bit 0x200 and ID 88
+  Finisher,     // bit 0x200000 when f >= 3, then f + 1
+};
+
+inline constexpr int kKeep = INT_MIN;  // the row does not write the tray's ID
+
+// The state of one rule call.
+struct Scan {
+  const CPrnStaticInfo& record;
+  DWORD result = 0;
+  int n = 0;             // drawer counter
+  int f = 0;             // finisher counter
+  bool stacker = false;  // a stacker output tray was seen
+  int index = 0;         // position of the tray being tested
+  int count = 0;         // number of in-trays
+  int duplexUnit = 0;
+  int outputUnit = 0;
+};
+
+template <class Tray>
+using Hook = void (*)(Scan&, Tray&);
+
+template <class Tray>
+struct Row {
+  Test test;
+  Cond when{};
+  DWORD bits = 0;
+  int id = kKeep;
+  Step step = Step::None;
+  UINT rename = 0;        // host string resource that becomes the in-tray's name
+  bool stacker = false;   // sets the stacker-seen flag
+  Hook<Tray> hook = nullptr;  // the group's own effect, run after the others
+};
+using InRow = Row<COptInTray>;
+using OutRow = Row<COptOutTray>;
+
+// A row of a unit-name list (option or document units): bits only.
+struct NameRow {
+  Test test;
+  DWORD bits = 0;
+};
+
+// Bits added after the in-tray scan when the drawer counter n lies in [low, high].
+struct CountBits {
+  int low;
+  int high;
+  DWORD bits;
+};
+
+// The document-unit bit pair: 0x4000000 when a document unit passes the
+// rule's test, 0x2000000 when none does.
+enum class BitPair : std::uint8_t {
+  None,
+  VendorTwo,      // only on a record whose vendor ID is 2
+  ReplacesStart,  // always; a document unit replaces the start value
+};
+
+inline constexpr UINT kManualTray = 9481;
+inline constexpr UINT kDefaultTray = 9482;
+
+// A whole rule, run in this order: start value, option tables, document-unit
+// bit pair, in-trays, bits by drawer count, zero fallback, out-trays, final
+// bits.
+struct Rule {
+  DWORD start = 0;
+  std::span<const NameRow> options{};       // each option name, first match
+  std::span<const NameRow> moreOptions{};   // a second table each name also goes through
+  Test docUnit{};
+  BitPair pair = BitPair::None;
+  Hook<COptInTray> inPre = nullptr;         // before an in-tray's tests
+  std::span<const InRow> in{};
+  std::span<const CountBits> byCount{};
+  DWORD zeroFallback = 0;                   // result still 0 after the in-trays becomes this
+  Hook<COptOutTray> outPre = nullptr;       // before an out-tray's tests
+  std::span<const OutRow> out{};
+  int outMissId = kKeep;                    // ID written to out-trays that no row matches
+  DWORD duplexBit = 0;                      // added for a non-zero duplexUnit
+  DWORD outputUnitBit = 0;                  // added for a non-zero outputUnit, unless a stacker was seen
+  DWORD finalBits = 0;
+};
+
+// Lists a rule reads; the classic rules have no unit-name lists.
+struct Lists {
+  CPtrArray& in;
+  CPtrArray& out;
+  const CStringList* options = nullptr;
+  const CStringList* docOptions = nullptr;
+  int duplexUnit = 0;
+  int outputUnit = 0;
+};
+
+DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists);
+
+// Building blocks for rules that are partly their own code.
+void ScanNames(Scan& s, std::span<const NameRow> rows, const CStringList& names);
+void ScanIn(Scan& s, std::span<const InRow> rows, CPtrArray& trays, Hook<COptInTray> pre = nullptr);
+void ScanOut(Scan& s, std::span<const OutRow> rows, CPtrArray& trays, Hook<COptOutTray> pre = nullptr,
+             int missId = kKeep);
+
+}  // namespace orvx::picture

@@ -1,0 +1,147 @@
+// Classic option rules of the copier line (vendor 2).
+#include "engine.h"
+
+namespace orvx::picture {
+namespace {
+
+// ---- Bunting -------------------------------------------------------------------
+constexpr InRow kBuntingIn[] = {
+    {.test = Any(B("Draw", 4)), .step = Step::Count},
+    {.test = Any(B("3000", 4), B("Larg", 4)), .bits = 0x100, .id = 32},
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+};
+constexpr CountBits kBuntingByCount[] = {{2, 2, 0x4003}, {4, 4, 0x400C}};
+constexpr OutRow kBuntingOut[] = {
+    {.test = Any(B("Fini", 4)), .bits = 0x100000, .id = 84},
+    {.test = Any(B("Mail", 4)), .bits = 0x200000, .id = 87},
+    {.test = Any(B("Inne", 4)), .id = 51},
+};
+// Out-trays of no row get ID -1.
+constexpr Rule kBunting{.in = kBuntingIn, .byCount = kBuntingByCount, .out = kBuntingOut, .outMissId = -1};
+
+// ---- Redshank ------------------------------------------------------------------
+constexpr InRow kRedshankIn[] = {
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("Tray", 4)), .step = Step::Count},
+};
+constexpr CountBits kRedshankByCount[] = {{1, 1, 0x1}, {2, 2, 0x3}, {3, 3, 0x7}, {4, 4, 0xF}};
+constexpr OutRow kRedshankOut[] = {
+    {.test = Any(B("V-9452", 6), B("Finish", 6)), .bits = 0x100000, .id = 89},
+    {.test = Any(B("Z-2966", 6), B("Job Se", 6)), .bits = 0x400000, .id = 90},
+    {.test = Any(B("Face D", 6)), .bits = 0x800000, .id = 51},
+};
+constexpr Rule kRedshank{.in = kRedshankIn, .byCount = kRedshankByCount, .out = kRedshankOut, .duplexBit = 0x10000};
+
+// ---- Tern (three drawers show as four) --------------------------------------------
+constexpr InRow kTernIn[] = {
+    {.test = Any(B("3000", 4), B("Larg", 4)), .bits = 0x100, .id = 32},
+    {.test = Any(B("NN-37", 5), B("Side", 4)), .bits = 0x200, .id = 88},
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("Tray", 4)), .step = Step::Count},
+};
+constexpr CountBits kTernByCount[] = {{2, 2, 0x3}, {3, 4, 0xF}};
+constexpr OutRow kTernOut[] = {
+    {.test = Any(B("V-3307", 6), B("V-3564", 6), B("Finish", 6)), .bits = 0x100000, .id = 84},
+    {.test = Any(B("V-3641", 6), B("Bookle", 6)), .bits = 0x200000, .id = 85},
+    {.test = Any(B("Left", 4)), .id = 50},
+    {.test = Any(B("R-9591", 6), B("Mailbo", 6)), .bits = 0x800000, .id = 87},
+};
+constexpr Rule kTern{.in = kTernIn, .byCount = kTernByCount, .out = kTernOut};
+
+// ---- Ibis (Tern's out-trays without the mailbox) -------------------------------------
+constexpr InRow kIbisIn[] = {
+    {.test = Any(B("3000", 4), B("Larg", 4)), .bits = 0x103, .id = 32},
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("Tray", 4)), .step = Step::Count},
+};
+constexpr CountBits kIbisByCount[] = {{2, 2, 0x4003}, {3, 4, 0x400F}};
+constexpr Rule kIbis{.in = kIbisIn, .byCount = kIbisByCount, .out = std::span(kTernOut).first(3)};
+
+// ---- Avocet (the sixth in-tray is a side feeder; finisher trays counted) -------------
+constexpr InRow kAvocetIn[] = {
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
+    {.test = Any(B("Casse", 5)), .when = IndexIs(5), .bits = 0x200, .id = 88},
+    {.test = Any(B("Casse", 5)), .when = IndexIsNot(5), .step = Step::LowDrawer},
+};
+// From the fourth finisher tray of row 3 on, 0x200000 too.
+constexpr OutRow kAvocetOut[] = {
+    {.test = Any(B("Face-d", 6), B("Face-u", 6)), .bits = 0x40000, .id = 51},
+    {.test = Any(B("HI-331", 6), B("Finish", 6)), .bits = 0x100000, .id = 91},
+    {.test = Any(B("HI-372", 6), B("Multi F", 7), B("Sub T", 5)), .bits = 0x500000, .id = 91, .step = Step::Finisher},
+    {.test = Any(B("RJ-7", 4), B("Multi T", 7)), .bits = 0x800000, .id = 92},
+};
+constexpr Rule kAvocet{.in = kAvocetIn, .zeroFallback = 0x100F, .out = kAvocetOut};
+
+// ---- Quail ---------------------------------------------------------------------
+constexpr InRow kQuailIn[] = {
+    {.test = Any(B("Bypass", 6)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("Cass", 4), B("Feed", 4), B("GX-8", 4)), .step = Step::Count},
+};
+constexpr CountBits kQuailByCount[] = {{1, 1, 0x10001}, {2, 2, 0x3}, {3, 3, 0x10007}, {4, 4, 0xF}};
+constexpr OutRow kQuailOut[] = {
+    {.test = Any(B("Face U", 6), B("Face-u", 6)), .id = 50},
+    {.test = Any(B("Face D", 6), B("Face-d", 6)), .id = 51},
+    {.test = Any(B("V-3084", 6), Is("HI-24"), B("Docume", 6)), .bits = 0x100000, .id = 86},
+};
+constexpr Rule kQuail{.in = kQuailIn, .byCount = kQuailByCount, .out = kQuailOut};
+
+// ---- Auklet: two in-tray tables, chosen by the fifth in-tray's name -------------------
+// Fifth tray "Cassette 4": cassettes are drawers up to four, then a side feeder.
+constexpr InRow kAukletFourCassettesIn[] = {
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("Casse", 5)), .when = CountIs(4), .bits = 0x200, .id = 88},
+    {.test = Any(B("Casse", 5)), .when = CountBelow(4), .step = Step::LowDrawer},
+    {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
+};
+// Otherwise: the first cassette is the large-capacity tray, then two drawers,
+// then the side feeder; every cassette counts.
+constexpr InRow kAukletIn[] = {
+    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
+    {.test = Any(B("Casse", 5)), .when = CountIs(0), .bits = 0x100, .id = 32, .step = Step::Bump},
+    {.test = Any(B("Casse", 5)), .when = CountIs(1), .bits = 0x1, .id = 21, .step = Step::Bump},
+    {.test = Any(B("Casse", 5)), .when = CountIs(2), .bits = 0x2, .id = 22, .step = Step::Bump},
+    {.test = Any(B("Casse", 5)), .when = CountIs(3), .bits = 0x200, .id = 88, .step = Step::Bump},
+    {.test = Any(B("Casse", 5)), .when = CountAtLeast(4), .step = Step::Bump},
+    {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
+};
+constexpr OutRow kAukletOut[] = {
+    {.test = Any(B("Face-d", 6), B("Face-u", 6)), .bits = 0x40000, .id = 51},
+    {.test = Any(B("HI-372", 6), B("Multi F", 7), B("Sub T", 5)), .bits = 0x500000, .id = 91, .step = Step::Finisher},
+    {.test = Any(B("RJ-7", 4), B("Multi T", 7)), .bits = 0x800000, .id = 92},
+};
+constexpr Rule kAukletFourCassettes{.in = kAukletFourCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
+constexpr Rule kAuklet{.in = kAukletIn, .zeroFallback = 0x100F, .out = kAukletOut};
+
+}  // namespace
+}  // namespace orvx::picture
+
+using orvx::picture::Lists;
+using orvx::picture::Run;
+
+DWORD CPrnStaticInfo::GetOptionFlag_Bunting(CPtrArray& in, CPtrArray& out, int, int) {
+  return Run(orvx::picture::kBunting, *this, Lists{in, out});
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Ibis(CPtrArray& in, CPtrArray& out, int, int) {
+  return Run(orvx::picture::kIbis, *this, Lists{in, out});
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Tern(CPtrArray& in, CPtrArray& out, int, int) {
+  return Run(orvx::picture::kTern, *this, Lists{in, out});
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Redshank(CPtrArray& in, CPtrArray& out, int duplexUnit, int) {
+  return Run(orvx::picture::kRedshank, *this, Lists{in, out, nullptr, nullptr, duplexUnit});
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Quail(CPtrArray& in, CPtrArray& out, int, int) {
+  return Run(orvx::picture::kQuail, *this, Lists{in, out});
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Bittern(CPtrArray& in, CPtrArray& out, int duplexUnit, int outputUnit) {
+  return GetOptionFlag_Grebe(in, out, duplexUnit, outputUnit);
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Avocet(CPtrArray& in, CPtrArray& out, int, int) {
+  return Run(orvx::picture::kAvocet, *this, Lists{in, out});
+}
+DWORD CPrnStaticInfo::GetOptionFlag_Auklet(CPtrArray& in, CPtrArray& out, int) {
+  const bool fourCassettes =
+      in.GetSize() > 4 && static_cast<COptInTray*>(in.GetAt(4))->GetName() == "Cassette 4";
+  return Run(fourCassettes ? orvx::picture::kAukletFourCassettes : orvx::picture::kAuklet, *this, Lists{in, out});
+}
