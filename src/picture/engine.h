@@ -24,11 +24,14 @@ struct Lit {
 // row reads like its table; a count that is not the literal's length does not
 // compile.
 consteval Lit B(std::string_view text, std::size_t count) {
-  if (count != text.size()) throw "byte count differs from the literal's length";
+  if (count != text.size() || text.empty()) throw "byte count differs from the literal's length";
   return Lit{text, false};
 }
 // "is exactly X".
-consteval Lit Is(std::string_view text) { return Lit{text, true}; }
+consteval Lit Is(std::string_view text) {
+  if (text.empty()) throw "an exact test needs a literal";
+  return Lit{text, true};
+}
 
 // A row's name test: passes when any of its literals does.
 struct Test {
@@ -36,9 +39,15 @@ struct Test {
   std::uint8_t count = 0;
 
   bool Matches(std::string_view name) const {
+    if (name.empty()) return false;  // no literal is empty
     for (std::size_t i = 0; i < count; ++i) {
       const Lit& l = lits[i];
-      if (l.exact ? name == l.text : name.starts_with(l.text)) return true;
+      // Most literals differ from the name in the first byte: test it before the rest.
+      if (l.text[0] != name[0] || name.size() < l.text.size()) continue;
+      if (l.exact && name.size() != l.text.size()) continue;
+      std::size_t k = 1;  // literals are a few bytes: a plain loop beats a call to memcmp
+      while (k < l.text.size() && l.text[k] == name[k]) ++k;
+      if (k == l.text.size()) return true;
     }
     return false;
   }
