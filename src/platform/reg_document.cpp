@@ -1,0 +1,423 @@
+#include "reg_document.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace orvx::registry {
+namespace {
+
+constexpr std::string_view kHeader5 = "Windows Registry Editor Version 5.00";
+constexpr std::string_view kHeader4 = "REGEDIT4";
+
+char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
+
+std::string_view Trim(std::string_view s) {
+  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
+  return s;
+}
+
+// UTF-16LE (after its byte-order mark) to UTF-8; false on a broken surrogate pair.
+bool Utf16ToUtf8(std::string_view in, std::string& out) {
+  if (in.size() % 2) return false;
+  for (std::size_t i = 0; i < in.size(); i += 2) {
+    std::uint32_t c = static_cast<unsigned char>(in[i]) | (static_cast<unsigned char>(in[i + 1]) << 8);
+    if (c >= 0xD800 && c <= 0xDBFF) {
+      if (i + 3 >= in.size()) return false;
+      const std::uint32_t d = static_cast<unsigned char>(in[i + 2]) | (static_cast<unsigned char>(in[i + 3]) << 8);
+      if (d < 0xDC00 || d > 0xDFFF) return false;
+      c = 0x10000 + ((c - 0xD800) << 10) + (d - 0xDC00);
+      i += 2;
+    } else if (c >= 0xDC00 && c <= 0xDFFF) {
+      return false;
+    }
+    if (c < 0x80) {
+      out += static_cast<char>(c);
+    } else if (c < 0x800) {
+      out += static_cast<char>(0xC0 | (c >> 6));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+      out += static_cast<char>(0xE0 | (c >> 12));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+      out += static_cast<char>(0xF0 | (c >> 18));
+      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+  return true;
+}
+
+// UTF-8 to UTF-16LE; false on bytes that are not UTF-8.
+bool Utf8ToUtf16(std::string_view in, std::string& out) {
+  const auto put = [&](std::uint32_t u) {
+    out += static_cast<char>(u & 0xFF);
+    out += static_cast<char>(u >> 8);
+  };
+  for (std::size_t i = 0; i < in.size();) {
+    const auto b = static_cast<unsigned char>(in[i]);
+    std::uint32_t c;
+    std::size_t n;
+    if (b < 0x80) { c = b; n = 0; }
+    else if ((b & 0xE0) == 0xC0) { c = b & 0x1F; n = 1; }
+    else if ((b & 0xF0) == 0xE0) { c = b & 0x0F; n = 2; }
+    else if ((b & 0xF8) == 0xF0) { c = b & 0x07; n = 3; }
+    else return false;
+    if (n && i + n >= in.size()) return false;
+    for (std::size_t k = 1; k <= n; ++k) {
+      const auto d = static_cast<unsigned char>(in[i + k]);
+      if ((d & 0xC0) != 0x80) return false;
+      c = (c << 6) | (d & 0x3F);
+    }
+    if ((n == 1 && c < 0x80) || (n == 2 && c < 0x800) || (n == 3 && c < 0x10000) || c > 0x10FFFF ||
+        (c >= 0xD800 && c <= 0xDFFF))
+      return false;
+    if (c >= 0x10000) {
+      put(0xD800 + ((c - 0x10000) >> 10));
+      put(0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+      put(c);
+    }
+    i += n + 1;
+  }
+  return true;
+}
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+// Reads a quoted string at the start of `s` ("..." with \\ and \" escapes);
+// returns the rest after the closing quote, or nullopt.
+std::optional<std::string_view> Quoted(std::string_view s, std::string& out) {
+  if (s.empty() || s.front() != '"') return std::nullopt;
+  for (std::size_t i = 1; i < s.size(); ++i) {
+    if (s[i] == '\\' && i + 1 < s.size() && (s[i + 1] == '\\' || s[i + 1] == '"')) {
+      out += s[++i];
+    } else if (s[i] == '"') {
+      return s.substr(i + 1);
+    } else {
+      out += s[i];
+    }
+  }
+  return std::nullopt;
+}
+
+bool ParseHexBytes(std::string_view s, std::vector<BYTE>& out) {
+  s = Trim(s);
+  if (s.empty()) return true;
+  std::size_t start = 0;
+  while (true) {
+    const std::size_t comma = s.find(',', start);
+    const std::string_view tok = Trim(s.substr(start, comma == std::string_view::npos ? std::string_view::npos : comma - start));
+    if (tok.empty()) {
+      // Only a trailing comma may leave an empty token.
+      if (comma != std::string_view::npos || start == 0) return false;
+      return true;
+    }
+    if (tok.size() > 2) return false;
+    int v = 0;
+    for (char c : tok) {
+      const int d = HexDigit(c);
+      if (d < 0) return false;
+      v = v * 16 + d;
+    }
+    out.push_back(static_cast<BYTE>(v));
+    if (comma == std::string_view::npos) return true;
+    start = comma + 1;
+    if (start == s.size()) return true;  // trailing comma
+  }
+}
+
+std::optional<std::string> ParseValue(std::string_view line, Value& v) {
+  std::string_view rest;
+  if (line.front() == '@') {
+    rest = line.substr(1);
+  } else {
+    const auto after = Quoted(line, v.name);
+    if (!after) return "a value name must be quoted or @";
+    rest = *after;
+  }
+  rest = Trim(rest);
+  if (rest.empty() || rest.front() != '=') return "expected = after the value name";
+  rest = Trim(rest.substr(1));
+  if (rest == "-") return "value deletion entries are not supported";
+  if (!rest.empty() && rest.front() == '"') {
+    std::string text;
+    const auto after = Quoted(rest, text);
+    if (!after) return "unterminated string";
+    if (!Trim(*after).empty()) return "unexpected text after the string";
+    v.type = REG_SZ;
+    v.data.assign(text.begin(), text.end());
+    v.data.push_back(0);
+    return std::nullopt;
+  }
+  if (rest.starts_with("dword:")) {
+    const std::string_view digits = Trim(rest.substr(6));
+    if (digits.empty() || digits.size() > 8) return "a dword needs 1 to 8 hex digits";
+    DWORD d = 0;
+    for (char c : digits) {
+      const int x = HexDigit(c);
+      if (x < 0) return "a dword needs 1 to 8 hex digits";
+      d = d * 16 + static_cast<DWORD>(x);
+    }
+    v.type = REG_DWORD;
+    v.data = {static_cast<BYTE>(d), static_cast<BYTE>(d >> 8), static_cast<BYTE>(d >> 16), static_cast<BYTE>(d >> 24)};
+    return std::nullopt;
+  }
+  if (rest.starts_with("hex")) {
+    rest.remove_prefix(3);
+    v.type = REG_BINARY;
+    if (!rest.empty() && rest.front() == '(') {
+      const std::size_t close = rest.find(')');
+      if (close == std::string_view::npos || close == 1 || close > 9) return "malformed hex(type)";
+      DWORD t = 0;
+      for (char c : rest.substr(1, close - 1)) {
+        const int x = HexDigit(c);
+        if (x < 0) return "malformed hex(type)";
+        t = t * 16 + static_cast<DWORD>(x);
+      }
+      v.type = t;
+      rest.remove_prefix(close + 1);
+    }
+    if (rest.empty() || rest.front() != ':') return "expected : after hex";
+    if (!ParseHexBytes(rest.substr(1), v.data)) return "malformed hex bytes";
+    return std::nullopt;
+  }
+  return "unknown value form";
+}
+
+std::string QuotedText(std::string_view s) {
+  std::string out = "\"";
+  for (char c : s) {
+    if (c == '\\' || c == '"') out += '\\';
+    out += c;
+  }
+  return out + '"';
+}
+
+std::string FormatValue(const Value& v, std::string_view eol) {
+  std::string line = v.name.empty() ? "@=" : QuotedText(v.name) + "=";
+  const auto& d = v.data;
+  if (v.type == REG_SZ && !d.empty() && d.back() == 0 &&
+      std::none_of(d.begin(), d.end() - 1, [](BYTE b) { return b == 0 || b == '\n' || b == '\r'; })) {
+    return line + QuotedText(std::string_view(reinterpret_cast<const char*>(d.data()), d.size() - 1));
+  }
+  if (v.type == REG_DWORD && d.size() == 4) {
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "dword:%08x", d[0] | (d[1] << 8) | (d[2] << 16) | (static_cast<DWORD>(d[3]) << 24));
+    return line + buf;
+  }
+  char prefix[24];
+  if (v.type == REG_BINARY)
+    std::snprintf(prefix, sizeof prefix, "hex:");
+  else
+    std::snprintf(prefix, sizeof prefix, "hex(%x):", v.type);
+  line += prefix;
+  // Wrapped as the registry editor does: continuation lines of two spaces.
+  std::size_t width = line.size();
+  for (std::size_t i = 0; i < d.size(); ++i) {
+    char byte[4];
+    std::snprintf(byte, sizeof byte, "%02x", d[i]);
+    line += byte;
+    width += 2;
+    if (i + 1 < d.size()) {
+      line += ',';
+      ++width;
+      if (width > 76) {
+        line += "\\";
+        line += eol;
+        line += "  ";
+        width = 2;
+      }
+    }
+  }
+  return line;
+}
+
+}  // namespace
+
+bool EqualNoCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (Lower(a[i]) != Lower(b[i])) return false;
+  return true;
+}
+
+std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
+  Document doc;
+  doc.preamble.clear();
+  std::string text;
+  if (bytes.starts_with("\xFF\xFE")) {
+    doc.encoding = Document::Encoding::Utf16;
+    if (!Utf16ToUtf8(bytes.substr(2), text)) {
+      error = {1, "the UTF-16 text is malformed"};
+      return std::nullopt;
+    }
+  } else if (bytes.starts_with("\xEF\xBB\xBF")) {
+    doc.encoding = Document::Encoding::Utf8Bom;
+    text = bytes.substr(3);
+  } else {
+    text = bytes;
+  }
+  if (text.find('\0') != std::string::npos) {
+    error = {1, "the file holds zero bytes (not a text file)"};
+    return std::nullopt;
+  }
+  doc.crlf = text.find("\r\n") != std::string::npos;
+
+  std::vector<std::string_view> lines;
+  for (std::size_t at = 0; at <= text.size();) {
+    std::size_t end = text.find('\n', at);
+    if (end == std::string::npos) end = text.size();
+    std::string_view l(text.data() + at, end - at);
+    if (!l.empty() && l.back() == '\r') l.remove_suffix(1);
+    lines.push_back(l);
+    at = end + 1;
+  }
+  // A final newline does not start another line.
+  if (!lines.empty() && lines.back().empty() && !text.empty() && text.back() == '\n') lines.pop_back();
+
+  std::size_t i = 0;
+  while (i < lines.size() && Trim(lines[i]).empty()) ++i;
+  if (i == lines.size() || (Trim(lines[i]) != kHeader5 && Trim(lines[i]) != kHeader4)) {
+    error = {static_cast<int>(i + 1), "expected the header \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
+    return std::nullopt;
+  }
+  doc.header = std::string(Trim(lines[i]));
+  Key* key = nullptr;
+  for (++i; i < lines.size(); ++i) {
+    const int lineNo = static_cast<int>(i + 1);
+    const std::string_view t = Trim(lines[i]);
+    if (t.empty() || t.front() == ';') {
+      if (key)
+        key->items.push_back({false, std::string(lines[i]), {}});
+      else
+        doc.preamble.emplace_back(lines[i]);
+      continue;
+    }
+    if (t.front() == '[') {
+      if (t.back() != ']' || t.size() < 3) {
+        error = {lineNo, "a key line must be [path]"};
+        return std::nullopt;
+      }
+      const std::string_view path = t.substr(1, t.size() - 2);
+      if (path.front() == '-') {
+        error = {lineNo, "key deletion entries are not supported"};
+        return std::nullopt;
+      }
+      if (!path.starts_with("HKEY_")) {
+        error = {lineNo, "a key path must start with a hive name such as HKEY_CURRENT_USER"};
+        return std::nullopt;
+      }
+      key = FindKey(doc, path);  // a repeated section adds to the key
+      if (!key) key = &doc.keys.emplace_back(Key{std::string(path), {}});
+      continue;
+    }
+    if (!key) {
+      error = {lineNo, "a value before the first key"};
+      return std::nullopt;
+    }
+    // Join continuation lines; the lines as written are kept for writing back.
+    std::string logical(t);
+    std::string raw(lines[i]);
+    while (!logical.empty() && logical.back() == '\\' && i + 1 < lines.size()) {
+      logical.pop_back();
+      logical += Trim(lines[++i]);
+      raw += '\n';
+      raw += lines[i];
+    }
+    Value v;
+    if (auto problem = ParseValue(logical, v)) {
+      error = {lineNo, *problem};
+      return std::nullopt;
+    }
+    const std::string name = v.name;
+    SetValue(*key, std::move(v));
+    for (auto& item : key->items)
+      if (item.isValue && EqualNoCase(item.value.name, name)) item.raw = raw;
+  }
+  return doc;
+}
+
+std::optional<std::string> Serialize(const Document& doc) {
+  const std::string_view eol = doc.crlf ? "\r\n" : "\n";
+  std::string text = doc.header + std::string(eol);
+  for (const auto& l : doc.preamble) text += l + std::string(eol);
+  for (const auto& k : doc.keys) {
+    text += "[" + k.path + "]" + std::string(eol);
+    for (const auto& item : k.items) {
+      if (item.isValue && item.raw.empty()) {
+        text += FormatValue(item.value, eol);
+      } else {
+        // As written: continuation lines were kept joined by '\n'.
+        for (char c : item.raw) text += c == '\n' ? std::string(eol) : std::string(1, c);
+      }
+      text += eol;
+    }
+  }
+  switch (doc.encoding) {
+    case Document::Encoding::Utf8: return text;
+    case Document::Encoding::Utf8Bom: return "\xEF\xBB\xBF" + text;
+    case Document::Encoding::Utf16: {
+      std::string out = "\xFF\xFE";
+      if (!Utf8ToUtf16(text, out)) return std::nullopt;
+      return out;
+    }
+  }
+  return std::nullopt;
+}
+
+Key* FindKey(Document& doc, std::string_view path) {
+  for (auto& k : doc.keys)
+    if (EqualNoCase(k.path, path)) return &k;
+  return nullptr;
+}
+
+bool KeyExists(const Document& doc, std::string_view path) {
+  if (path.find('\\') == std::string_view::npos) return true;  // a hive itself
+  for (const auto& k : doc.keys) {
+    if (k.path.size() < path.size()) continue;
+    if (EqualNoCase(std::string_view(k.path).substr(0, path.size()), path) &&
+        (k.path.size() == path.size() || k.path[path.size()] == '\\'))
+      return true;
+  }
+  return false;
+}
+
+Value* FindValue(Key& key, std::string_view name) {
+  for (auto& item : key.items)
+    if (item.isValue && EqualNoCase(item.value.name, name)) return &item.value;
+  return nullptr;
+}
+
+void SetValue(Key& key, Value value) {
+  for (auto& item : key.items) {
+    if (item.isValue && EqualNoCase(item.value.name, value.name)) {
+      item.value.type = value.type;
+      item.value.data = std::move(value.data);
+      item.raw.clear();  // written anew
+      return;
+    }
+  }
+  // After the last value, so that trailing blank lines and comments stay last.
+  auto at = key.items.end();
+  while (at != key.items.begin() && !std::prev(at)->isValue) --at;
+  key.items.insert(at, Item{true, {}, std::move(value)});
+}
+
+Key& AddKey(Document& doc, std::string path) {
+  // The section before gets its separating blank line if it has none.
+  if (!doc.keys.empty()) {
+    auto& items = doc.keys.back().items;
+    if (items.empty() || items.back().isValue || !Trim(items.back().raw).empty()) items.push_back({false, "", {}});
+  }
+  return doc.keys.emplace_back(Key{std::move(path), {}});
+}
+
+}  // namespace orvx::registry

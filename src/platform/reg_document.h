@@ -1,0 +1,63 @@
+// A registry store file in memory: the registry editor's export format, kept
+// with its comments, blank lines and order so that writing it back changes
+// only what was changed.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvx/afx_registry.h"
+
+namespace orvx::registry {
+
+struct Value {
+  std::string name;  // empty: the key's default value ("@")
+  DWORD type = REG_NONE;
+  std::vector<BYTE> data;
+};
+
+// A line of a key's section: a value, or a blank or comment line kept as written.
+struct Item {
+  bool isValue = false;
+  std::string raw;
+  Value value;
+};
+
+struct Key {
+  std::string path;  // as written, hive included: HKEY_CURRENT_USER\Software\...
+  std::vector<Item> items;
+};
+
+struct Document {
+  enum class Encoding { Utf8, Utf8Bom, Utf16 };
+  Encoding encoding = Encoding::Utf8;
+  bool crlf = false;
+  std::string header = "Windows Registry Editor Version 5.00";
+  std::vector<std::string> preamble{""};  // lines between the header and the first key
+  std::vector<Key> keys;
+};
+
+struct ParseError {
+  int line = 0;
+  std::string message;
+};
+
+std::optional<Document> Parse(std::string_view bytes, ParseError& error);
+// The file's bytes; nullopt when the text cannot be encoded as the document's
+// encoding asks (a UTF-16 file and a name that is not UTF-8).
+std::optional<std::string> Serialize(const Document& doc);
+
+bool EqualNoCase(std::string_view a, std::string_view b);
+
+Key* FindKey(Document& doc, std::string_view path);
+// A key exists when it has a section, or a section lies below it.
+bool KeyExists(const Document& doc, std::string_view path);
+Value* FindValue(Key& key, std::string_view name);
+// Adds or replaces a value; a new one goes after the key's last value.
+void SetValue(Key& key, Value value);
+// Adds a key section at the end of the document.
+Key& AddKey(Document& doc, std::string path);
+
+}  // namespace orvx::registry

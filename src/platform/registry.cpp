@@ -1,0 +1,426 @@
+// The registry calls over the POSIX store: one text file per hive, read
+// through a cache that follows the file, written atomically under an advisory
+// lock so that concurrent writers in other processes lose nothing.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+
+#include "orvx/afx_registry.h"
+#include "reg_document.h"
+
+struct HKEY__ {
+  HKEY hive;
+  std::string path;  // below the hive, components joined by '\'
+};
+
+namespace orvx::registry {
+namespace {
+
+thread_local DWORD g_lastError = 0;
+
+struct Settings {
+  std::mutex mutex;
+  DWORD platformId = VER_PLATFORM_WIN32_NT;
+  std::map<std::uintptr_t, std::string> files;
+  std::set<HKEY> handles;
+};
+Settings& State() {
+  static Settings s;
+  return s;
+}
+
+bool IsHive(HKEY k) { return k == HKEY_LOCAL_MACHINE || k == HKEY_CURRENT_USER; }
+const char* HiveName(HKEY k) { return k == HKEY_LOCAL_MACHINE ? "HKEY_LOCAL_MACHINE" : "HKEY_CURRENT_USER"; }
+
+std::string FullPath(HKEY hive, const std::string& path) {
+  return path.empty() ? std::string(HiveName(hive)) : std::string(HiveName(hive)) + "\\" + path;
+}
+
+// Resolves a key handle to its hive and path; false for an unknown handle.
+bool Resolve(HKEY key, HKEY& hive, std::string& path) {
+  if (IsHive(key)) {
+    hive = key;
+    path.clear();
+    return true;
+  }
+  std::lock_guard lock(State().mutex);
+  if (!State().handles.count(key)) return false;
+  hive = key->hive;
+  path = key->path;
+  return true;
+}
+
+// Appends `sub` to `path`; empty components (doubled or outer separators) are dropped.
+std::string Join(std::string path, const char* sub) {
+  if (!sub) return path;
+  std::string_view s(sub);
+  while (!s.empty()) {
+    const std::size_t at = s.find('\\');
+    const std::string_view part = s.substr(0, at);
+    if (!part.empty()) {
+      if (!path.empty()) path += '\\';
+      path += part;
+    }
+    if (at == std::string_view::npos) break;
+    s.remove_prefix(at + 1);
+  }
+  return path;
+}
+
+HKEY NewHandle(HKEY hive, std::string path) {
+  HKEY h = new HKEY__{hive, std::move(path)};
+  std::lock_guard lock(State().mutex);
+  State().handles.insert(h);
+  return h;
+}
+
+// ---- file access ------------------------------------------------------------------
+
+struct Snapshot {
+  bool exists = false;
+  bool valid = false;
+  std::shared_ptr<const Document> doc;
+};
+
+struct FileId {
+  dev_t dev = 0;
+  ino_t ino = 0;
+  off_t size = 0;
+  std::int64_t mtime = 0;
+  bool operator==(const FileId&) const = default;
+};
+
+struct Cache {
+  std::mutex mutex;
+  std::map<std::string, std::pair<FileId, Snapshot>> entries;
+};
+Cache& TheCache() {
+  static Cache c;
+  return c;
+}
+
+bool ReadAll(int fd, std::string& out) {
+  char buf[65536];
+  while (true) {
+    const ssize_t n = ::read(fd, buf, sizeof buf);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    if (n == 0) return true;
+    out.append(buf, static_cast<std::size_t>(n));
+  }
+}
+
+// The file's current content, parsed; served from the cache while the file is unchanged.
+Snapshot Load(const std::string& file) {
+  const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return {};
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    return {true, false, nullptr};
+  }
+  const FileId id{st.st_dev, st.st_ino, st.st_size,
+                  static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+  {
+    std::lock_guard lock(TheCache().mutex);
+    const auto it = TheCache().entries.find(file);
+    if (it != TheCache().entries.end() && it->second.first == id) {
+      ::close(fd);
+      return it->second.second;
+    }
+  }
+  std::string bytes;
+  const bool read = ReadAll(fd, bytes);
+  ::close(fd);
+  Snapshot snap{true, false, nullptr};
+  ParseError error;
+  if (read) {
+    if (auto doc = Parse(bytes, error)) {
+      snap.valid = true;
+      snap.doc = std::make_shared<const Document>(std::move(*doc));
+    }
+  }
+  std::lock_guard lock(TheCache().mutex);
+  TheCache().entries[file] = {id, snap};
+  return snap;
+}
+
+bool WriteAll(int fd, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+// Replaces `file` with `bytes`: a temporary file in the same directory,
+// flushed, renamed over the old one, and the directory flushed.
+bool Replace(const std::string& file, const std::string& bytes) {
+  static std::atomic<unsigned> counter{0};
+  const std::string temp = file + ".tmp." + std::to_string(::getpid()) + "." + std::to_string(counter++);
+  mode_t mode = 0644;
+  struct stat st {};
+  if (::stat(file.c_str(), &st) == 0) mode = st.st_mode & 07777;
+  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  if (fd < 0) return false;
+  const bool ok = WriteAll(fd, bytes) && ::fsync(fd) == 0;
+  ::close(fd);
+  if (!ok || ::rename(temp.c_str(), file.c_str()) != 0) {
+    ::unlink(temp.c_str());
+    return false;
+  }
+  const std::string dir = std::filesystem::path(file).parent_path().string();
+  const int dfd = ::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dfd >= 0) {
+    ::fsync(dfd);
+    ::close(dfd);
+  }
+  return true;
+}
+
+// Runs `change` on the hive's document under the store's lock and writes the
+// result. `change` returns an error code, or ERROR_SUCCESS with `dirty` set
+// when there is something to write. A malformed file is never written.
+LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change) {
+  const std::string file = orvx::host::RegistryFile(hive);
+  const std::filesystem::path parent = std::filesystem::path(file).parent_path();
+  std::error_code ec;
+  if (!parent.empty()) std::filesystem::create_directories(parent, ec);
+  const int lockFd = ::open((file + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+  if (lockFd < 0) return ERROR_ACCESS_DENIED;
+  while (::flock(lockFd, LOCK_EX) != 0) {
+    if (errno != EINTR) {
+      ::close(lockFd);
+      return ERROR_REGISTRY_IO_FAILED;
+    }
+  }
+  LONG result = ERROR_SUCCESS;
+  const Snapshot snap = Load(file);
+  if (snap.exists && !snap.valid) {
+    result = ERROR_REGISTRY_CORRUPT;
+  } else {
+    Document doc = snap.doc ? *snap.doc : Document{};
+    bool dirty = false;
+    result = change(doc, dirty);
+    if (result == ERROR_SUCCESS && dirty) {
+      const auto bytes = Serialize(doc);
+      if (!bytes || !Replace(file, *bytes)) result = ERROR_REGISTRY_IO_FAILED;
+    }
+  }
+  ::close(lockFd);  // releases the lock
+  return result;
+}
+
+// The document of a hive for reading; null when the file is missing or malformed.
+std::shared_ptr<const Document> ReadHive(HKEY hive) { return Load(orvx::host::RegistryFile(hive)).doc; }
+
+const Key* FindKeyConst(const Document& doc, std::string_view path) {
+  return FindKey(const_cast<Document&>(doc), path);
+}
+
+}  // namespace
+
+bool CheckFile(const std::string& path, std::string& error, int& line) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    error = std::string("cannot open: ") + std::strerror(errno);
+    line = 0;
+    return false;
+  }
+  std::string bytes;
+  const bool read = ReadAll(fd, bytes);
+  ::close(fd);
+  if (!read) {
+    error = "cannot read the file";
+    line = 0;
+    return false;
+  }
+  ParseError e;
+  if (Parse(bytes, e)) return true;
+  error = e.message;
+  line = e.line;
+  return false;
+}
+
+}  // namespace orvx::registry
+
+using namespace orvx::registry;
+
+// ---- the registry calls ---------------------------------------------------------------
+
+LONG RegOpenKeyExA(HKEY key, const char* subKey, DWORD, REGSAM, PHKEY result) {
+  if (!result) return ERROR_INVALID_PARAMETER;
+  HKEY hive;
+  std::string path;
+  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  path = Join(path, subKey);
+  const auto doc = ReadHive(hive);
+  if (!doc || !KeyExists(*doc, FullPath(hive, path))) return ERROR_FILE_NOT_FOUND;
+  *result = NewHandle(hive, std::move(path));
+  return ERROR_SUCCESS;
+}
+
+LONG RegCreateKeyExA(HKEY key, const char* subKey, DWORD, char*, DWORD, REGSAM, void*, PHKEY result,
+                     DWORD* disposition) {
+  if (!result) return ERROR_INVALID_PARAMETER;
+  HKEY hive;
+  std::string path;
+  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  path = Join(path, subKey);
+  const std::string full = FullPath(hive, path);
+  bool created = false;
+  const LONG r = Mutate(hive, [&](Document& doc, bool& dirty) {
+    if (!KeyExists(doc, full)) {
+      AddKey(doc, full);
+      created = dirty = true;
+    }
+    return ERROR_SUCCESS;
+  });
+  if (r != ERROR_SUCCESS) return r;
+  if (disposition) *disposition = created ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
+  *result = NewHandle(hive, std::move(path));
+  return ERROR_SUCCESS;
+}
+
+LONG RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameLength, DWORD*, DWORD* type, BYTE* data,
+                   DWORD* dataLength) {
+  if (!name || !nameLength) return ERROR_INVALID_PARAMETER;
+  HKEY hive;
+  std::string path;
+  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  const auto doc = ReadHive(hive);
+  if (!doc) return ERROR_NO_MORE_ITEMS;
+  const Key* k = FindKeyConst(*doc, FullPath(hive, path));
+  if (!k) return ERROR_NO_MORE_ITEMS;
+  DWORD i = 0;
+  for (const auto& item : k->items) {
+    if (!item.isValue || i++ != index) continue;
+    const Value& v = item.value;
+    if (v.name.size() + 1 > *nameLength) return ERROR_MORE_DATA;
+    if (data && dataLength && v.data.size() > *dataLength) {
+      *dataLength = static_cast<DWORD>(v.data.size());
+      return ERROR_MORE_DATA;
+    }
+    std::memcpy(name, v.name.c_str(), v.name.size() + 1);
+    *nameLength = static_cast<DWORD>(v.name.size());
+    if (type) *type = v.type;
+    if (data && dataLength && !v.data.empty()) std::memcpy(data, v.data.data(), v.data.size());
+    if (dataLength) *dataLength = static_cast<DWORD>(v.data.size());
+    return ERROR_SUCCESS;
+  }
+  return ERROR_NO_MORE_ITEMS;
+}
+
+LONG RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type, BYTE* data, DWORD* dataLength) {
+  if (data && !dataLength) return ERROR_INVALID_PARAMETER;
+  HKEY hive;
+  std::string path;
+  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  const auto doc = ReadHive(hive);
+  if (!doc) return ERROR_FILE_NOT_FOUND;
+  Key* k = FindKey(const_cast<Document&>(*doc), FullPath(hive, path));
+  const Value* v = k ? FindValue(*k, name ? name : "") : nullptr;
+  if (!v) return ERROR_FILE_NOT_FOUND;
+  const auto size = static_cast<DWORD>(v->data.size());
+  if (type) *type = v->type;
+  if (data) {
+    if (size > *dataLength) {
+      *dataLength = size;
+      return ERROR_MORE_DATA;
+    }
+    if (size) std::memcpy(data, v->data.data(), size);
+  }
+  if (dataLength) *dataLength = size;
+  return ERROR_SUCCESS;
+}
+
+LONG RegSetValueExA(HKEY key, const char* name, DWORD, DWORD type, const BYTE* data, DWORD length) {
+  if (!data && length) return ERROR_INVALID_PARAMETER;
+  HKEY hive;
+  std::string path;
+  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  const std::string full = FullPath(hive, path);
+  Value v{name ? name : "", type, data ? std::vector<BYTE>(data, data + length) : std::vector<BYTE>{}};
+  return Mutate(hive, [&](Document& doc, bool& dirty) {
+    Key* k = FindKey(doc, full);
+    if (!k) k = &AddKey(doc, full);
+    SetValue(*k, std::move(v));
+    dirty = true;
+    return ERROR_SUCCESS;
+  });
+}
+
+LONG RegCloseKey(HKEY key) {
+  if (IsHive(key)) return ERROR_SUCCESS;
+  {
+    std::lock_guard lock(State().mutex);
+    if (!State().handles.erase(key)) return ERROR_INVALID_HANDLE;
+  }
+  delete key;
+  return ERROR_SUCCESS;
+}
+
+// ---- version and kernel helpers ---------------------------------------------------------
+
+BOOL GetVersionExA(OSVERSIONINFOA* info) {
+  if (!info || info->dwOSVersionInfoSize != sizeof(OSVERSIONINFOA)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  std::memset(reinterpret_cast<char*>(info) + sizeof(DWORD), 0, sizeof(OSVERSIONINFOA) - sizeof(DWORD));
+  info->dwMajorVersion = 10;
+  std::lock_guard lock(State().mutex);
+  info->dwPlatformId = State().platformId;
+  return TRUE;
+}
+
+DWORD GetLastError() { return g_lastError; }
+void SetLastError(DWORD error) { g_lastError = error; }
+int lstrlenA(const char* text) { return text ? static_cast<int>(std::strlen(text)) : 0; }
+
+namespace orvx::host {
+
+void SetPlatformId(DWORD id) {
+  std::lock_guard lock(State().mutex);
+  State().platformId = id;
+}
+
+void SetRegistryFile(HKEY hive, std::string_view path) {
+  std::lock_guard lock(State().mutex);
+  State().files[reinterpret_cast<std::uintptr_t>(hive)] = std::string(path);
+}
+
+std::string RegistryFile(HKEY hive) {
+  {
+    std::lock_guard lock(State().mutex);
+    const auto it = State().files.find(reinterpret_cast<std::uintptr_t>(hive));
+    if (it != State().files.end() && !it->second.empty()) return it->second;
+  }
+  const bool machine = hive == HKEY_LOCAL_MACHINE;
+  if (const char* env = std::getenv(machine ? "ORVX_HKLM_FILE" : "ORVX_HKCU_FILE"); env && *env) return env;
+  if (machine) return "/etc/orvx/hklm.reg";
+  if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg) return std::string(xdg) + "/orvx/hkcu.reg";
+  const char* home = std::getenv("HOME");
+  return std::string(home && *home ? home : ".") + "/.config/orvx/hkcu.reg";
+}
+
+}  // namespace orvx::host

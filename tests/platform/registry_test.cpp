@@ -1,0 +1,253 @@
+#include <gtest/gtest.h>
+
+#include "orvx/afx_registry.h"
+#include "registry_fixture.h"
+
+using orvx_test::RegistryFixture;
+
+namespace {
+
+struct Found {
+  std::string name;
+  DWORD type;
+  std::vector<BYTE> data;
+};
+
+std::vector<Found> Enumerate(HKEY key) {
+  std::vector<Found> out;
+  for (DWORD i = 0;; ++i) {
+    char name[256];
+    DWORD nameLength = sizeof name, type = 0, size = 1024;
+    BYTE data[1024];
+    const LONG r = RegEnumValueA(key, i, name, &nameLength, nullptr, &type, data, &size);
+    if (r == ERROR_NO_MORE_ITEMS) break;
+    EXPECT_EQ(r, ERROR_SUCCESS);
+    out.push_back({std::string(name, nameLength), type, std::vector<BYTE>(data, data + size)});
+  }
+  return out;
+}
+
+std::vector<BYTE> Sz(std::string_view s) {
+  std::vector<BYTE> v(s.begin(), s.end());
+  v.push_back(0);
+  return v;
+}
+
+const char* kExport =
+    "Windows Registry Editor Version 5.00\r\n"
+    "\r\n"
+    "; exported by hand\r\n"
+    "[HKEY_CURRENT_USER\\Software\\Acme\\App]\r\n"
+    "@=\"default\"\r\n"
+    "\"Path\"=\"C:\\\\Program Files\\\\\\\"Acme\\\"\"\r\n"
+    "\"Count\"=dword:0000000a\r\n"
+    "\"Blob\"=hex:01,02,ff,\\\r\n"
+    "  10,20\r\n"
+    "\"Expand\"=hex(2):25,00\r\n"
+    "\"Empty\"=hex:\r\n"
+    "\r\n"
+    "[HKEY_CURRENT_USER\\Software\\Acme\\Other]\r\n"
+    "\"X\"=dword:1\r\n"
+    "\r\n";
+
+}  // namespace
+
+class Store : public RegistryFixture {};
+
+TEST_F(Store, ReadsEveryValueFormInFileOrder) {
+  Write(user_, kExport);
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "software\\ACME\\app", 0, KEY_READ, &key), ERROR_SUCCESS);
+  const auto values = Enumerate(key);
+  ASSERT_EQ(values.size(), 6u);
+  const std::vector<std::pair<std::string, DWORD>> expected = {
+      {"", REG_SZ}, {"Path", REG_SZ}, {"Count", REG_DWORD}, {"Blob", REG_BINARY}, {"Expand", REG_EXPAND_SZ},
+      {"Empty", REG_BINARY}};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    EXPECT_EQ(values[i].name, expected[i].first);
+    EXPECT_EQ(values[i].type, expected[i].second);
+  }
+  EXPECT_EQ(values[0].data, Sz("default"));
+  EXPECT_EQ(values[1].data, Sz("C:\\Program Files\\\"Acme\""));
+  EXPECT_EQ(values[2].data, (std::vector<BYTE>{10, 0, 0, 0}));
+  EXPECT_EQ(values[3].data, (std::vector<BYTE>{1, 2, 0xFF, 0x10, 0x20}));
+  EXPECT_EQ(values[4].data, (std::vector<BYTE>{0x25, 0}));
+  EXPECT_TRUE(values[5].data.empty());
+
+  // Value names compare without regard to case.
+  BYTE buf[4];
+  DWORD size = sizeof buf, type = 0;
+  EXPECT_EQ(RegQueryValueExA(key, "count", nullptr, &type, buf, &size), ERROR_SUCCESS);
+  EXPECT_EQ(type, REG_DWORD);
+  EXPECT_EQ(buf[0], 10);
+  EXPECT_EQ(RegQueryValueExA(key, "Missing", nullptr, nullptr, buf, &size), ERROR_FILE_NOT_FOUND);
+  RegCloseKey(key);
+
+  // A parent known only through its children exists, without values.
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Acme", 0, KEY_READ, &key), ERROR_SUCCESS);
+  EXPECT_TRUE(Enumerate(key).empty());
+  RegCloseKey(key);
+  EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Acm", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "Software\\Acme", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(Store, WritingKeepsEverythingElseAndItsOrder) {
+  Write(user_, kExport);
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Acme\\App", 0, KEY_WRITE, &key), ERROR_SUCCESS);
+  const DWORD twelve = 12;
+  ASSERT_EQ(RegSetValueExA(key, "COUNT", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&twelve), 4), ERROR_SUCCESS);
+  ASSERT_EQ(RegSetValueExA(key, "New \"one\"", 0, REG_SZ, reinterpret_cast<const BYTE*>("v\\1"), 4), ERROR_SUCCESS);
+  RegCloseKey(key);
+  std::string expected = kExport;
+  expected.replace(expected.find("dword:0000000a"), 14, "dword:0000000c");
+  expected.insert(expected.find("\r\n\r\n[HKEY_CURRENT_USER\\Software\\Acme\\Other]") + 2, "\"New \\\"one\\\"\"=\"v\\\\1\"\r\n");
+  EXPECT_EQ(Read(user_), expected);
+}
+
+TEST_F(Store, CreatesFileKeysAndValuesAndReadsThemBack) {
+  HKEY key;
+  DWORD disposition = 0;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\\\App\\Com", 0, nullptr, 0, KEY_WRITE, nullptr, &key,
+                            &disposition),
+            ERROR_SUCCESS);
+  EXPECT_EQ(disposition, static_cast<DWORD>(REG_CREATED_NEW_KEY));
+  std::vector<BYTE> big(300);
+  for (std::size_t i = 0; i < big.size(); ++i) big[i] = static_cast<BYTE>(i);
+  ASSERT_EQ(RegSetValueExA(key, "COM3", 0, REG_BINARY, big.data(), static_cast<DWORD>(big.size())), ERROR_SUCCESS);
+  const std::string text = "line\nbreak";
+  ASSERT_EQ(RegSetValueExA(key, "", 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), 11), ERROR_SUCCESS);
+  ASSERT_EQ(RegSetValueExA(key, "Raw", 0, 11, big.data(), 8), ERROR_SUCCESS);
+  RegCloseKey(key);
+  HKEY again;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "software\\app\\com", 0, nullptr, 0, KEY_WRITE, nullptr, &again,
+                            &disposition),
+            ERROR_SUCCESS);
+  EXPECT_EQ(disposition, static_cast<DWORD>(REG_OPENED_EXISTING_KEY));
+  const auto values = Enumerate(again);
+  RegCloseKey(again);
+  ASSERT_EQ(values.size(), 3u);
+  EXPECT_EQ(values[0].data, big);
+  EXPECT_EQ(values[1].data, std::vector<BYTE>(text.c_str(), text.c_str() + 11));
+  EXPECT_EQ(values[2].type, 11u);
+
+  // What we write parses, and writing it again changes nothing.
+  std::string error;
+  int line = 0;
+  EXPECT_TRUE(orvx::registry::CheckFile(user_, error, line)) << error << " at line " << line;
+  const std::string before = Read(user_);
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\App\\Com", 0, KEY_WRITE, &key), ERROR_SUCCESS);
+  ASSERT_EQ(RegSetValueExA(key, "COM3", 0, REG_BINARY, big.data(), static_cast<DWORD>(big.size())), ERROR_SUCCESS);
+  RegCloseKey(key);
+  EXPECT_EQ(Read(user_), before);
+}
+
+TEST_F(Store, Utf16AndRegedit4Files) {
+  const std::string text = "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Caf\xC3\xA9]\r\n"
+                           "\"Nom\"=\"\xC3\xA9t\xC3\xA9\"\r\n\r\n";
+  std::string utf16 = "\xFF\xFE";
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    unsigned u = c;
+    if (c >= 0xC0) u = ((c & 0x1F) << 6) | (static_cast<unsigned char>(text[++i]) & 0x3F);
+    utf16 += static_cast<char>(u & 0xFF);
+    utf16 += static_cast<char>(u >> 8);
+  }
+  Write(machine_, utf16);
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Caf\xC3\xA9", 0, KEY_READ, &key), ERROR_SUCCESS);
+  BYTE buf[16];
+  DWORD size = sizeof buf;
+  ASSERT_EQ(RegQueryValueExA(key, "nom", nullptr, nullptr, buf, &size), ERROR_SUCCESS);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(buf), size), std::string("\xC3\xA9t\xC3\xA9", 5) + '\0');
+  ASSERT_EQ(RegSetValueExA(key, "Two", 0, REG_DWORD, buf, 4), ERROR_SUCCESS);
+  RegCloseKey(key);
+  const std::string after = Read(machine_);
+  EXPECT_EQ(after.substr(0, 2), "\xFF\xFE");  // still UTF-16
+  EXPECT_EQ(after.substr(0, utf16.size() - 4), utf16.substr(0, utf16.size() - 4));
+
+  Write(machine_, "REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\A]\n\"B\"=\"c\"\n");
+  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "A", 0, KEY_READ, &key), ERROR_SUCCESS);
+  size = sizeof buf;
+  EXPECT_EQ(RegQueryValueExA(key, "B", nullptr, nullptr, buf, &size), ERROR_SUCCESS);
+  RegCloseKey(key);
+}
+
+TEST_F(Store, BufferLimits) {
+  Write(machine_, "REGEDIT4\n[HKEY_LOCAL_MACHINE\\K]\n\"" + std::string(31, 'a') + "\"=dword:1\n\"" + std::string(32, 'b') +
+                      "\"=hex:01,02,03,04,05,06,07,08\n\"Short\"=hex:01,02\n");
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "K", 0, KEY_READ, &key), ERROR_SUCCESS);
+  char name[32];
+  DWORD length = sizeof name;
+  EXPECT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+  EXPECT_EQ(length, 31u);
+  length = sizeof name;
+  EXPECT_EQ(RegEnumValueA(key, 1, name, &length, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
+  length = sizeof name;
+  EXPECT_EQ(RegEnumValueA(key, 3, name, &length, nullptr, nullptr, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
+
+  BYTE four[4] = {9, 9, 9, 9};
+  DWORD size = 4;
+  EXPECT_EQ(RegQueryValueExA(key, std::string(32, 'b').c_str(), nullptr, nullptr, four, &size), ERROR_MORE_DATA);
+  EXPECT_EQ(size, 8u);
+  EXPECT_EQ(four[0], 9);  // untouched
+  size = 4;
+  EXPECT_EQ(RegQueryValueExA(key, "Short", nullptr, nullptr, four, &size), ERROR_SUCCESS);
+  EXPECT_EQ(size, 2u);
+  size = 0;
+  EXPECT_EQ(RegQueryValueExA(key, "Short", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+  EXPECT_EQ(size, 2u);
+  RegCloseKey(key);
+  EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(RegQueryValueExA(key, "Short", nullptr, nullptr, four, &size), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
+  struct Case {
+    const char* what;
+    std::string bytes;
+    int line;
+  };
+  const Case cases[] = {
+      {"no header", "[HKEY_CURRENT_USER\\A]\n", 1},
+      {"value before a key", "REGEDIT4\n\"A\"=dword:1\n", 2},
+      {"bad dword", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=dword:123456789\n", 3},
+      {"bad hex", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex:1g\n", 3},
+      {"unterminated string", "REGEDIT4\n\n[HKEY_CURRENT_USER\\A]\n\"A\"=\"x\n", 4},
+      {"key deletion", "REGEDIT4\n[-HKEY_CURRENT_USER\\A]\n", 2},
+      {"value deletion", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=-\n", 3},
+      {"not a hive", "REGEDIT4\n[SOFTWARE\\A]\n", 2},
+      {"binary junk", std::string("REGEDIT4\n\0\1\2", 12), 1},
+      {"odd UTF-16", "\xFF\xFEW\0x", 1},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Write(user_, c.bytes);
+    std::string error;
+    int line = -1;
+    EXPECT_FALSE(orvx::registry::CheckFile(user_, error, line));
+    EXPECT_EQ(line, c.line) << error;
+    HKEY key;
+    EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "A", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+    EXPECT_NE(RegCreateKeyExA(HKEY_CURRENT_USER, "A", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(Read(user_), c.bytes);
+  }
+}
+
+TEST(Platform, VersionAndKernelHelpers) {
+  OSVERSIONINFOA info{};
+  info.dwOSVersionInfoSize = 100;
+  SetLastError(0);
+  EXPECT_FALSE(GetVersionExA(&info));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+  info.dwOSVersionInfoSize = sizeof info;
+  ASSERT_TRUE(GetVersionExA(&info));
+  EXPECT_EQ(info.dwPlatformId, VER_PLATFORM_WIN32_NT);
+  orvx::host::SetPlatformId(1);
+  ASSERT_TRUE(GetVersionExA(&info));
+  EXPECT_EQ(info.dwPlatformId, 1u);
+  orvx::host::SetPlatformId(VER_PLATFORM_WIN32_NT);
+  EXPECT_EQ(lstrlenA(nullptr), 0);
+  EXPECT_EQ(lstrlenA("abc"), 3);
+}
