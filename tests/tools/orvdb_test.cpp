@@ -16,10 +16,11 @@ struct Result {
 };
 
 // Runs orvdb with `args` (shell words), capturing stdout; stderr goes to `err`.
-Result RunOrvdb(const std::string& args, std::string* err = nullptr) {
+// `env` is prefixed to the command (variable assignments for the tool).
+Result RunOrvdb(const std::string& args, std::string* err = nullptr, const std::string& env = "") {
   orvx_test::TempDir tmp;
   const auto errFile = tmp.path() / "stderr";
-  const std::string cmd = std::string("'") + ORVDB_BINARY + "' " + args + " 2>'" + errFile.string() + "'";
+  const std::string cmd = env + "'" + ORVDB_BINARY + "' " + args + " 2>'" + errFile.string() + "'";
   FILE* p = popen(cmd.c_str(), "r");
   Result r{-1, {}};
   if (!p) return r;
@@ -146,4 +147,57 @@ TEST(Orvdb, BuildRejectsBadModelsNamingModelAndKey) {
     EXPECT_NE(err.find(c.error), std::string::npos) << err;
     EXPECT_FALSE(std::filesystem::exists(dat));
   }
+}
+
+TEST(Orvdb, RegistryCommands) {
+  orvx_test::TempDir tmp;
+  const std::string env = "ORVX_HKCU_FILE='" + (tmp.path() / "hkcu.reg").string() + "' ORVX_HKLM_FILE='" +
+                          (tmp.path() / "hklm.reg").string() + "' ";
+  std::ofstream(tmp.path() / "hklm.reg")
+      << "REGEDIT4\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Vantor Selby\\Mon\\Supported Models]\n\"LP-1\"=dword:01000100\n"
+         "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Vantor Selby\\Mon\\Unsupported Models]\n\"LP-9\"=dword:0\n";
+  std::ofstream(tmp.path() / "bad.reg") << "REGEDIT4\n\n[HKEY_CURRENT_USER\\A]\nnonsense\n";
+  struct Case {
+    std::string args;
+    int code;
+    std::string out;
+  };
+  const Case cases[] = {
+      {"supported LP-1 --interface 1 --app Mon", 0, "LP-1: supported (0x00000000)\n"},
+      {"supported LP-1 --interface 3 --app Mon --direct", 1, "LP-1: not supported (0x80000001)\n"},
+      {"supported LP-9 --interface 1 --app Mon", 1, "LP-9: listed as unsupported (0x80000002)\n"},
+      {"supported LP-1 --interface 1 --path 'SOFTWARE\\Vantor Selby\\Mon'", 0, "LP-1: supported (0x00000000)\n"},
+      {"supported LP-1 --interface x", 2, ""},
+      {"registry check '" + (tmp.path() / "hklm.reg").string() + "'", 0, ""},
+      {"registry check '" + (tmp.path() / "bad.reg").string() + "'", 1, ""},
+      {"registry check /nonexistent.reg", 2, ""},
+      {"comcfg load --port 0x20 --app Mon --key K", 1, ""},
+      {"comcfg frob --port 1", 2, ""},
+      {"comcfg load --port 12x", 2, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args);
+    const auto r = RunOrvdb(c.args, nullptr, env);
+    EXPECT_EQ(r.code, c.code);
+    if (!c.out.empty()) {
+      EXPECT_EQ(r.out, c.out);
+    }
+  }
+  std::string err;
+  RunOrvdb("registry check '" + (tmp.path() / "bad.reg").string() + "'", &err, env);
+  EXPECT_NE(err.find("bad.reg:4: a value name must be quoted or @"), std::string::npos) << err;
+
+  // A configuration saved from hex text comes back byte for byte.
+  const std::string config = "34000000" + std::string(96, 'a');
+  std::ofstream(tmp.path() / "config.hex") << config << "\n";
+  ASSERT_EQ(RunOrvdb("comcfg save --port 0x35 --hex --app Mon --key K < '" + (tmp.path() / "config.hex").string() + "'",
+                     nullptr, env)
+                .code,
+            0);
+  const auto loaded = RunOrvdb("comcfg load --port 0x30 --hex --app Mon --key K", nullptr, env);
+  ASSERT_EQ(loaded.code, 0);
+  std::string digits;
+  for (char ch : loaded.out)
+    if (std::isxdigit(static_cast<unsigned char>(ch))) digits += ch;
+  EXPECT_EQ(digits, config);
 }

@@ -1,14 +1,19 @@
 // orvdb: inspect and author model databases with the library's own rules.
 #include <CLI/CLI.hpp>
+#include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
 #include "db_file.h"
 #include "db_json.h"
+#include "orvx/afx_host.h"
+#include "orvx/comm_config.h"
 #include "orvx/model_db.h"
 #include "orvx/record_fields.h"
+#include "orvx/supported_model.h"
 
 namespace {
 
@@ -173,6 +178,98 @@ int Build(const std::string& source, const std::string& output) {
   return kExitOk;
 }
 
+// ---- registry-backed commands ------------------------------------------------------
+
+int Supported(const std::string& model, DWORD interfaceNumber, const std::string& path, bool direct) {
+  CSupportedModel lists(direct ? 0 : 1);
+  if (!path.empty()) lists.SetRegistoryPath(path.c_str());
+  const LONG code = lists.CheckModel(model.c_str(), interfaceNumber);
+  const char* meaning = code == CSupportedModel::kSupported        ? "supported"
+                        : code == CSupportedModel::kListedUnsupported ? "listed as unsupported"
+                                                                      : "not supported";
+  char hex[16];
+  std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(code));
+  std::cout << model << ": " << meaning << " (" << hex << ")\n";
+  return code == CSupportedModel::kSupported ? kExitOk : kExitFallback;
+}
+
+int RegistryCheck(const std::string& file) {
+  std::string error;
+  int line = 0;
+  if (orvx::registry::CheckFile(file, error, line)) {
+    std::cout << file << ": ok\n";
+    return kExitOk;
+  }
+  if (line == 0) return Error(file + ": " + error);
+  std::cerr << file << ":" << line << ": " << error << "\n";
+  return kExitFallback;
+}
+
+bool ParseHex(const std::string& text, std::vector<BYTE>& out) {
+  std::string digits;
+  for (char c : text)
+    if (!std::isspace(static_cast<unsigned char>(c))) digits += c;
+  if (digits.size() % 2) return false;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    unsigned v = 0;
+    if (std::sscanf(digits.substr(i, 2).c_str(), "%2x", &v) != 1 || !std::isxdigit(static_cast<unsigned char>(digits[i])) ||
+        !std::isxdigit(static_cast<unsigned char>(digits[i + 1])))
+      return false;
+    out.push_back(static_cast<BYTE>(v));
+  }
+  return true;
+}
+
+int ComCfgSave(DWORD port, bool hex) {
+  std::string input((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
+  std::vector<BYTE> bytes;
+  if (hex) {
+    if (!ParseHex(input, bytes)) return Error("standard input: not a sequence of hex byte pairs");
+  } else {
+    bytes.assign(input.begin(), input.end());
+  }
+  DWORD size = 0;
+  if (bytes.size() < sizeof size) return Error("standard input: a configuration needs at least its 4-byte dwSize");
+  std::memcpy(&size, bytes.data(), sizeof size);
+  if (size < sizeof size || size > bytes.size())
+    return Error("standard input: dwSize is " + std::to_string(size) + " but " + std::to_string(bytes.size()) +
+                 " bytes were given");
+  bytes.resize(std::max<std::size_t>(bytes.size(), sizeof(COMMCONFIG)));
+  if (!ORVX_SaveCommCfg(port, reinterpret_cast<COMMCONFIG*>(bytes.data())))
+    return Error("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
+  return kExitOk;
+}
+
+int ComCfgLoad(DWORD port, bool hex) {
+  std::vector<BYTE> buffer(256, 0);
+  if (!ORVX_LoadCommCfg(port, reinterpret_cast<COMMCONFIG*>(buffer.data()))) {
+    std::cerr << "orvdb: no configuration stored for COM" << ((port >> 4) & 0xF) << "\n";
+    return kExitFallback;
+  }
+  DWORD size = 0;
+  std::memcpy(&size, buffer.data(), sizeof size);
+  size = std::min<DWORD>(size, 256);
+  if (hex) {
+    std::cout << Hex(buffer.data(), size) << "\n";
+  } else {
+    std::cout.write(reinterpret_cast<const char*>(buffer.data()), size);
+  }
+  return kExitOk;
+}
+
+// A port descriptor in decimal or 0x-prefixed hex.
+bool ParseDescriptor(const std::string& text, DWORD& out) {
+  try {
+    std::size_t used = 0;
+    const unsigned long long v = std::stoull(text, &used, 0);
+    if (used != text.size() || v > 0xFFFFFFFFull) return false;
+    out = static_cast<DWORD>(v);
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -198,6 +295,36 @@ int main(int argc, char** argv) {
   build->add_option("MODELS", source, "JSON file ({\"models\": [...]})")->required();
   build->add_option("-o,--output", output, "Database file to write")->required();
 
+  auto* supported = app.add_subcommand("supported", "Ask whether a model is supported over an interface");
+  std::string model, regPath;
+  DWORD interfaceNumber = 0;
+  bool direct = false;
+  supported->add_option("MODEL", model, "Model name")->required();
+  supported->add_option("--interface", interfaceNumber, "Interface number (1 to 5)")->required();
+  supported->add_option("--path", regPath, "Registry path below HKEY_LOCAL_MACHINE (default: SOFTWARE\\Vantor Selby\\APP)");
+  supported->add_flag("--direct", direct, "Read the registry at the question instead of loading the lists first");
+
+  auto* registry = app.add_subcommand("registry", "Registry store files");
+  auto* check = registry->add_subcommand("check", "Parse a store file and report the first error with its line");
+  std::string storeFile;
+  check->add_option("FILE", storeFile, "Store file (.reg text)")->required();
+  registry->require_subcommand(1);
+
+  auto* comcfg = app.add_subcommand("comcfg", "Save or load a COM port's serial configuration");
+  std::string action, portText;
+  bool hex = false;
+  comcfg->add_option("ACTION", action, "save (configuration on standard input) or load (on standard output)")
+      ->required()
+      ->check(CLI::IsMember({"save", "load"}));
+  comcfg->add_option("--port", portText, "Port descriptor; the port number is bits 4 to 7 (0x20 is COM2)")->required();
+  comcfg->add_flag("--hex", hex, "Hex text instead of binary");
+
+  std::string appName = "orvx", registryKey;
+  for (auto* sub : {supported, comcfg}) {
+    sub->add_option("--app", appName, "Host application name (default: orvx)");
+    sub->add_option("--key", registryKey, "Host registry key (default: none)");
+  }
+
   if (argc > 1 && argv[1][0] != '-') {
     bool known = false;
     for (const auto* sub : app.get_subcommands({})) known = known || sub->get_name() == argv[1];
@@ -217,5 +344,14 @@ int main(int argc, char** argv) {
   if (*list) return List(db);
   if (*exp) return Export(db);
   if (*build) return Build(source, output);
+  orvx::host::SetAppName(appName);
+  orvx::host::SetRegistryKey(registryKey);
+  if (*supported) return Supported(model, interfaceNumber, regPath, direct);
+  if (*check) return RegistryCheck(storeFile);
+  if (*comcfg) {
+    DWORD port = 0;
+    if (!ParseDescriptor(portText, port)) return Error("--port: \"" + portText + "\" is not a number");
+    return action == "save" ? ComCfgSave(port, hex) : ComCfgLoad(port, hex);
+  }
   return kExitUsage;
 }

@@ -1,0 +1,94 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "orvx/afx_host.h"
+#include "orvx/comm_config.h"
+#include "registry_fixture.h"
+
+using orvx_test::RegistryFixture;
+
+namespace {
+
+class CommConfig : public RegistryFixture {
+ protected:
+  void SetUp() override {
+    RegistryFixture::SetUp();
+    orvx::host::SetAppName("Monitor");
+    orvx::host::SetRegistryKey("Vantor");
+  }
+  void TearDown() override {
+    orvx::host::SetAppName("orvx");
+    orvx::host::SetRegistryKey("");
+    RegistryFixture::TearDown();
+  }
+};
+
+// A configuration of `size` bytes with a recognisable pattern.
+std::vector<BYTE> Config(DWORD size, BYTE seed) {
+  std::vector<BYTE> b(std::max<DWORD>(size, sizeof(COMMCONFIG)));
+  for (std::size_t i = 0; i < b.size(); ++i) b[i] = static_cast<BYTE>(seed + i);
+  std::memcpy(b.data(), &size, 4);
+  return b;
+}
+
+}  // namespace
+
+TEST_F(CommConfig, DescriptorBitsFourToSevenNameTheValue) {
+  struct Case {
+    DWORD descriptor;
+    const char* value;
+  };
+  for (const Case c : {Case{0x25, "COM2"}, {0xF0, "COM15"}, {0x105, "COM0"}, {0x0, "COM0"}, {0xFFFFFF3F, "COM3"}}) {
+    SCOPED_TRACE(c.value);
+    auto cfg = Config(sizeof(COMMCONFIG), static_cast<BYTE>(c.descriptor));
+    ASSERT_EQ(ORVX_SaveCommCfg(c.descriptor, reinterpret_cast<COMMCONFIG*>(cfg.data())), 1);
+    HKEY key;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Vantor\\Monitor\\Com", 0, KEY_READ, &key), ERROR_SUCCESS);
+    DWORD type = 0, size = 256;
+    BYTE data[256];
+    EXPECT_EQ(RegQueryValueExA(key, c.value, nullptr, &type, data, &size), ERROR_SUCCESS);
+    EXPECT_EQ(type, REG_BINARY);
+    EXPECT_EQ(size, sizeof(COMMCONFIG));
+    EXPECT_EQ(0, std::memcmp(data, cfg.data(), size));
+    RegCloseKey(key);
+  }
+}
+
+TEST_F(CommConfig, RoundTripAndTheTwoHundredFiftySixByteLimit) {
+  for (const DWORD size : {DWORD{52}, DWORD{256}, DWORD{257}}) {
+    SCOPED_TRACE(size);
+    auto saved = Config(size, 7);
+    ASSERT_EQ(ORVX_SaveCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(saved.data())), 1);
+    std::vector<BYTE> loaded(300, 0);
+    const int ok = ORVX_LoadCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(loaded.data()));
+    if (size <= 256) {
+      EXPECT_EQ(ok, 1);
+      EXPECT_EQ(0, std::memcmp(loaded.data(), saved.data(), size));
+      EXPECT_EQ(loaded[size], 0);  // nothing past the stored bytes
+    } else {
+      EXPECT_EQ(ok, 0);
+      EXPECT_EQ(loaded, std::vector<BYTE>(300, 0));
+    }
+  }
+}
+
+TEST_F(CommConfig, MissingKeyOrValueLeavesTheBufferAlone) {
+  std::vector<BYTE> buffer(256, 0xAB);
+  auto* cfg = reinterpret_cast<COMMCONFIG*>(buffer.data());
+  EXPECT_EQ(ORVX_LoadCommCfg(0x20, cfg), 0);  // no key
+  auto saved = Config(52, 1);
+  ASSERT_EQ(ORVX_SaveCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(saved.data())), 1);
+  EXPECT_EQ(ORVX_LoadCommCfg(0x20, cfg), 0);  // key, but no COM2
+  EXPECT_EQ(buffer, std::vector<BYTE>(256, 0xAB));
+  // The names come from the host at each call.
+  orvx::host::SetAppName("Other");
+  EXPECT_EQ(ORVX_LoadCommCfg(0x10, cfg), 0);
+}
+
+TEST_F(CommConfig, AMalformedStoreIsNotTouched) {
+  Write(user_, "not a registry file\n");
+  auto saved = Config(52, 1);
+  EXPECT_EQ(ORVX_SaveCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(saved.data())), 0);
+  EXPECT_EQ(Read(user_), "not a registry file\n");
+}

@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include "orvx/afx_host.h"
+#include "orvx/supported_model.h"
+#include "registry_fixture.h"
+
+using orvx_test::RegistryFixture;
+
+namespace {
+
+// Exposes the protected members for the tests.
+struct Probe : CSupportedModel {
+  using CSupportedModel::CSupportedModel;
+  using CSupportedModel::Find;
+  using CSupportedModel::LoadFromRegistory;
+  using CSupportedModel::Purge;
+};
+
+std::string Dword(DWORD v) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "dword:%08x", v);
+  return buf;
+}
+
+class SupportedModels : public RegistryFixture {
+ protected:
+  void SetUp() override {
+    RegistryFixture::SetUp();
+    orvx::host::SetAppName("Monitor");
+  }
+  void TearDown() override {
+    orvx::host::SetPlatformId(VER_PLATFORM_WIN32_NT);
+    orvx::host::SetAppName("orvx");
+    RegistryFixture::TearDown();
+  }
+  // Lists under `path`; a null list leaves its key out.
+  void Lists(const std::string& path, const std::vector<std::pair<std::string, std::string>>* supported,
+             const std::vector<std::pair<std::string, std::string>>* unsupported) {
+    std::string text = "Windows Registry Editor Version 5.00\n\n";
+    if (supported) {
+      text += "[HKEY_LOCAL_MACHINE\\" + path + "\\Supported Models]\n";
+      for (const auto& [name, value] : *supported) text += "\"" + name + "\"=" + value + "\n";
+    }
+    if (unsupported) {
+      text += "[HKEY_LOCAL_MACHINE\\" + path + "\\Unsupported Models]\n";
+      for (const auto& [name, value] : *unsupported) text += "\"" + name + "\"=" + value + "\n";
+    }
+    Write(machine_, text);
+  }
+};
+
+const std::string kPath = "SOFTWARE\\Vantor Selby\\Monitor";
+
+}  // namespace
+
+TEST(SMModelInfo, InterfaceByStateAndPlatform) {
+  struct Case {
+    DWORD state;
+    int expected[6];  // interfaces 0 to 5 on platform 2
+    int onPlatform1[6];
+  };
+  const Case cases[] = {
+      {0x01000100, {0, 1, 1, 0, 0, 0}, {0, 1, 1, 0, 0, 0}},
+      {0x0E000100, {0, 0, 0, 0, 1, 0}, {0, 0, 0, 1, 1, 0}},
+      {0x0E000200, {0, 0, 0, 1, 1, 1}, {0, 0, 0, 1, 1, 1}},
+      {0x0F000200, {0, 1, 1, 1, 1, 1}, {0, 1, 1, 1, 1, 1}},
+      {0x0F000000, {0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0}},
+      {0x0F000300, {0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0}},
+      {0x0F0001FF, {0, 1, 1, 0, 1, 0}, {0, 1, 1, 1, 1, 0}},  // low byte ignored
+      {0xF0FF0200, {0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0}},  // bits outside 24-27 ignored
+  };
+  for (const auto& c : cases) {
+    CSMModelInfo info;
+    info.SetState(c.state);
+    for (DWORD i = 0; i <= 5; ++i) {
+      EXPECT_EQ(info.IsIFSupported(i, 2), c.expected[i]) << std::hex << c.state << " interface " << i;
+      EXPECT_EQ(info.IsIFSupported(i, 1), c.onPlatform1[i]) << std::hex << c.state << " interface " << i;
+    }
+    EXPECT_EQ(info.IsIFSupported(6, 1), 0);
+  }
+  CSMModelInfo fresh;
+  EXPECT_EQ(fresh.GetState(), 0u);
+  EXPECT_EQ(fresh.GetModelName(), "");
+}
+
+TEST_F(SupportedModels, CachedAndDirectAnswers) {
+  const std::vector<std::pair<std::string, std::string>> supported = {
+      {"LP-1100", Dword(0x01000100)}, {"LP-2200", Dword(0x0E000100)}, {"DC-3300", Dword(0x0E000200)},
+      {"Both", Dword(0x0F000200)},    {std::string(32, 'L'), Dword(0x0F000200)}, {"Short", "hex:00,02"}};
+  const std::vector<std::pair<std::string, std::string>> unsupported = {
+      {"Both", Dword(0)}, {"Old", "hex:01,02,03,04,05"}, {"Old4", "hex:01"}};
+  Lists(kPath, &supported, &unsupported);
+  struct Case {
+    const char* model;
+    DWORD interface;
+    LONG cached;
+    LONG direct;
+  };
+  const LONG ok = CSupportedModel::kSupported, no = CSupportedModel::kNotSupported,
+             listed = CSupportedModel::kListedUnsupported;
+  const std::string longName(32, 'L');
+  const Case cases[] = {
+      {"LP-1100", 1, ok, ok},
+      {"LP-1100", 3, no, no},
+      {"LP-1100", 0, no, no},
+      {"LP-2200", 3, no, no},  // kind 0x0100, platform 2
+      {"LP-2200", 4, ok, ok},
+      {"LP-2200", 5, no, no},
+      {"DC-3300", 5, ok, ok},
+      {"lp-1100", 1, no, ok},  // cached lists compare case; the registry does not
+      {"Both", 1, listed, listed},
+      {"Old", 1, listed, no},  // data longer than 4 bytes: unlisted in direct mode
+      {"Old4", 1, listed, listed},
+      {"Short", 1, no, no},    // two bytes: the rest of the state is 0
+      {longName.c_str(), 1, no, ok},  // too long for the cached enumeration
+      {"Unknown", 1, no, no},
+  };
+  Probe cached;
+  Probe direct(0);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.model << " over " << c.interface);
+    EXPECT_EQ(cached.CheckModel(c.model, c.interface), c.cached);
+    EXPECT_EQ(direct.CheckModel(c.model, c.interface), c.direct);
+  }
+  EXPECT_EQ(cached.IsSupportedModel("Both", 1), 1);  // listed in both: supported, yet CheckModel says unsupported
+  EXPECT_EQ(direct.Find("LP-1100"), nullptr);
+  ASSERT_NE(cached.Find("LP-1100"), nullptr);
+  EXPECT_EQ(cached.Find("LP-1100")->GetState(), 0x01000100u);
+}
+
+TEST_F(SupportedModels, PlatformOneAllowsInterfaceThree) {
+  const std::vector<std::pair<std::string, std::string>> supported = {{"LP-2200", Dword(0x0E000100)}};
+  Lists(kPath, &supported, nullptr);
+  orvx::host::SetPlatformId(1);
+  Probe cached, direct(0);
+  EXPECT_EQ(cached.IsSupportedModel("LP-2200", 3), 1);
+  EXPECT_EQ(direct.IsSupportedModel("LP-2200", 3), 1);
+}
+
+TEST_F(SupportedModels, MissingKeysAndLoadResult) {
+  const std::vector<std::pair<std::string, std::string>> one = {{"LP-1100", Dword(0x01000100)}};
+  {
+    Probe none;  // no store file at all
+    EXPECT_EQ(none.CheckModel("LP-1100", 1), CSupportedModel::kNotSupported);
+    Probe direct(0);
+    EXPECT_EQ(direct.CheckModel("LP-1100", 1), CSupportedModel::kNotSupported);
+  }
+  Lists(kPath, &one, nullptr);
+  Probe onlySupported;
+  EXPECT_EQ(onlySupported.CheckModel("LP-1100", 1), CSupportedModel::kSupported);
+  onlySupported.Purge();
+  EXPECT_EQ(onlySupported.LoadFromRegistory(), 0);  // the unsupported key is missing
+  Lists(kPath, &one, &one);
+  onlySupported.Purge();
+  EXPECT_EQ(onlySupported.LoadFromRegistory(), 1);
+  const std::vector<std::pair<std::string, std::string>> empty;
+  Lists(kPath, &one, &empty);
+  onlySupported.Purge();
+  EXPECT_EQ(onlySupported.LoadFromRegistory(), 0);  // present but empty
+}
+
+TEST_F(SupportedModels, ChangedPath) {
+  const std::vector<std::pair<std::string, std::string>> at = {{"LP-1100", Dword(0x01000100)}};
+  Lists("SOFTWARE\\Elsewhere", &at, nullptr);
+  Probe cached, direct(0);
+  EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 0);
+  cached.SetRegistoryPath("SOFTWARE\\Elsewhere");  // the whole path, nothing prefixed
+  direct.SetRegistoryPath("SOFTWARE\\Elsewhere");
+  EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 1);
+  EXPECT_EQ(direct.IsSupportedModel("LP-1100", 1), 1);
+  cached.SetRegistoryPath("");
+  cached.SetRegistoryPath(nullptr);
+  EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 1);
+
+  // Cached mode does not see later changes until the path is set again.
+  Write(machine_, "REGEDIT4\n");
+  EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 1);
+  EXPECT_EQ(direct.IsSupportedModel("LP-1100", 1), 0);
+  cached.SetRegistoryPath("SOFTWARE\\Elsewhere");
+  EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 0);
+}
