@@ -9,6 +9,9 @@
 
 #include "db_file.h"
 #include "db_json.h"
+#include "eval.h"
+#include "orvx/picture.h"
+#include "picture_call.h"
 #include "orvx/afx_host.h"
 #include "orvx/comm_config.h"
 #include "orvx/model_db.h"
@@ -178,6 +181,113 @@ int Build(const std::string& source, const std::string& output) {
   return kExitOk;
 }
 
+// A port descriptor in decimal or 0x-prefixed hex.
+bool ParseDescriptor(const std::string& text, DWORD& out) {
+  try {
+    std::size_t used = 0;
+    const unsigned long long v = std::stoull(text, &used, 0);
+    if (used != text.size() || v > 0xFFFFFFFFull) return false;
+    out = static_cast<DWORD>(v);
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+// ---- picture IDs -----------------------------------------------------------------
+
+struct PictureOptions {
+  std::string db = "ORVDB.dat";
+  std::string model;
+  int vendor = -1, group = -1;
+  std::string modelName;
+  std::vector<std::string> in, out, options, docOptions, strings;
+  bool duplex = false, classic = false, json = false;
+  int outputUnit = 0;
+};
+
+int Picture(const PictureOptions& o) {
+  const bool fresh = o.vendor >= 0 || o.group >= 0;
+  if (fresh == !o.model.empty()) return Error("give either MODEL or --vendor and --group");
+  if (fresh && (o.vendor < 0 || o.group < 0)) return Error("--vendor and --group go together");
+  orvdb::PictureRequest r;
+  r.extended = !o.classic;
+  for (const auto& n : o.in) r.in.push_back({n});
+  for (const auto& n : o.out) r.out.push_back({n});
+  r.options = o.options;
+  r.docOptions = o.docOptions;
+  r.duplexUnit = o.duplex ? 1 : 0;
+  r.outputUnit = o.outputUnit;
+  for (const auto& s : o.strings) {
+    const auto eq = s.find('=');
+    DWORD id = 0;
+    if (eq == std::string::npos || !ParseDescriptor(s.substr(0, eq), id))
+      return Error("--string: \"" + s + "\" is not ID=TEXT");
+    r.strings[id] = s.substr(eq + 1);
+  }
+
+  std::unique_ptr<CPrnStaticInfo> own;
+  CPrnStaticInfo* record = nullptr;
+  bool fellBack = false;
+  if (fresh) {
+    own = std::make_unique<CPrnStaticInfo>();
+    own->SetVenderID(static_cast<WORD>(o.vendor));
+    own->SetModelGroupID(static_cast<WORD>(o.group));
+    if (!o.modelName.empty()) own->SetModelName(o.modelName);
+    record = own.get();
+  } else {
+    std::string error;
+    if (!orvdb::LoadDatabase(o.db, error)) return Error(error);
+    record = GetPointerToCPrnStaticInfo(o.model.c_str());
+    if (!record) return Error(o.db + ": the database holds no models");
+    fellBack = FellBack(o.model, record);
+  }
+  const orvdb::PictureResult result = orvdb::CallPicture(*record, r);
+  const orvx::PictureRoute route = orvx::ChoosePictureRule(record->GetVenderID(), record->GetModelGroupID(), !o.classic);
+  std::vector<DWORD> bits;
+  for (int b = 0; b < 32; ++b)
+    if (result.pictureId & (DWORD{1} << b)) bits.push_back(DWORD{1} << b);
+  char hex[16];
+  std::snprintf(hex, sizeof hex, "0x%08x", result.pictureId);
+
+  if (o.json) {
+    orvdb::Json j;
+    j["model"] = record->GetModelName().str();
+    j["vendor"] = record->GetVenderID();
+    j["group"] = record->GetModelGroupID();
+    j["defaultModel"] = fellBack;
+    j["entry"] = o.classic ? "GetPictureID" : "GetPictureIDEx";
+    j["rule"] = route.rule ? orvdb::Json(route.rule) : orvdb::Json(nullptr);
+    j["pictureId"] = result.pictureId;
+    j["pictureIdHex"] = hex;
+    j["bits"] = bits;
+    for (const auto* list : {&result.in, &result.out}) {
+      auto& arr = j[list == &result.in ? "inTrays" : "outTrays"] = orvdb::Json::array();
+      for (const auto& t : *list) arr.push_back({{"name", t.name}, {"id", t.id}});
+    }
+    std::cout << j.dump(-1, ' ', false, orvdb::Json::error_handler_t::replace) << "\n";
+  } else {
+    std::cout << "model        " << record->GetModelName().str() << " (vendor " << record->GetVenderID() << ", group "
+              << record->GetModelGroupID() << ")" << (fellBack ? " [default model: no name matched]" : "") << "\n";
+    std::cout << "rule         "
+              << (route.rule ? route.rule : route.fixedResult ? "none (fixed result)" : "none (no rule for this group)")
+              << "\n";
+    std::cout << "picture ID   " << hex << "\n";
+    std::cout << "bits        ";
+    for (DWORD b : bits) {
+      std::snprintf(hex, sizeof hex, " 0x%x", b);
+      std::cout << hex;
+    }
+    std::cout << (bits.empty() ? " none\n" : "\n");
+    for (const auto* list : {&result.in, &result.out}) {
+      const char* title = list == &result.in ? "in-tray      " : "out-tray     ";
+      for (const auto& t : *list) std::cout << title << "\"" << t.name << "\" -> ID " << t.id << "\n";
+    }
+  }
+  if (!fresh) CPrnStaticInfoArray_RemoveAll();
+  return kExitOk;
+}
+
 // ---- registry-backed commands ------------------------------------------------------
 
 int Supported(const std::string& model, DWORD interfaceNumber, const std::string& path, bool direct) {
@@ -257,19 +367,6 @@ int ComCfgLoad(DWORD port, bool hex) {
   return kExitOk;
 }
 
-// A port descriptor in decimal or 0x-prefixed hex.
-bool ParseDescriptor(const std::string& text, DWORD& out) {
-  try {
-    std::size_t used = 0;
-    const unsigned long long v = std::stoull(text, &used, 0);
-    if (used != text.size() || v > 0xFFFFFFFFull) return false;
-    out = static_cast<DWORD>(v);
-    return true;
-  } catch (const std::exception&) {
-    return false;
-  }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -319,6 +416,25 @@ int main(int argc, char** argv) {
   comcfg->add_option("--port", portText, "Port descriptor; the port number is bits 4 to 7 (0x20 is COM2)")->required();
   comcfg->add_flag("--hex", hex, "Hex text instead of binary");
 
+  auto* picture = app.add_subcommand("picture", "Compute the picture ID of a machine configuration");
+  PictureOptions po;
+  picture->add_option("MODEL", po.model, "Model name, looked up with the library's rules");
+  picture->add_option("--db", po.db, "Database file (default: ORVDB.dat in the current directory)");
+  picture->add_option("--vendor", po.vendor, "Vendor ID of a fresh record, instead of MODEL")->check(CLI::Range(0, 65535));
+  picture->add_option("--group", po.group, "Model group ID of a fresh record, instead of MODEL")->check(CLI::Range(0, 65535));
+  picture->add_option("--model-name", po.modelName, "Model name of the fresh record");
+  picture->add_option("--in", po.in, "Installed input trays, in order");
+  picture->add_option("--out", po.out, "Installed output trays, in order");
+  picture->add_option("--option", po.options, "Installed option units (extended entry)");
+  picture->add_option("--doc-option", po.docOptions, "Installed document units (extended entry)");
+  picture->add_flag("--duplex", po.duplex, "A duplex unit is installed (classic entry)");
+  picture->add_option("--output-unit", po.outputUnit, "Output unit value (classic entry)");
+  picture->add_flag("--classic", po.classic, "Call GetPictureID instead of GetPictureIDEx");
+  picture->add_option("--string", po.strings, "A host string resource, ID=TEXT (9481 manual tray, 9482 default tray)");
+  picture->add_flag("--json", po.json, "Print one JSON object");
+
+  auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
+
   std::string appName = "orvx", registryKey;
   for (auto* sub : {supported, comcfg}) {
     sub->add_option("--app", appName, "Host application name (default: orvx)");
@@ -344,6 +460,13 @@ int main(int argc, char** argv) {
   if (*list) return List(db);
   if (*exp) return Export(db);
   if (*build) return Build(source, output);
+  if (*picture) return Picture(po);
+  if (*eval) {
+    std::ios::sync_with_stdio(false);
+    orvdb::Evaluator evaluator;
+    evaluator.Run(std::cin, std::cout);
+    return kExitOk;
+  }
   orvx::host::SetAppName(appName);
   orvx::host::SetRegistryKey(registryKey);
   if (*supported) return Supported(model, interfaceNumber, regPath, direct);
