@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -88,7 +89,8 @@ class ORVX_API CFile {
   std::uint64_t pos_ = 0;
   // Read-ahead for files opened read-only: a small archive buffer then
   // costs one system call per 64 KiB, not per refill.
-  std::vector<std::uint8_t> ahead_;
+  std::unique_ptr<std::uint8_t[]> ahead_;
+  std::size_t aheadSize_ = 0;
   std::size_t aheadAt_ = 0;
   std::size_t aheadEnd_ = 0;
 };

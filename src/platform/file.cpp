@@ -55,27 +55,32 @@ BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
   pos_ = 0;
   path_ = fileName;
   aheadAt_ = aheadEnd_ = 0;
-  if ((openFlags & 3) == modeRead) ahead_.resize(64 * 1024);
-  else ahead_.clear();
+  ahead_.reset();
+  aheadSize_ = 0;
+  if ((openFlags & 3) == modeRead) {
+    // No larger than the file: a small database needs no 64 KiB buffer.
+    aheadSize_ = static_cast<std::size_t>(std::min<std::uint64_t>(64 * 1024, std::max<std::uint64_t>(GetLength(), 1)));
+    ahead_.reset(new std::uint8_t[aheadSize_]);
+  }
   return TRUE;
 }
 
 UINT CFile::Read(void* buffer, UINT count) {
   if (fd_ < 0) throw CFileException(CFileException::generic, EBADF, path_);
-  if (ahead_.empty()) return ReadRaw(buffer, count);
+  if (!ahead_) return ReadRaw(buffer, count);
   auto* out = static_cast<std::uint8_t*>(buffer);
   UINT done = 0;
   while (done < count) {
     if (aheadAt_ == aheadEnd_) {
-      if (count - done >= ahead_.size()) return done + ReadRaw(out + done, count - done);
+      if (count - done >= aheadSize_) return done + ReadRaw(out + done, count - done);
       const std::uint64_t pos = pos_;
-      aheadEnd_ = ReadRaw(ahead_.data(), static_cast<UINT>(ahead_.size()));
+      aheadEnd_ = ReadRaw(ahead_.get(), static_cast<UINT>(aheadSize_));
       pos_ = pos;  // pos_ counts what the caller has taken
       aheadAt_ = 0;
       if (aheadEnd_ == 0) break;
     }
     const std::size_t n = std::min<std::size_t>(count - done, aheadEnd_ - aheadAt_);
-    std::memcpy(out + done, ahead_.data() + aheadAt_, n);
+    std::memcpy(out + done, ahead_.get() + aheadAt_, n);
     aheadAt_ += n;
     done += static_cast<UINT>(n);
     pos_ += n;
@@ -130,7 +135,8 @@ void CFile::Flush() {
 void CFile::Close() {
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
-  ahead_.clear();
+  ahead_.reset();
+  aheadSize_ = 0;
   aheadAt_ = aheadEnd_ = 0;
 }
 

@@ -179,3 +179,22 @@ TEST(TrayArchive, TrayRecordsRoundTripTheirArchivedFields) {
   EXPECT_EQ(out2.GetAddUnit(), 2);
   EXPECT_EQ(out2.GetDerivery(), 2);  // not archived
 }
+
+TEST(Serialize, LongLengthFormsAreReadAndWrittenShortest) {
+  // A name length spelt in a longer form than needed reads as the same name;
+  // storing writes the shortest form.
+  CPrnStaticInfo plain;
+  plain.SetModelName("");
+  Bytes shortForm = orvx_test::StoreRecord(plain);
+  for (const Bytes& prefix : {Bytes{0xFF, 0x00, 0x00}, Bytes{0xFF, 0xFF, 0xFF, 0x00, 0x00, 0x00, 0x00}}) {
+    Bytes longForm = prefix;
+    longForm.insert(longForm.end(), shortForm.begin() + 1, shortForm.end());
+    CMemFile f(longForm);
+    CArchive ar(&f, CArchive::load);
+    CPrnStaticInfo back;
+    back.Serialize(ar);
+    EXPECT_EQ(ar.GetPosition(), longForm.size());
+    EXPECT_EQ(back.GetModelName(), "");
+    EXPECT_EQ(orvx_test::StoreRecord(back), shortForm);
+  }
+}
