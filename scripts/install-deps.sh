@@ -2,7 +2,11 @@
 # Installs the Debian packages the build, tools and tests need.
 # Safe to run repeatedly; used by .ci/run and by developers on a fresh machine.
 set -euo pipefail
+# --hardening adds what the fuzz, coverage and memcheck jobs need.
 pkgs=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
+if [[ "${1:-}" == "--hardening" ]]; then
+  pkgs+=(clang libclang-rt-14-dev llvm valgrind gcovr)
+fi
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

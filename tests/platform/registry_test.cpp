@@ -251,3 +251,38 @@ TEST(Platform, VersionAndKernelHelpers) {
   EXPECT_EQ(lstrlenA(nullptr), 0);
   EXPECT_EQ(lstrlenA("abc"), 3);
 }
+
+TEST_F(Store, Utf16SurrogatePairsAndBrokenOnes) {
+  const auto utf16 = [](std::u16string_view text) {
+    std::string out = "\xFF\xFE";
+    for (char16_t c : text) {
+      out += static_cast<char>(c & 0xFF);
+      out += static_cast<char>(c >> 8);
+    }
+    return out;
+  };
+  // A name outside the basic plane (U+1F5A8) reads as its four UTF-8 bytes and is written back as a pair.
+  Write(machine_, utf16(u"REGEDIT4\r\n[HKEY_LOCAL_MACHINE\\P]\r\n\"\U0001F5A8\"=dword:1\r\n"));
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "P", 0, KEY_WRITE, &key), ERROR_SUCCESS);
+  DWORD size = 4;
+  BYTE buf[4];
+  EXPECT_EQ(RegQueryValueExA(key, "\xF0\x9F\x96\xA8", nullptr, nullptr, buf, &size), ERROR_SUCCESS);
+  ASSERT_EQ(RegSetValueExA(key, "x", 0, REG_DWORD, buf, 4), ERROR_SUCCESS);
+  // A name that is not UTF-8 cannot go into a UTF-16 file: the write fails and the file stays.
+  const std::string before = Read(machine_);
+  EXPECT_NE(RegSetValueExA(key, "\xE9", 0, REG_DWORD, buf, 4), ERROR_SUCCESS);
+  EXPECT_EQ(Read(machine_), before);
+  RegCloseKey(key);
+  EXPECT_NE(before.find(utf16(u"\"\U0001F5A8\"").substr(2)), std::string::npos);
+
+  for (const std::u16string& broken : {std::u16string(u"REGEDIT4\r\n") + char16_t(0xD83D) + u"x",
+                                       std::u16string(u"REGEDIT4\r\n") + char16_t(0xDC00),
+                                       std::u16string(u"REGEDIT4\r\n") + char16_t(0xD83D)}) {
+    Write(user_, utf16(broken));
+    std::string error;
+    int line = 0;
+    EXPECT_FALSE(orvx::registry::CheckFile(user_, error, line));
+    EXPECT_EQ(error, "the UTF-16 text is malformed");
+  }
+}
