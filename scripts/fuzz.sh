@@ -2,12 +2,14 @@
 # Runs every fuzz target for SECONDS (or 20 million executions, whichever
 # comes first), starting from its seed corpus in fuzz/corpus/<target>.
 # New corpus entries and any crash land in build/fuzz/work/<target>.
-# Usage: scripts/fuzz.sh [SECONDS] [JOBS]
+# Usage: scripts/fuzz.sh [SECONDS] [JOBS] [TARGET...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 jobs="${2:-1}"
 targets=(fuzz_database fuzz_size_list fuzz_registry fuzz_picture fuzz_json_import)
+shift $(($# < 2 ? $# : 2))
+[[ $# -gt 0 ]] && targets=("$@")
 
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
@@ -16,7 +18,7 @@ run() {
   local t="$1" work="build/fuzz/work/$1"
   mkdir -p "$work/corpus" "$work/crashes"
   local log="$work/log.txt"
-  if ! "build/fuzz/fuzz/$t" -max_total_time="$seconds" -runs=20000000 -timeout=10 -rss_limit_mb=4096 \
+  if ! "build/fuzz/fuzz/$t" -max_total_time="$seconds" -runs=20000000 -timeout=60 -rss_limit_mb=4096 \
       -artifact_prefix="$work/crashes/" -print_final_stats=1 "$work/corpus" "fuzz/corpus/$t" >"$log" 2>&1; then
     echo "$t: FAILED (see $log)"
     grep -E 'ERROR|SUMMARY|Test unit written' "$log" | head -5

@@ -337,10 +337,12 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
       error = {lineNo, *problem};
       return std::nullopt;
     }
-    const std::string name = v.name;
-    SetValue(*key, std::move(v));
-    for (auto& item : key->items)
-      if (item.isValue && EqualNoCase(item.value.name, name)) item.raw = raw;
+    // A name given twice (in any letter case) keeps its first spelling and
+    // takes the later data, written anew; a first one keeps its text.
+    if (FindValue(*key, v.name))
+      SetValue(*key, std::move(v));
+    else
+      key->items.push_back(Item{true, std::move(raw), std::move(v)});  // in file order
   }
   return doc;
 }

@@ -286,3 +286,24 @@ TEST_F(Store, Utf16SurrogatePairsAndBrokenOnes) {
     EXPECT_EQ(error, "the UTF-16 text is malformed");
   }
 }
+
+TEST_F(Store, RepeatedNamesAndInterleavedComments) {
+  // A value given twice, in another letter case: one value, first spelling, last data.
+  // Comments between values stay where they are when the file is written.
+  const std::string text =
+      "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n\"a\"=dword:1\n; between\n\"B\"=dword:2\n\"A\"=dword:3\n";
+  Write(user_, text);
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_WRITE, &key), ERROR_SUCCESS);
+  char name[8];
+  DWORD length = sizeof name, size = 4;
+  BYTE data[4];
+  ASSERT_EQ(RegEnumValueA(key, 0, name, &length, nullptr, nullptr, data, &size), ERROR_SUCCESS);
+  EXPECT_STREQ(name, "a");
+  EXPECT_EQ(data[0], 3);
+  length = sizeof name;
+  EXPECT_EQ(RegEnumValueA(key, 2, name, &length, nullptr, nullptr, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
+  ASSERT_EQ(RegSetValueExA(key, "B", 0, REG_DWORD, data, 4), ERROR_SUCCESS);
+  RegCloseKey(key);
+  EXPECT_EQ(Read(user_), "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n\"a\"=dword:00000003\n; between\n\"B\"=dword:00000003\n");
+}
