@@ -1,4 +1,5 @@
 // Classic option rules of the copier line (vendor 2).
+#include "auklet_tables.h"
 #include "engine.h"
 
 namespace orvx::picture {
@@ -94,24 +95,9 @@ constexpr InRow kAukletFourCassettesIn[] = {
     {.test = Any(B("Casse", 5)), .when = CountBelow(4), .step = Step::LowDrawer},
     {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
 };
-// Otherwise: the first cassette is the large-capacity tray, then two drawers,
-// then the side feeder; every cassette counts.
-constexpr InRow kAukletIn[] = {
-    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
-    {.test = Any(B("Casse", 5)), .when = CountIs(0), .bits = 0x100, .id = 32, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountIs(1), .bits = 0x1, .id = 21, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountIs(2), .bits = 0x2, .id = 22, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountIs(3), .bits = 0x200, .id = 88, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountAtLeast(4), .step = Step::Bump},
-    {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
-};
-constexpr OutRow kAukletOut[] = {
-    {.test = Any(B("Face-d", 6), B("Face-u", 6)), .bits = 0x40000, .id = 51},
-    {.test = Any(B("HI-372", 6), B("Multi F", 7), B("Sub T", 5)), .bits = 0x500000, .id = 91, .step = Step::Finisher},
-    {.test = Any(B("RJ-7", 4), B("Multi T", 7)), .bits = 0x800000, .id = 92},
-};
+// Otherwise: the cassette table the extended rule shares (auklet_tables.h).
 constexpr Rule kAukletFourCassettes{.in = kAukletFourCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
-constexpr Rule kAuklet{.in = kAukletIn, .zeroFallback = 0x100F, .out = kAukletOut};
+constexpr Rule kAuklet{.in = kAukletCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
 
 }  // namespace
 }  // namespace orvx::picture

@@ -3,6 +3,7 @@
 // finisher trays.
 #include <array>
 
+#include "auklet_tables.h"
 #include "engine.h"
 
 namespace orvx::picture {
@@ -60,24 +61,9 @@ constexpr InRow kAukletJIn[] = {
     {.test = Any(B("Casse", 5)), .when = CountIs(4), .bits = 0x200, .id = 88},
     {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
 };
-// Other models: by the cassette counter m, slot 32, drawers 21 and 22, slot
-// 88, then nothing; every cassette counts.
-constexpr InRow kAukletExIn[] = {
-    {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
-    {.test = Any(B("Casse", 5)), .when = CountIs(0), .bits = 0x100, .id = 32, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountIs(1), .bits = 0x1, .id = 21, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountIs(2), .bits = 0x2, .id = 22, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountIs(3), .bits = 0x200, .id = 88, .step = Step::Bump},
-    {.test = Any(B("Casse", 5)), .when = CountAtLeast(4), .step = Step::Bump},
-    {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
-};
-constexpr OutRow kAukletExOut[] = {
-    {.test = Any(B("Face-d", 6), B("Face-u", 6)), .bits = 0x40000, .id = 51},
-    {.test = Any(B("HI-372", 6), B("Multi F", 7), B("Sub T", 5)), .bits = 0x500000, .id = 91, .step = Step::Finisher},
-    {.test = Any(B("RJ-7", 4), B("Multi T", 7)), .bits = 0x800000, .id = 92},
-};
-constexpr Rule kAukletJ{.in = kAukletJIn, .out = kAukletExOut};
-constexpr Rule kAukletEx{.in = kAukletExIn, .out = kAukletExOut};
+// Other models: the cassette table of the classic rule (auklet_tables.h).
+constexpr Rule kAukletJ{.in = kAukletJIn, .out = kAukletOut};
+constexpr Rule kAukletEx{.in = kAukletCassettesIn, .out = kAukletOut};
 
 // ---- Gannet ----------------------------------------------------------------------
 constexpr NameRow kGannetOptions[] = {
