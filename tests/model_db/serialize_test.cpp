@@ -4,7 +4,7 @@
 
 #include "orvx/model_db.h"
 #include "orvx/record_fields.h"
-#include "spec_layout.h"
+#include "stream_layout.h"
 #include "test_util.h"
 
 using orvx_test::Bytes;

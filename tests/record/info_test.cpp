@@ -3,7 +3,7 @@
 #include <set>
 
 #include "orvx/prn_static_info.h"
-#include "spec_layout.h"
+#include "stream_layout.h"
 #include "test_util.h"
 
 namespace {

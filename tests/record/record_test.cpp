@@ -26,18 +26,10 @@ TEST(Record, NewRecordHoldsTheDefaults) {
   EXPECT_EQ(r.Fields().SpareByte, 0);
 }
 
-TEST(Record, SettersNarrowTheirArguments) {
+TEST(Record, IconIndexKeepsTheLowByte) {
   CPrnStaticInfo r;
   r.SetIconBaseIdx(300);
   EXPECT_EQ(r.GetIconBaseIdx(), 44);
-  r.SetVenderID(0xFFFF);
-  EXPECT_EQ(r.GetVenderID(), 65535);
-  r.SetModelGroupID(7);
-  r.SetBasedModelGroupID(9);
-  EXPECT_EQ(r.GetModelGroupID(), 7);
-  EXPECT_EQ(r.GetBasedModelGroupID(), 9);
-  r.SetModelName("Vantor LP-1100");
-  EXPECT_EQ(r.GetModelName(), "Vantor LP-1100");
 }
 
 TEST(Record, SetPicNameHead) {

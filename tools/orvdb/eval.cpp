@@ -64,22 +64,22 @@ std::vector<TraySpec> Trays(const json& j, const char* key, bool out) {
   if (it == j.end()) return trays;
   if (!it->is_array()) throw RequestError(std::string("\"") + key + "\" must be an array");
   for (const auto& t : *it) {
-    TraySpec spec;
+    TraySpec tray;
     if (t.is_string()) {
-      spec.name = t.get<std::string>();
+      tray.name = t.get<std::string>();
     } else if (t.is_object()) {
       if (out)
         CheckKeys(t, {"name", "id", "addUnit", "derivery"}, key);
       else
         CheckKeys(t, {"name", "id", "addUnit"}, key);
-      spec.name = Str(t, "name", "");
-      spec.id = static_cast<int>(Int(t, "id", -1, kIntMin, kIntMax));
-      spec.addUnit = static_cast<int>(Int(t, "addUnit", 0, kIntMin, kIntMax));
-      if (out) spec.derivery = static_cast<int>(Int(t, "derivery", 2, kIntMin, kIntMax));
+      tray.name = Str(t, "name", "");
+      tray.id = static_cast<int>(Int(t, "id", -1, kIntMin, kIntMax));
+      tray.addUnit = static_cast<int>(Int(t, "addUnit", 0, kIntMin, kIntMax));
+      if (out) tray.derivery = static_cast<int>(Int(t, "derivery", 2, kIntMin, kIntMax));
     } else {
       throw RequestError(std::string("each of \"") + key + "\" must be a name or an object");
     }
-    trays.push_back(std::move(spec));
+    trays.push_back(std::move(tray));
   }
   return trays;
 }
