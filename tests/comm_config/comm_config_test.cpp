@@ -6,23 +6,10 @@
 #include "orvx/comm_config.h"
 #include "registry_fixture.h"
 
-using orvx_test::RegistryFixture;
 
 namespace {
 
-class CommConfig : public RegistryFixture {
- protected:
-  void SetUp() override {
-    RegistryFixture::SetUp();
-    orvx::host::SetAppName("Monitor");
-    orvx::host::SetRegistryKey("Vantor");
-  }
-  void TearDown() override {
-    orvx::host::SetAppName("orvx");
-    orvx::host::SetRegistryKey("");
-    RegistryFixture::TearDown();
-  }
-};
+class CommConfig : public orvx_test::HostAppFixture {};
 
 // A configuration of `size` bytes with a recognisable pattern.
 std::vector<BYTE> Config(DWORD size, BYTE seed) {

@@ -13,7 +13,6 @@
 #include "orvx/comm_config.h"
 #include "registry_fixture.h"
 
-using orvx_test::RegistryFixture;
 
 namespace {
 
@@ -36,19 +35,7 @@ int RoundOf(const std::vector<BYTE>& b, BYTE port, int maxRound) {
   return std::equal(b.begin(), b.begin() + 120, Pattern(round, port).begin()) ? static_cast<int>(round) : -1;
 }
 
-class Reliability : public RegistryFixture {
- protected:
-  void SetUp() override {
-    RegistryFixture::SetUp();
-    orvx::host::SetRegistryKey("Vantor");
-    orvx::host::SetAppName("Monitor");
-  }
-  void TearDown() override {
-    orvx::host::SetRegistryKey("");
-    orvx::host::SetAppName("orvx");
-    RegistryFixture::TearDown();
-  }
-};
+class Reliability : public orvx_test::HostAppFixture {};
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 
 #include <fstream>
 
+#include "orvx/afx_host.h"
 #include "orvx/afx_registry.h"
 #include "test_util.h"
 
@@ -33,6 +34,22 @@ class RegistryFixture : public testing::Test {
   TempDir dir_;
   std::string machine_;
   std::string user_;
+};
+
+// The registry fixture, with the host's application named "Monitor" and its
+// registry key "Vantor", as a COM-port host would have them.
+class HostAppFixture : public RegistryFixture {
+ protected:
+  void SetUp() override {
+    RegistryFixture::SetUp();
+    orvx::host::SetAppName("Monitor");
+    orvx::host::SetRegistryKey("Vantor");
+  }
+  void TearDown() override {
+    orvx::host::SetAppName("orvx");
+    orvx::host::SetRegistryKey("");
+    RegistryFixture::TearDown();
+  }
 };
 
 }  // namespace orvx_test
