@@ -1,13 +1,12 @@
 // orvdb picture and orvdb eval.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "eval.h"
-#include "test_util.h"
+#include "run_orvdb.h"
 
 using nlohmann::json;
 
@@ -15,23 +14,8 @@ namespace {
 
 std::string Ask(orvdb::Evaluator& e, const std::string& line) { return e.Answer(line); }
 
-struct ToolRun {
-  int code;
-  std::string out;
-};
-
-ToolRun Orvdb(const std::string& args) {
-  const std::string cmd = std::string("'") + ORVDB_BINARY + "' " + args + " 2>/dev/null";
-  FILE* p = popen(cmd.c_str(), "r");
-  ToolRun r{-1, {}};
-  if (!p) return r;
-  char buf[4096];
-  std::size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-  const int status = pclose(p);
-  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return r;
-}
+// Runs orvdb, its standard error dropped.
+orvx_test::ToolResult Orvdb(const std::string& args) { return orvx_test::RunOrvdb(args); }
 
 }  // namespace
 
@@ -136,7 +120,7 @@ TEST(Eval, StreamAnswersInOrderAndSurvivesBadLines) {
     }
     out << "\n";  // blank lines are not requests
   }
-  const ToolRun r = Orvdb("eval < '" + requests.string() + "'");
+  const orvx_test::ToolResult r = Orvdb("eval < '" + requests.string() + "'");
   ASSERT_EQ(r.code, 0);
   std::istringstream lines(r.out);
   std::string line;
@@ -161,13 +145,13 @@ TEST(Eval, StreamAnswersInOrderAndSurvivesBadLines) {
 
 TEST(OrvdbPicture, TextJsonAndExitCodes) {
   const std::string db = std::string("--db '") + ORVX_SAMPLE_DB + "' ";
-  const ToolRun text = Orvdb("picture " + db + "'Vantor LP-2100' --in 'Multi Purpose Tray' 'Optional Cassette 2' --out 'Face Down Tray' --option HH-418");
+  const orvx_test::ToolResult text = Orvdb("picture " + db + "'Vantor LP-2100' --in 'Multi Purpose Tray' 'Optional Cassette 2' --out 'Face Down Tray' --option HH-418");
   ASSERT_EQ(text.code, 0);
   EXPECT_NE(text.out.find("rule         GetOptionFlagEx_Nightjar\n"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("picture ID   0x00010802\n"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("in-tray      \"Cassette 2\" -> ID 21\n"), std::string::npos) << text.out;
 
-  const ToolRun j = Orvdb("picture --vendor 2 --group 14 --model-name 'WR-4697(J)' --in Bypass 'Cassette 1' --out Face-d --json");
+  const orvx_test::ToolResult j = Orvdb("picture --vendor 2 --group 14 --model-name 'WR-4697(J)' --in Bypass 'Cassette 1' --out Face-d --json");
   ASSERT_EQ(j.code, 0);
   const json a = json::parse(j.out);
   EXPECT_EQ(a["rule"], "GetOptionFlagEx_Auklet");
@@ -177,7 +161,7 @@ TEST(OrvdbPicture, TextJsonAndExitCodes) {
   EXPECT_EQ(a["inTrays"][1], json::parse(R"j({"name":"Cassette 1","id":21})j"));
   EXPECT_EQ(a["outTrays"][0]["id"], 51);
 
-  const ToolRun classic = Orvdb("picture --vendor 1 --group 1 --classic --in Manual --string 9481=Hand --duplex --json");
+  const orvx_test::ToolResult classic = Orvdb("picture --vendor 1 --group 1 --classic --in Manual --string 9481=Hand --duplex --json");
   ASSERT_EQ(classic.code, 0);
   EXPECT_EQ(json::parse(classic.out)["inTrays"][0]["name"], "Hand");
   EXPECT_EQ(json::parse(classic.out)["pictureId"], 0x10001);

@@ -1,40 +1,13 @@
 // End-to-end tests of the orvdb binary.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
-#include <sys/wait.h>
 
-#include "test_util.h"
+#include "run_orvdb.h"
 
 namespace {
 
-struct Result {
-  int code;
-  std::string out;
-};
-
-// Runs orvdb with `args` (shell words), capturing stdout; stderr goes to `err`.
-// `env` is prefixed to the command (variable assignments for the tool).
-Result RunOrvdb(const std::string& args, std::string* err = nullptr, const std::string& env = "") {
-  orvx_test::TempDir tmp;
-  const auto errFile = tmp.path() / "stderr";
-  const std::string cmd = env + "'" + ORVDB_BINARY + "' " + args + " 2>'" + errFile.string() + "'";
-  FILE* p = popen(cmd.c_str(), "r");
-  Result r{-1, {}};
-  if (!p) return r;
-  std::array<char, 4096> buf;
-  std::size_t n;
-  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
-  const int status = pclose(p);
-  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  if (err) {
-    std::ifstream in(errFile);
-    *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  }
-  return r;
-}
+using orvx_test::RunOrvdb;
 
 std::string ReadFile(const std::filesystem::path& p) {
   std::ifstream in(p, std::ios::binary);
