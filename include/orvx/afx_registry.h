@@ -1,6 +1,7 @@
 // The registry, the OS version query and a few kernel helpers, with the
-// platform's signatures and result codes. On POSIX the registry is a store of
-// one text file per hive, in the registry editor's export format.
+// platform's signatures and result codes. On Windows they are the platform's
+// own; elsewhere the registry is a store of one text file per hive, in the
+// registry editor's export format.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,8 @@
 #include "orvx/afx_types.h"
 #include "orvx/export.h"
 
+#if !defined(_WIN32)
+// On Windows all of this is the platform's own, from <windows.h>.
 struct HKEY__;
 using HKEY = HKEY__*;
 using REGSAM = DWORD;
@@ -23,11 +26,14 @@ constexpr LONG ERROR_FILE_NOT_FOUND = 2;
 constexpr LONG ERROR_ACCESS_DENIED = 5;
 constexpr LONG ERROR_INVALID_HANDLE = 6;
 constexpr LONG ERROR_INVALID_PARAMETER = 87;
+constexpr LONG ERROR_INSUFFICIENT_BUFFER = 122;
 constexpr LONG ERROR_MORE_DATA = 234;
 constexpr LONG ERROR_NO_MORE_ITEMS = 259;
 constexpr LONG ERROR_REGISTRY_CORRUPT = 1015;
 constexpr LONG ERROR_REGISTRY_IO_FAILED = 1016;
 
+constexpr REGSAM KEY_QUERY_VALUE = 0x0001;
+constexpr REGSAM KEY_SET_VALUE = 0x0002;
 constexpr REGSAM KEY_READ = 0x20019;
 constexpr REGSAM KEY_WRITE = 0x20006;
 
@@ -73,13 +79,16 @@ struct OSVERSIONINFOA {
 static_assert(sizeof(OSVERSIONINFOA) == 148);
 
 extern "C" {
-// Fails (0, last error ERROR_INVALID_PARAMETER) unless dwOSVersionInfoSize is 148.
+// Fails (0, last error ERROR_INSUFFICIENT_BUFFER) unless dwOSVersionInfoSize is
+// 148 or, for the extended record, 156.
 ORVX_API BOOL GetVersionExA(OSVERSIONINFOA* info);
 ORVX_API DWORD GetLastError();
 ORVX_API void SetLastError(DWORD error);
 ORVX_API int lstrlenA(const char* text);  // 0 for a null pointer
 }
+#endif
 
+#if !defined(_WIN32)
 namespace orvx::host {
 // The platform ID that GetVersionExA reports on POSIX: VER_PLATFORM_WIN32_NT
 // (2) unless the host sets another.
@@ -91,6 +100,7 @@ ORVX_API void SetPlatformId(DWORD id);
 ORVX_API void SetRegistryFile(HKEY hive, std::string_view path);
 ORVX_API std::string RegistryFile(HKEY hive);
 }  // namespace orvx::host
+#endif
 
 namespace orvx::registry {
 // Checks that a store file parses. On failure `error` says why and `line` is

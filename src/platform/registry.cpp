@@ -23,6 +23,7 @@
 struct HKEY__ {
   HKEY hive;
   std::string path;  // below the hive, components joined by '\'
+  REGSAM access;     // as opened: reading values needs KEY_QUERY_VALUE, writing KEY_SET_VALUE
 };
 
 namespace orvx::registry {
@@ -48,18 +49,21 @@ std::string FullPath(HKEY hive, const std::string& path) {
   return path.empty() ? std::string(HiveName(hive)) : std::string(HiveName(hive)) + "\\" + path;
 }
 
-// Resolves a key handle to its hive and path; false for an unknown handle.
-bool Resolve(HKEY key, HKEY& hive, std::string& path) {
+// Resolves a key handle to its hive and path, for a use that needs the access
+// rights `need`: ERROR_INVALID_HANDLE for an unknown handle, ERROR_ACCESS_DENIED
+// when it was opened without them.
+LONG Resolve(HKEY key, HKEY& hive, std::string& path, REGSAM need = 0) {
   if (IsHive(key)) {
     hive = key;
     path.clear();
-    return true;
+    return ERROR_SUCCESS;
   }
   std::lock_guard lock(State().mutex);
-  if (!State().handles.count(key)) return false;
+  if (!State().handles.count(key)) return ERROR_INVALID_HANDLE;
+  if ((key->access & need) != need) return ERROR_ACCESS_DENIED;
   hive = key->hive;
   path = key->path;
-  return true;
+  return ERROR_SUCCESS;
 }
 
 // Appends `sub` to `path`; empty components (doubled or outer separators) are dropped.
@@ -79,8 +83,8 @@ std::string Join(std::string path, const char* sub) {
   return path;
 }
 
-HKEY NewHandle(HKEY hive, std::string path) {
-  HKEY h = new HKEY__{hive, std::move(path)};
+HKEY NewHandle(HKEY hive, std::string path, REGSAM access) {
+  HKEY h = new HKEY__{hive, std::move(path), access};
   std::lock_guard lock(State().mutex);
   State().handles.insert(h);
   return h;
@@ -239,52 +243,30 @@ const Key* FindKeyConst(const Document& doc, std::string_view path) {
 
 }  // namespace
 
-bool CheckFile(const std::string& path, std::string& error, int& line) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    error = std::string("cannot open: ") + std::strerror(errno);
-    line = 0;
-    return false;
-  }
-  std::string bytes;
-  const bool read = ReadAll(fd, bytes);
-  ::close(fd);
-  if (!read) {
-    error = "cannot read the file";
-    line = 0;
-    return false;
-  }
-  ParseError e;
-  if (Parse(bytes, e)) return true;
-  error = e.message;
-  line = e.line;
-  return false;
-}
-
 }  // namespace orvx::registry
 
 using namespace orvx::registry;
 
 // ---- the registry calls ---------------------------------------------------------------
 
-LONG RegOpenKeyExA(HKEY key, const char* subKey, DWORD, REGSAM, PHKEY result) {
+LONG RegOpenKeyExA(HKEY key, const char* subKey, DWORD, REGSAM sam, PHKEY result) {
   if (!result) return ERROR_INVALID_PARAMETER;
   HKEY hive;
   std::string path;
-  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  if (const LONG r = Resolve(key, hive, path); r != ERROR_SUCCESS) return r;
   path = Join(path, subKey);
   const auto doc = ReadHive(hive);
   if (!doc || !KeyExists(*doc, FullPath(hive, path))) return ERROR_FILE_NOT_FOUND;
-  *result = NewHandle(hive, std::move(path));
+  *result = NewHandle(hive, std::move(path), sam);
   return ERROR_SUCCESS;
 }
 
-LONG RegCreateKeyExA(HKEY key, const char* subKey, DWORD, char*, DWORD, REGSAM, void*, PHKEY result,
+LONG RegCreateKeyExA(HKEY key, const char* subKey, DWORD, char*, DWORD, REGSAM sam, void*, PHKEY result,
                      DWORD* disposition) {
   if (!result) return ERROR_INVALID_PARAMETER;
   HKEY hive;
   std::string path;
-  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  if (const LONG r = Resolve(key, hive, path); r != ERROR_SUCCESS) return r;
   path = Join(path, subKey);
   const std::string full = FullPath(hive, path);
   bool created = false;
@@ -297,7 +279,7 @@ LONG RegCreateKeyExA(HKEY key, const char* subKey, DWORD, char*, DWORD, REGSAM, 
   });
   if (r != ERROR_SUCCESS) return r;
   if (disposition) *disposition = created ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
-  *result = NewHandle(hive, std::move(path));
+  *result = NewHandle(hive, std::move(path), sam);
   return ERROR_SUCCESS;
 }
 
@@ -306,7 +288,7 @@ LONG RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameLength, DWORD*,
   if (!name || !nameLength) return ERROR_INVALID_PARAMETER;
   HKEY hive;
   std::string path;
-  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  if (const LONG r = Resolve(key, hive, path, KEY_QUERY_VALUE); r != ERROR_SUCCESS) return r;
   const auto doc = ReadHive(hive);
   if (!doc) return ERROR_NO_MORE_ITEMS;
   const Key* k = FindKeyConst(*doc, FullPath(hive, path));
@@ -334,7 +316,7 @@ LONG RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type, BYTE* dat
   if (data && !dataLength) return ERROR_INVALID_PARAMETER;
   HKEY hive;
   std::string path;
-  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  if (const LONG r = Resolve(key, hive, path, KEY_QUERY_VALUE); r != ERROR_SUCCESS) return r;
   const auto doc = ReadHive(hive);
   if (!doc) return ERROR_FILE_NOT_FOUND;
   Key* k = FindKey(const_cast<Document&>(*doc), FullPath(hive, path));
@@ -357,7 +339,7 @@ LONG RegSetValueExA(HKEY key, const char* name, DWORD, DWORD type, const BYTE* d
   if (!data && length) return ERROR_INVALID_PARAMETER;
   HKEY hive;
   std::string path;
-  if (!Resolve(key, hive, path)) return ERROR_INVALID_HANDLE;
+  if (const LONG r = Resolve(key, hive, path, KEY_SET_VALUE); r != ERROR_SUCCESS) return r;
   const std::string full = FullPath(hive, path);
   Value v{name ? name : "", type, data ? std::vector<BYTE>(data, data + length) : std::vector<BYTE>{}};
   return Mutate(hive, [&](Document& doc, bool& dirty) {
@@ -381,12 +363,17 @@ LONG RegCloseKey(HKEY key) {
 
 // ---- version and kernel helpers ---------------------------------------------------------
 
+namespace {
+constexpr DWORD kExtendedSize = 156;  // OSVERSIONINFOEXA
+}  // namespace
+
 BOOL GetVersionExA(OSVERSIONINFOA* info) {
-  if (!info || info->dwOSVersionInfoSize != sizeof(OSVERSIONINFOA)) {
-    SetLastError(ERROR_INVALID_PARAMETER);
+  // The platform takes the basic and the extended record, and nothing else.
+  if (!info || (info->dwOSVersionInfoSize != sizeof(OSVERSIONINFOA) && info->dwOSVersionInfoSize != kExtendedSize)) {
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return FALSE;
   }
-  std::memset(reinterpret_cast<char*>(info) + sizeof(DWORD), 0, sizeof(OSVERSIONINFOA) - sizeof(DWORD));
+  std::memset(reinterpret_cast<char*>(info) + sizeof(DWORD), 0, info->dwOSVersionInfoSize - sizeof(DWORD));
   info->dwMajorVersion = 10;
   std::lock_guard lock(State().mutex);
   info->dwPlatformId = State().platformId;
