@@ -6,6 +6,8 @@
 
 #include "orvx/afx_types.h"
 
+#if !defined(_WIN32)
+// On Windows both are the platform's own, from <windows.h>.
 struct DCB {
   DWORD DCBlength;
   DWORD BaudRate;
@@ -49,3 +51,4 @@ struct COMMCONFIG {
   std::uint16_t wcProviderData[1];
 };
 static_assert(sizeof(COMMCONFIG) == 52);
+#endif

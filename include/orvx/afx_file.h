@@ -28,7 +28,7 @@ class ORVX_API CException : public std::exception {
 
 class ORVX_API CFileException : public CException {
  public:
-  enum Cause { none = 0, generic = 1, fileNotFound = 2, accessDenied = 5, diskFull = 14, endOfFile = 15 };
+  enum Cause { none = 0, generic = 1, fileNotFound = 2, accessDenied = 5, sharingViolation = 11, diskFull = 14, endOfFile = 15 };
   CFileException(int cause, int osError, std::string fileName);
   int m_cause;
   int m_lOsError;
@@ -76,7 +76,7 @@ class ORVX_API CFile {
   virtual std::uint64_t GetLength() const;
   virtual void Flush();
   virtual void Close();
-  bool IsOpen() const { return fd_ >= 0; }
+  bool IsOpen() const { return fd_ != -1; }
   const std::string& GetFilePath() const { return path_; }
 
  protected:
@@ -85,7 +85,7 @@ class ORVX_API CFile {
  private:
   UINT ReadRaw(void* buffer, UINT count);
 
-  int fd_ = -1;
+  std::intptr_t fd_ = -1;  // the system's file descriptor or handle
   std::uint64_t pos_ = 0;
   // Read-ahead for files opened read-only: a small archive buffer then
   // costs one system call per 64 KiB, not per refill.

@@ -1,6 +1,7 @@
 // What the library asks of its host: the message box, the host's string
 // resources, the host application object (names) and the extension-module
-// life cycle. On POSIX the host fills these in through the setters below.
+// life cycle. The host fills these in through the setters below; on Windows
+// the message box and the string resources are also the platform's.
 #pragma once
 
 #include <functional>
@@ -11,12 +12,15 @@
 #include "orvx/export.h"
 
 // ---- message box ----------------------------------------------------------
+#if !defined(_WIN32)
 constexpr UINT MB_OK = 0x0;
 constexpr UINT MB_ICONSTOP = 0x10;
 constexpr int IDOK = 1;
+#endif
 
-// Shows `text` and returns the button pressed. Without a handler the text goes
-// to standard error and the call returns IDOK at once.
+// Shows `text` and returns the button pressed. Without a handler: the
+// platform's message box on Windows; elsewhere the text goes to standard error
+// and the call returns IDOK at once.
 ORVX_API int AfxMessageBox(const char* text, UINT type = MB_OK, UINT helpId = 0);
 
 namespace orvx::host {
@@ -30,8 +34,11 @@ ORVX_API void SetMessageBoxHandler(MessageBoxHandler handler);
 ORVX_API void SetStringResource(UINT id, std::string_view text);
 ORVX_API void RemoveStringResource(UINT id);
 ORVX_API void ClearStringResources();
-// True and the text when the host has a string of that identifier.
+// True and the text when the host's table has a string of that identifier.
 ORVX_API bool FindStringResource(UINT id, std::string& text);
+// The host's string `id` as CString::LoadString finds it: on Windows from the
+// host program's own string resources first, then from the table above.
+ORVX_API bool LoadHostString(UINT id, std::string& text);
 
 // ---- host application object ----------------------------------------------
 ORVX_API void SetAppName(std::string_view name);

@@ -2,7 +2,9 @@
 #pragma once
 
 #if defined(_WIN32)
-#  if defined(ORVX_BUILDING_LIBRARY)
+#  if defined(ORVX_STATIC)
+#    define ORVX_API
+#  elif defined(ORVX_BUILDING_LIBRARY)
 #    define ORVX_API __declspec(dllexport)
 #  else
 #    define ORVX_API __declspec(dllimport)

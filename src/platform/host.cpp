@@ -1,12 +1,13 @@
-// Host services on POSIX: the host installs them; defaults keep a host that
-// installs nothing working.
+// Host services: what the host installs, with defaults that keep a host that
+// installs nothing working; the system's own message box and resources come
+// from os_host.h.
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <mutex>
 #include <vector>
 
 #include "orvx/afx_host.h"
+#include "os_host.h"
 
 namespace {
 
@@ -37,8 +38,7 @@ int AfxMessageBox(const char* text, UINT type, UINT helpId) {
   }
   const std::string_view message = text ? text : "";
   if (handler) return handler(message, type, helpId);
-  std::fprintf(stderr, "%.*s\n", static_cast<int>(message.size()), message.data());
-  return IDOK;
+  return orvx::os::ShowMessageBox(message, type, App().m_pszAppName);
 }
 
 namespace orvx::host {
@@ -69,6 +69,10 @@ bool FindStringResource(UINT id, std::string& text) {
   if (it == State().strings.end()) return false;
   text = it->second;
   return true;
+}
+
+bool LoadHostString(UINT id, std::string& text) {
+  return orvx::os::LoadModuleString(id, text) || FindStringResource(id, text);
 }
 
 void SetAppName(std::string_view name) { App().m_pszAppName = std::string(name); }

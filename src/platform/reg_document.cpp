@@ -210,14 +210,14 @@ std::string FormatValue(const Value& v, std::string_view eol) {
   }
   if (v.type == REG_DWORD && d.size() == 4) {
     char buf[16];
-    std::snprintf(buf, sizeof buf, "dword:%08x", d[0] | (d[1] << 8) | (d[2] << 16) | (static_cast<DWORD>(d[3]) << 24));
+    std::snprintf(buf, sizeof buf, "dword:%08x", d[0] | (d[1] << 8) | (d[2] << 16) | (static_cast<unsigned>(d[3]) << 24));
     return line + buf;
   }
   char prefix[24];
   if (v.type == REG_BINARY)
     std::snprintf(prefix, sizeof prefix, "hex:");
   else
-    std::snprintf(prefix, sizeof prefix, "hex(%x):", v.type);
+    std::snprintf(prefix, sizeof prefix, "hex(%x):", static_cast<unsigned>(v.type));
   line += prefix;
   // Wrapped as the registry editor does: continuation lines of two spaces.
   std::size_t width = line.size();

@@ -24,7 +24,7 @@ int CString::Find(std::string_view sub) const {
 }
 
 BOOL CString::LoadString(UINT id) {
-  if (orvx::host::FindStringResource(id, s_)) return TRUE;
+  if (orvx::host::LoadHostString(id, s_)) return TRUE;
   s_.clear();
   return FALSE;
 }

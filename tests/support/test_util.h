@@ -1,7 +1,9 @@
 // Helpers shared by the unit tests.
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -40,13 +42,23 @@ inline Bytes StoreArray() {
   return Store([](CArchive& ar) { CPrnStaticInfoArray_Serialize(ar); });
 }
 
+// Eight random hex digits: names that tests running at the same time (in
+// other processes too) do not share.
+inline std::string UniqueTag() {
+  static std::mt19937 random{std::random_device{}()};
+  char tag[9];
+  std::snprintf(tag, sizeof tag, "%08x", static_cast<unsigned>(random()));
+  return tag;
+}
+
 // A fresh directory under the system's temporary directory, removed at the end
 // of the scope; optionally made the current directory meanwhile.
 class TempDir {
  public:
   explicit TempDir(bool enter = false) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvx-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
+    const auto base = std::filesystem::temp_directory_path();
+    do path_ = base / ("orvx-test-" + UniqueTag());
+    while (!std::filesystem::create_directory(path_));
     if (enter) {
       previous_ = std::filesystem::current_path();
       std::filesystem::current_path(path_);

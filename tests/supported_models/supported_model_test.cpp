@@ -16,40 +16,37 @@ struct Probe : CSupportedModel {
   using CSupportedModel::Purge;
 };
 
-std::string Dword(DWORD v) {
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "dword:%08x", v);
-  return buf;
-}
+using orvx_test::BinaryValue;
+using orvx_test::DwordValue;
+using orvx_test::RegValue;
+using Values = std::vector<RegValue>;
 
+// The host is "Monitor-<tag>", so the default path is the test's own.
 class SupportedModels : public RegistryFixture {
  protected:
   void SetUp() override {
     RegistryFixture::SetUp();
-    orvx::host::SetAppName("Monitor");
+    orvx::host::SetAppName("Monitor-" + tag_);
+    path_ = Own(HKEY_LOCAL_MACHINE, "SOFTWARE\\Vantor Selby\\Monitor-" + tag_);
+    elsewhere_ = Own(HKEY_LOCAL_MACHINE, "SOFTWARE\\Elsewhere-" + tag_);
   }
   void TearDown() override {
+#if !defined(_WIN32)
     orvx::host::SetPlatformId(VER_PLATFORM_WIN32_NT);
+#endif
     orvx::host::SetAppName("orvx");
     RegistryFixture::TearDown();
   }
-  // Lists under `path`; a null list leaves its key out.
-  void Lists(const std::string& path, const std::vector<std::pair<std::string, std::string>>* supported,
-             const std::vector<std::pair<std::string, std::string>>* unsupported) {
-    std::string text = "Windows Registry Editor Version 5.00\n\n";
-    if (supported) {
-      text += "[HKEY_LOCAL_MACHINE\\" + path + "\\Supported Models]\n";
-      for (const auto& [name, value] : *supported) text += "\"" + name + "\"=" + value + "\n";
-    }
-    if (unsupported) {
-      text += "[HKEY_LOCAL_MACHINE\\" + path + "\\Unsupported Models]\n";
-      for (const auto& [name, value] : *unsupported) text += "\"" + name + "\"=" + value + "\n";
-    }
-    Write(machine_, text);
+  // Lists under `path`, replacing what was there; a null list leaves its key out.
+  void Lists(const std::string& path, const Values* supported, const Values* unsupported) {
+    DeleteOwnedKeys();
+    if (supported) Put(HKEY_LOCAL_MACHINE, path + "\\Supported Models", *supported);
+    if (unsupported) Put(HKEY_LOCAL_MACHINE, path + "\\Unsupported Models", *unsupported);
   }
-};
 
-const std::string kPath = "SOFTWARE\\Vantor Selby\\Monitor";
+  std::string path_;
+  std::string elsewhere_;
+};
 
 }  // namespace
 
@@ -84,12 +81,11 @@ TEST(SMModelInfo, InterfaceByStateAndPlatform) {
 }
 
 TEST_F(SupportedModels, CachedAndDirectAnswers) {
-  const std::vector<std::pair<std::string, std::string>> supported = {
-      {"LP-1100", Dword(0x01000100)}, {"LP-2200", Dword(0x0E000100)}, {"DC-3300", Dword(0x0E000200)},
-      {"Both", Dword(0x0F000200)},    {std::string(32, 'L'), Dword(0x0F000200)}, {"Short", "hex:00,02"}};
-  const std::vector<std::pair<std::string, std::string>> unsupported = {
-      {"Both", Dword(0)}, {"Old", "hex:01,02,03,04,05"}, {"Old4", "hex:01"}};
-  Lists(kPath, &supported, &unsupported);
+  const Values supported = {DwordValue("LP-1100", 0x01000100), DwordValue("LP-2200", 0x0E000100),
+                            DwordValue("DC-3300", 0x0E000200), DwordValue("Both", 0x0F000200),
+                            DwordValue(std::string(32, 'L'), 0x0F000200), BinaryValue("Short", {0, 2})};
+  const Values unsupported = {DwordValue("Both", 0), BinaryValue("Old", {1, 2, 3, 4, 5}), BinaryValue("Old4", {1})};
+  Lists(path_, &supported, &unsupported);
   struct Case {
     const char* model;
     DWORD interface;
@@ -128,44 +124,47 @@ TEST_F(SupportedModels, CachedAndDirectAnswers) {
   EXPECT_EQ(cached.Find("LP-1100")->GetState(), 0x01000100u);
 }
 
+#if !defined(_WIN32)
+// The platform ID is the system's own on Windows.
 TEST_F(SupportedModels, PlatformOneAllowsInterfaceThree) {
-  const std::vector<std::pair<std::string, std::string>> supported = {{"LP-2200", Dword(0x0E000100)}};
-  Lists(kPath, &supported, nullptr);
+  const Values supported = {DwordValue("LP-2200", 0x0E000100)};
+  Lists(path_, &supported, nullptr);
   orvx::host::SetPlatformId(1);
   Probe cached, direct(0);
   EXPECT_EQ(cached.IsSupportedModel("LP-2200", 3), 1);
   EXPECT_EQ(direct.IsSupportedModel("LP-2200", 3), 1);
 }
+#endif
 
 TEST_F(SupportedModels, MissingKeysAndLoadResult) {
-  const std::vector<std::pair<std::string, std::string>> one = {{"LP-1100", Dword(0x01000100)}};
+  const Values one = {DwordValue("LP-1100", 0x01000100)};
   {
-    Probe none;  // no store file at all
+    Probe none;  // neither key exists
     EXPECT_EQ(none.CheckModel("LP-1100", 1), CSupportedModel::kNotSupported);
     Probe direct(0);
     EXPECT_EQ(direct.CheckModel("LP-1100", 1), CSupportedModel::kNotSupported);
   }
-  Lists(kPath, &one, nullptr);
+  Lists(path_, &one, nullptr);
   Probe onlySupported;
   EXPECT_EQ(onlySupported.CheckModel("LP-1100", 1), CSupportedModel::kSupported);
   onlySupported.Purge();
   EXPECT_EQ(onlySupported.LoadFromRegistory(), 0);  // the unsupported key is missing
-  Lists(kPath, &one, &one);
+  Lists(path_, &one, &one);
   onlySupported.Purge();
   EXPECT_EQ(onlySupported.LoadFromRegistory(), 1);
-  const std::vector<std::pair<std::string, std::string>> empty;
-  Lists(kPath, &one, &empty);
+  const Values empty;
+  Lists(path_, &one, &empty);
   onlySupported.Purge();
   EXPECT_EQ(onlySupported.LoadFromRegistory(), 0);  // present but empty
 }
 
 TEST_F(SupportedModels, ChangedPath) {
-  const std::vector<std::pair<std::string, std::string>> at = {{"LP-1100", Dword(0x01000100)}};
-  Lists("SOFTWARE\\Elsewhere", &at, nullptr);
+  const Values at = {DwordValue("LP-1100", 0x01000100)};
+  Lists(elsewhere_, &at, nullptr);
   Probe cached, direct(0);
   EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 0);
-  cached.SetRegistoryPath("SOFTWARE\\Elsewhere");  // the whole path, nothing prefixed
-  direct.SetRegistoryPath("SOFTWARE\\Elsewhere");
+  cached.SetRegistoryPath(elsewhere_.c_str());  // the whole path, nothing prefixed
+  direct.SetRegistoryPath(elsewhere_.c_str());
   EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 1);
   EXPECT_EQ(direct.IsSupportedModel("LP-1100", 1), 1);
   cached.SetRegistoryPath("");
@@ -173,9 +172,9 @@ TEST_F(SupportedModels, ChangedPath) {
   EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 1);
 
   // Cached mode does not see later changes until the path is set again.
-  Write(machine_, "REGEDIT4\n");
+  DeleteOwnedKeys();
   EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 1);
   EXPECT_EQ(direct.IsSupportedModel("LP-1100", 1), 0);
-  cached.SetRegistoryPath("SOFTWARE\\Elsewhere");
+  cached.SetRegistoryPath(elsewhere_.c_str());
   EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 0);
 }

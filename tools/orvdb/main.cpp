@@ -6,6 +6,10 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
 
 #include "db_file.h"
 #include "db_json.h"
@@ -89,7 +93,7 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
     out << d.name << std::string(21 - std::min<std::size_t>(d.name.size(), 20), ' ');
     if (d.name == "Flags") {
       char buf[16];
-      std::snprintf(buf, sizeof buf, "0x%08x", f.Flags);
+      std::snprintf(buf, sizeof buf, "0x%08x", static_cast<unsigned>(f.Flags));
       out << buf;
       for (const auto& flag : kFlags)
         if ((r.*flag.get)()) out << ' ' << flag.name;
@@ -98,7 +102,7 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
       out << orvx::ReadField(f, d);
       if (d.key) {
         char buf[24];
-        std::snprintf(buf, sizeof buf, "  (key 0x%04X)", d.key);
+        std::snprintf(buf, sizeof buf, "  (key 0x%04X)", static_cast<unsigned>(d.key));
         out << buf;
       }
     }
@@ -248,7 +252,7 @@ int Picture(const PictureOptions& o) {
   for (int b = 0; b < 32; ++b)
     if (result.pictureId & (DWORD{1} << b)) bits.push_back(DWORD{1} << b);
   char hex[16];
-  std::snprintf(hex, sizeof hex, "0x%08x", result.pictureId);
+  std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(result.pictureId));
 
   if (o.json) {
     orvdb::Json j;
@@ -275,7 +279,7 @@ int Picture(const PictureOptions& o) {
     std::cout << "picture ID   " << hex << "\n";
     std::cout << "bits        ";
     for (DWORD b : bits) {
-      std::snprintf(hex, sizeof hex, " 0x%x", b);
+      std::snprintf(hex, sizeof hex, " 0x%x", static_cast<unsigned>(b));
       std::cout << hex;
     }
     std::cout << (bits.empty() ? " none\n" : "\n");
@@ -330,7 +334,18 @@ bool ParseHex(const std::string& text, std::vector<BYTE>& out) {
   return true;
 }
 
+// Binary configurations pass through standard input and output unchanged
+// (Windows would translate line ends and stop at ^Z).
+void BinaryStream(std::FILE* stream) {
+#if defined(_WIN32)
+  _setmode(_fileno(stream), _O_BINARY);
+#else
+  (void)stream;
+#endif
+}
+
 int ComCfgSave(DWORD port, bool hex) {
+  if (!hex) BinaryStream(stdin);
   std::string input((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
   std::vector<BYTE> bytes;
   if (hex) {
@@ -346,7 +361,11 @@ int ComCfgSave(DWORD port, bool hex) {
                  " bytes were given");
   bytes.resize(std::max<std::size_t>(bytes.size(), sizeof(COMMCONFIG)));
   if (!ORVX_SaveCommCfg(port, reinterpret_cast<COMMCONFIG*>(bytes.data())))
+#if defined(_WIN32)
+    return Error("could not write the configuration to the registry");
+#else
     return Error("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
+#endif
   return kExitOk;
 }
 
@@ -362,6 +381,8 @@ int ComCfgLoad(DWORD port, bool hex) {
   if (hex) {
     std::cout << Hex(buffer.data(), size) << "\n";
   } else {
+    std::cout.flush();
+    BinaryStream(stdout);
     std::cout.write(reinterpret_cast<const char*>(buffer.data()), size);
   }
   return kExitOk;
@@ -371,6 +392,8 @@ int ComCfgLoad(DWORD port, bool hex) {
 
 int main(int argc, char** argv) {
   CLI::App app{"orvdb: inspect and author printer model databases (ORVDB.dat)"};
+  // "/path" is a path on every platform, never a Windows-style option.
+  app.allow_windows_style_options(false);
   app.require_subcommand(1);
   std::string db = "ORVDB.dat";
 

@@ -1,0 +1,133 @@
+// CFile (over the system calls of os_file.h) and CMemFile.
+#include "orvx/afx_file.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "os_file.h"
+
+namespace os = orvx::os;
+
+CFileException::CFileException(int cause, int osError, std::string fileName)
+    : CException("file error " + std::to_string(cause) + (osError ? ": " + os::ErrorText(osError) : "") +
+                 (fileName.empty() ? "" : " (" + fileName + ")")),
+      m_cause(cause),
+      m_lOsError(osError),
+      m_strFileName(std::move(fileName)) {}
+
+CArchiveException::CArchiveException(int cause, std::string fileName, std::uint64_t offset)
+    : CException(std::string(cause == endOfFile ? "data ended early" : "malformed data") + " at byte " +
+                 std::to_string(offset) + (fileName.empty() ? "" : " of " + fileName)),
+      m_cause(cause),
+      m_strFileName(std::move(fileName)),
+      m_offset(offset) {}
+
+CFile::~CFile() {
+  if (fd_ != os::kNoFile) os::CloseFile(fd_);
+}
+
+BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
+  Close();
+  int cause = CFileException::none, osError = 0;
+  const os::FileHandle file = fileName ? os::OpenFile(fileName, openFlags, cause, osError) : os::kNoFile;
+  if (file == os::kNoFile) {
+    if (error) *error = CFileException(fileName ? cause : CFileException::fileNotFound, osError, fileName ? fileName : "");
+    return FALSE;
+  }
+  fd_ = file;
+  pos_ = 0;
+  path_ = fileName;
+  aheadAt_ = aheadEnd_ = 0;
+  ahead_.reset();
+  aheadSize_ = 0;
+  if ((openFlags & 3) == modeRead) {
+    // No larger than the file: a small database needs no 64 KiB buffer.
+    aheadSize_ = static_cast<std::size_t>(std::min<std::uint64_t>(64 * 1024, std::max<std::uint64_t>(GetLength(), 1)));
+    ahead_.reset(new std::uint8_t[aheadSize_]);
+  }
+  return TRUE;
+}
+
+UINT CFile::Read(void* buffer, UINT count) {
+  if (fd_ == os::kNoFile) throw CFileException(CFileException::generic, os::BadHandleError(), path_);
+  if (!ahead_) return ReadRaw(buffer, count);
+  auto* out = static_cast<std::uint8_t*>(buffer);
+  UINT done = 0;
+  while (done < count) {
+    if (aheadAt_ == aheadEnd_) {
+      if (count - done >= aheadSize_) return done + ReadRaw(out + done, count - done);
+      const std::uint64_t pos = pos_;
+      aheadEnd_ = ReadRaw(ahead_.get(), static_cast<UINT>(aheadSize_));
+      pos_ = pos;  // pos_ counts what the caller has taken
+      aheadAt_ = 0;
+      if (aheadEnd_ == 0) break;
+    }
+    const std::size_t n = std::min<std::size_t>(count - done, aheadEnd_ - aheadAt_);
+    std::memcpy(out + done, ahead_.get() + aheadAt_, n);
+    aheadAt_ += n;
+    done += static_cast<UINT>(n);
+    pos_ += n;
+  }
+  return done;
+}
+
+UINT CFile::ReadRaw(void* buffer, UINT count) {
+  auto* out = static_cast<char*>(buffer);
+  UINT done = 0;
+  while (done < count) {
+    int osError = 0;
+    const std::int64_t n = os::ReadSome(fd_, out + done, count - done, osError);
+    if (n < 0) throw CFileException(CFileException::generic, osError, path_);
+    if (n == 0) break;
+    done += static_cast<UINT>(n);
+  }
+  pos_ += done;
+  return done;
+}
+
+void CFile::Write(const void* buffer, UINT count) {
+  if (fd_ == os::kNoFile) throw CFileException(CFileException::generic, os::BadHandleError(), path_);
+  const auto* in = static_cast<const char*>(buffer);
+  UINT done = 0;
+  while (done < count) {
+    int osError = 0;
+    const std::int64_t n = os::WriteSome(fd_, in + done, count - done, osError);
+    if (n < 0)
+      throw CFileException(os::IsDiskFull(osError) ? CFileException::diskFull : CFileException::generic, osError,
+                           path_);
+    done += static_cast<UINT>(n);
+  }
+  pos_ += done;
+}
+
+std::uint64_t CFile::GetPosition() const { return pos_; }
+
+std::uint64_t CFile::GetLength() const { return fd_ == os::kNoFile ? UINT64_MAX : os::FileLength(fd_); }
+
+void CFile::Flush() {
+  if (fd_ == os::kNoFile) return;
+  if (const int osError = os::FlushFile(fd_)) throw CFileException(CFileException::generic, osError, path_);
+}
+
+void CFile::Close() {
+  if (fd_ != os::kNoFile) os::CloseFile(fd_);
+  fd_ = os::kNoFile;
+  ahead_.reset();
+  aheadSize_ = 0;
+  aheadAt_ = aheadEnd_ = 0;
+}
+
+UINT CMemFile::Read(void* buffer, UINT count) {
+  const std::size_t n = std::min<std::size_t>(count, bytes_.size() - pos_);
+  if (n) std::memcpy(buffer, bytes_.data() + pos_, n);
+  pos_ += n;
+  return static_cast<UINT>(n);
+}
+
+void CMemFile::Write(const void* buffer, UINT count) {
+  const auto* in = static_cast<const std::uint8_t*>(buffer);
+  if (pos_ + count > bytes_.size()) bytes_.resize(pos_ + count);
+  std::copy(in, in + count, bytes_.begin() + static_cast<std::ptrdiff_t>(pos_));
+  pos_ += count;
+}

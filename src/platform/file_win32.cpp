@@ -1,0 +1,89 @@
+// File system calls on Win32 handles.
+#include <windows.h>
+
+#include <climits>
+
+#include "orvx/afx_file.h"
+#include "os_file.h"
+
+namespace orvx::os {
+
+namespace {
+HANDLE H(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
+}  // namespace
+
+FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) {
+  DWORD access = GENERIC_READ;
+  if ((openFlags & 3) == CFile::modeWrite) access = GENERIC_WRITE;
+  if ((openFlags & 3) == CFile::modeReadWrite) access = GENERIC_READ | GENERIC_WRITE;
+  // Compatibility and exclusive modes share nothing: a file opened by another
+  // program with them cannot be opened, and the open fails.
+  DWORD share = 0;
+  switch (openFlags & 0x70) {
+    case CFile::shareDenyWrite: share = FILE_SHARE_READ; break;
+    case 0x30: share = FILE_SHARE_WRITE; break;  // deny read
+    case CFile::shareDenyNone: share = FILE_SHARE_READ | FILE_SHARE_WRITE; break;
+    default: break;
+  }
+  DWORD disposition = OPEN_EXISTING;
+  if (openFlags & CFile::modeCreate) disposition = (openFlags & CFile::modeNoTruncate) ? OPEN_ALWAYS : CREATE_ALWAYS;
+  const HANDLE h = ::CreateFileA(name, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) {
+    osError = static_cast<int>(::GetLastError());
+    switch (osError) {
+      case ERROR_FILE_NOT_FOUND:
+      case ERROR_PATH_NOT_FOUND: cause = CFileException::fileNotFound; break;
+      case ERROR_SHARING_VIOLATION: cause = CFileException::sharingViolation; break;
+      default: cause = CFileException::accessDenied; break;
+    }
+    return kNoFile;
+  }
+  return reinterpret_cast<FileHandle>(h);
+}
+
+std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
+  DWORD n = 0;
+  if (!::ReadFile(H(file), buffer, count, &n, nullptr)) {
+    osError = static_cast<int>(::GetLastError());
+    return -1;
+  }
+  return n;
+}
+
+std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError) {
+  DWORD n = 0;
+  if (!::WriteFile(H(file), buffer, count, &n, nullptr)) {
+    osError = static_cast<int>(::GetLastError());
+    return -1;
+  }
+  return n;
+}
+
+std::uint64_t FileLength(FileHandle file) {
+  LARGE_INTEGER size;
+  if (::GetFileType(H(file)) != FILE_TYPE_DISK || !::GetFileSizeEx(H(file), &size)) return UINT64_MAX;
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+int FlushFile(FileHandle file) {
+  if (::FlushFileBuffers(H(file))) return 0;
+  const DWORD error = ::GetLastError();
+  return error == ERROR_INVALID_HANDLE || error == ERROR_ACCESS_DENIED ? 0 : static_cast<int>(error);
+}
+
+void CloseFile(FileHandle file) { ::CloseHandle(H(file)); }
+
+std::string ErrorText(int osError) {
+  char text[256] = {};
+  const DWORD n = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                   static_cast<DWORD>(osError), 0, text, sizeof text, nullptr);
+  std::string s(text, n);
+  while (!s.empty() && (s.back() == '\n' || s.back() == '\r' || s.back() == ' ' || s.back() == '.')) s.pop_back();
+  return s.empty() ? "system error " + std::to_string(osError) : s;
+}
+
+bool IsDiskFull(int osError) { return osError == ERROR_DISK_FULL || osError == ERROR_HANDLE_DISK_FULL; }
+
+int BadHandleError() { return ERROR_INVALID_HANDLE; }
+
+}  // namespace orvx::os

@@ -1,0 +1,30 @@
+// The system calls under CFile, one implementation per platform.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "orvx/afx_types.h"
+
+namespace orvx::os {
+
+using FileHandle = std::intptr_t;
+constexpr FileHandle kNoFile = -1;
+
+// Opens `name` with CFile's open flags. On failure returns kNoFile, with the
+// CFileException cause and the system's error code.
+FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError);
+// Bytes read (0 at the end of the file), or -1 with `osError` set.
+std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError);
+// Bytes written, or -1 with `osError` set.
+std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError);
+// Length of a regular file, or UINT64_MAX.
+std::uint64_t FileLength(FileHandle file);
+// 0, or the system's error code; a file that cannot be synced is not an error.
+int FlushFile(FileHandle file);
+void CloseFile(FileHandle file);
+std::string ErrorText(int osError);
+bool IsDiskFull(int osError);
+int BadHandleError();
+
+}  // namespace orvx::os

@@ -1,0 +1,155 @@
+// A host program that loads orvx.dll by name, as a Windows host does: the
+// system runs the DLL's entry on LoadLibrary and FreeLibrary, and the host
+// reaches the exports through GetProcAddress. Nothing of the library is linked.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "orvx/afx_host.h"
+#include "orvx/prn_static_info.h"
+#include "test_util.h"
+
+namespace {
+
+// The exports' names as this compiler decorates them; the C++ functions are
+// found by these, the extern "C" ones by their plain names.
+constexpr const char* kLookup = "_Z26GetPointerToCPrnStaticInfoPKc";
+constexpr const char* kRemoveAll = "_Z29CPrnStaticInfoArray_RemoveAllv";
+constexpr const char* kSerialize = "_Z29CPrnStaticInfoArray_SerializeR8CArchive";
+constexpr const char* kGetApp = "_Z9AfxGetAppv";
+constexpr const char* kLinkedModules = "_ZN4orvx4host17LinkedModuleCountEv";
+constexpr const char* kSetString = "_ZN4orvx4host17SetStringResourceEjSt17basic_string_viewIcSt11char_traitsIcEE";
+constexpr const char* kLoadString =
+    "_ZN4orvx4host14LoadHostStringEjRNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
+
+using LookupFn = CPrnStaticInfo* (*)(const char*);
+using VoidFn = void (*)();
+using AppFn = CWinApp* (*)();
+using CountFn = int (*)();
+using SetStringFn = void (*)(UINT, std::string_view);
+using LoadStringFn = bool (*)(UINT, std::string&);
+using CommFn = int (*)(DWORD, COMMCONFIG*);
+
+template <typename F>
+F Export(HMODULE dll, const char* name) {
+  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(dll, name)));
+}
+
+// Runs each case in a fresh current directory, where the DLL looks for ORVDB.dat.
+class DllHost : public testing::Test {
+ protected:
+  void TearDown() override {
+    if (dll_) {
+      EXPECT_TRUE(FreeLibrary(dll_));
+    }
+  }
+  void PutDatabase(std::size_t keepBytes = SIZE_MAX) {
+    std::ifstream in(ORVX_SAMPLE_DB, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    ASSERT_GT(bytes.size(), 4u) << ORVX_SAMPLE_DB;
+    std::ofstream(dir_.path() / "ORVDB.dat", std::ios::binary) << bytes.substr(0, keepBytes);
+  }
+  HMODULE Load() { return dll_ = LoadLibraryA("orvx.dll"); }
+
+  orvx_test::TempDir dir_{true};
+  HMODULE dll_ = nullptr;
+};
+
+}  // namespace
+
+TEST_F(DllHost, LoadFailsWithoutAReadableDatabase) {
+  // The message box cannot be shown without a desktop: the load fails at once.
+  SetLastError(0);
+  EXPECT_EQ(Load(), nullptr);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
+
+  PutDatabase(100);  // truncated
+  EXPECT_EQ(Load(), nullptr);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
+
+  // Held open by another opener that shares nothing: the DLL cannot open it.
+  PutDatabase();
+  const HANDLE held = CreateFileA("ORVDB.dat", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(held, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(Load(), nullptr);
+  CloseHandle(held);
+  ASSERT_NE(Load(), nullptr);
+}
+
+TEST_F(DllHost, AttachLoadsTheDatabaseAndDetachReleasesEverything) {
+  PutDatabase();
+  ASSERT_NE(Load(), nullptr);
+  for (const char* name : {kLookup, kRemoveAll, kSerialize, "ORVX_SaveCommCfg", "ORVX_LoadCommCfg",
+                           "ORVX_LibraryEntry", "CPrnStaticInfoArray"})
+    EXPECT_NE(reinterpret_cast<void*>(GetProcAddress(dll_, name)), nullptr) << name;
+
+  const auto lookup = Export<LookupFn>(dll_, kLookup);
+  const auto* models = reinterpret_cast<const CPtrArray*>(GetProcAddress(dll_, "CPrnStaticInfoArray"));
+  ASSERT_TRUE(lookup && models);
+  EXPECT_GT(models->GetSize(), 1);
+  CPrnStaticInfo* record = lookup("Vantor LP-1200");
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->GetModelName(), "Vantor LP-1200");  // a virtual call into the DLL
+  EXPECT_EQ(lookup("no such model"), models->GetAt(0));
+  EXPECT_EQ(Export<CountFn>(dll_, kLinkedModules)(), 1);
+
+  Export<VoidFn>(dll_, kRemoveAll)();
+  EXPECT_EQ(models->GetSize(), 0);
+  EXPECT_EQ(lookup("Vantor LP-1200"), nullptr);
+
+  // Unloading detaches; loading again attaches and reads the file anew.
+  ASSERT_TRUE(FreeLibrary(dll_));
+  ASSERT_NE(Load(), nullptr);
+  EXPECT_NE(Export<LookupFn>(dll_, kLookup)("Vantor LP-1200"), nullptr);
+  EXPECT_EQ(Export<CountFn>(dll_, kLinkedModules)(), 1);
+}
+
+TEST_F(DllHost, HostStringsComeFromTheHostProgramFirst) {
+  PutDatabase();
+  ASSERT_NE(Load(), nullptr);
+  const auto setString = Export<SetStringFn>(dll_, kSetString);
+  const auto loadString = Export<LoadStringFn>(dll_, kLoadString);
+  ASSERT_TRUE(setString && loadString);
+  setString(9481, "Manual (table)");
+  setString(9482, "Default (table)");
+  std::string text;
+  ASSERT_TRUE(loadString(9481, text));
+  EXPECT_EQ(text, "Manual Feed (host resources)");
+  ASSERT_TRUE(loadString(9482, text));
+  EXPECT_EQ(text, "Default (table)");
+  EXPECT_FALSE(loadString(9483, text));
+}
+
+TEST_F(DllHost, CommConfigGoesToTheUsersRegistry) {
+  PutDatabase();
+  ASSERT_NE(Load(), nullptr);
+  CWinApp* app = Export<AppFn>(dll_, kGetApp)();
+  ASSERT_NE(app, nullptr);
+  app->m_pszAppName = "DllHost-" + orvx_test::UniqueTag();
+  app->m_pszRegistryKey = "Vantor";
+  const std::string root = "Software\\Vantor\\" + app->m_pszAppName;
+
+  BYTE saved[60] = {};
+  saved[0] = sizeof saved;
+  for (BYTE i = 4; i < sizeof saved; ++i) saved[i] = i;
+  EXPECT_EQ(Export<CommFn>(dll_, "ORVX_SaveCommCfg")(0x35, reinterpret_cast<COMMCONFIG*>(saved)), 1);
+  BYTE loaded[256] = {};
+  EXPECT_EQ(Export<CommFn>(dll_, "ORVX_LoadCommCfg")(0x30, reinterpret_cast<COMMCONFIG*>(loaded)), 1);
+  EXPECT_EQ(0, std::memcmp(saved, loaded, sizeof saved));
+
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, (root + "\\Com").c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
+  DWORD type = 0, size = sizeof loaded;
+  EXPECT_EQ(RegQueryValueExA(key, "COM3", nullptr, &type, loaded, &size), ERROR_SUCCESS);
+  EXPECT_EQ(type, static_cast<DWORD>(REG_BINARY));
+  EXPECT_EQ(size, sizeof saved);
+  RegCloseKey(key);
+  RegDeleteTreeA(HKEY_CURRENT_USER, root.c_str());
+  app->m_pszAppName = "orvx";
+  app->m_pszRegistryKey.clear();
+}
