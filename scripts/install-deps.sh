@@ -2,11 +2,17 @@
 # Installs the Debian packages the build, tools and tests need.
 # Safe to run repeatedly; used by .ci/run and by developers on a fresh machine.
 set -euo pipefail
-# --hardening adds what the fuzz, coverage and memcheck jobs need.
+# --hardening adds what the fuzz, coverage and memcheck jobs need; --windows
+# the MinGW-w64 cross compiler, GoogleTest's sources and Wine for the Windows
+# DLL and its tests. Both may be given.
 pkgs=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
-if [[ "${1:-}" == "--hardening" ]]; then
-  pkgs+=(clang libclang-rt-14-dev llvm valgrind gcovr)
-fi
+for arg in "$@"; do
+  case "$arg" in
+    --hardening) pkgs+=(clang libclang-rt-14-dev llvm valgrind gcovr) ;;
+    --windows) pkgs+=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 googletest wine64) ;;
+    *) echo "install-deps.sh: unknown option \"$arg\" (--hardening, --windows)" >&2; exit 2 ;;
+  esac
+done
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
