@@ -8,7 +8,9 @@ cmake --preset coverage >/dev/null
 cmake --build --preset coverage
 find build/coverage -name '*.gcda' -delete
 ctest --preset coverage >/dev/null
-args=(--root . --filter 'src/' --object-directory build/coverage --print-summary --exclude-unreachable-branches)
+# Search build/coverage only: other build trees may hold links out of the tree
+# (a Wine prefix maps its drive Z: to /).
+args=(build/coverage --root . --filter 'src/' --object-directory build/coverage --print-summary --exclude-unreachable-branches)
 if [[ "${1:-}" == "--html" ]]; then
   mkdir -p "$2"
   args+=(--html-details "$2/index.html")

@@ -6,10 +6,7 @@
 #include <sstream>
 
 #include "eval.h"
-#include "test_util.h"
-#if !defined(_WIN32)
 #include "run_orvdb.h"
-#endif
 
 using nlohmann::json;
 
@@ -17,10 +14,8 @@ namespace {
 
 std::string Ask(orvdb::Evaluator& e, const std::string& line) { return e.Answer(line); }
 
-#if !defined(_WIN32)
 // Runs orvdb, its standard error dropped.
 orvx_test::ToolResult Orvdb(const std::string& args) { return orvx_test::RunOrvdb(args); }
-#endif
 
 }  // namespace
 
@@ -109,8 +104,6 @@ TEST(Eval, BadRequestsNameTheProblem) {
   }
 }
 
-#if !defined(_WIN32)
-// The tool through the shell.
 TEST(Eval, StreamAnswersInOrderAndSurvivesBadLines) {
   orvx_test::TempDir tmp;
   const auto requests = tmp.path() / "requests.jsonl";
@@ -179,4 +172,3 @@ TEST(OrvdbPicture, TextJsonAndExitCodes) {
     EXPECT_EQ(Orvdb(bad).code, 2);
   }
 }
-#endif
