@@ -37,9 +37,12 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
   return fd;
 }
 
-std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
+namespace {
+// Runs a read or write call again when a signal interrupted it.
+template <typename Call>
+std::int64_t Retrying(Call call, int& osError) {
   for (;;) {
-    const ssize_t n = ::read(static_cast<int>(file), buffer, count);
+    const ssize_t n = call();
     if (n >= 0) return n;
     if (errno != EINTR) {
       osError = errno;
@@ -47,16 +50,14 @@ std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
     }
   }
 }
+}  // namespace
+
+std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
+  return Retrying([&] { return ::read(static_cast<int>(file), buffer, count); }, osError);
+}
 
 std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError) {
-  for (;;) {
-    const ssize_t n = ::write(static_cast<int>(file), buffer, count);
-    if (n >= 0) return n;
-    if (errno != EINTR) {
-      osError = errno;
-      return -1;
-    }
-  }
+  return Retrying([&] { return ::write(static_cast<int>(file), buffer, count); }, osError);
 }
 
 std::uint64_t FileLength(FileHandle file) {

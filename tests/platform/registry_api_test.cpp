@@ -17,17 +17,7 @@ namespace {
 
 // Every value of `key`, sorted by name: the enumeration order is the platform's.
 std::vector<RegValue> Enumerate(HKEY key) {
-  std::vector<RegValue> out;
-  for (DWORD i = 0;; ++i) {
-    char name[256];
-    DWORD nameLength = sizeof name, type = 0, size = 1024;
-    BYTE data[1024];
-    const LONG r = RegEnumValueA(key, i, name, &nameLength, nullptr, &type, data, &size);
-    if (r == ERROR_NO_MORE_ITEMS) break;
-    EXPECT_EQ(r, ERROR_SUCCESS);
-    if (r != ERROR_SUCCESS || i > 100) break;
-    out.push_back({std::string(name, nameLength), type, std::vector<BYTE>(data, data + size)});
-  }
+  auto out = orvx_test::EnumerateValues(key);
   std::sort(out.begin(), out.end(), [](const RegValue& a, const RegValue& b) { return a.name < b.name; });
   return out;
 }

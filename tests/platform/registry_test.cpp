@@ -7,25 +7,7 @@ using orvx_test::RegistryFixture;
 
 namespace {
 
-struct Found {
-  std::string name;
-  DWORD type;
-  std::vector<BYTE> data;
-};
-
-std::vector<Found> Enumerate(HKEY key) {
-  std::vector<Found> out;
-  for (DWORD i = 0;; ++i) {
-    char name[256];
-    DWORD nameLength = sizeof name, type = 0, size = 1024;
-    BYTE data[1024];
-    const LONG r = RegEnumValueA(key, i, name, &nameLength, nullptr, &type, data, &size);
-    if (r == ERROR_NO_MORE_ITEMS) break;
-    EXPECT_EQ(r, ERROR_SUCCESS);
-    out.push_back({std::string(name, nameLength), type, std::vector<BYTE>(data, data + size)});
-  }
-  return out;
-}
+const auto Enumerate = orvx_test::EnumerateValues;
 
 std::vector<BYTE> Sz(std::string_view s) {
   std::vector<BYTE> v(s.begin(), s.end());

@@ -38,6 +38,22 @@ inline RegValue StringValue(std::string name, std::string_view text) {
   return {std::move(name), REG_SZ, std::move(data)};
 }
 
+// Every value of `key`, in the registry's enumeration order.
+inline std::vector<RegValue> EnumerateValues(HKEY key) {
+  std::vector<RegValue> out;
+  for (DWORD i = 0;; ++i) {
+    char name[256];
+    DWORD nameLength = sizeof name, type = 0, size = 1024;
+    BYTE data[1024];
+    const LONG r = RegEnumValueA(key, i, name, &nameLength, nullptr, &type, data, &size);
+    if (r == ERROR_NO_MORE_ITEMS) break;
+    EXPECT_EQ(r, ERROR_SUCCESS);
+    if (r != ERROR_SUCCESS || i > 1000) break;
+    out.push_back({std::string(name, nameLength), type, std::vector<BYTE>(data, data + size)});
+  }
+  return out;
+}
+
 class RegistryFixture : public testing::Test {
  protected:
   void SetUp() override {
