@@ -276,7 +276,9 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
     std::size_t end = text.find('\n', at);
     if (end == std::string::npos) end = text.size();
     std::string_view l(text.data() + at, end - at);
-    if (!l.empty() && l.back() == '\r') l.remove_suffix(1);
+    // Every carriage return ending a line goes: one kept on the last line (no
+    // newline after it) would come back as a line break when written.
+    while (!l.empty() && l.back() == '\r') l.remove_suffix(1);
     lines.push_back(l);
     at = end + 1;
   }

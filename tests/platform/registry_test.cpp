@@ -231,3 +231,17 @@ TEST_F(Store, RepeatedNamesAndInterleavedComments) {
   RegCloseKey(key);
   EXPECT_EQ(Read(user_), "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n\"a\"=dword:00000003\n; between\n\"B\"=dword:00000003\n");
 }
+
+TEST_F(Store, StrayCarriageReturnsDoNotChangeLineEndings) {
+  // A newline-only file whose last line ends in carriage returns and no newline:
+  // writing it must not turn the file into a CRLF one, and a rewrite is stable.
+  Write(user_, "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n\"a\"=dword:1\n; last\r\r");
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_WRITE, &key), ERROR_SUCCESS);
+  const DWORD two = 2;
+  for (int pass = 0; pass < 2; ++pass) {
+    ASSERT_EQ(RegSetValueExA(key, "a", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&two), 4), ERROR_SUCCESS);
+    EXPECT_EQ(Read(user_), "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n\"a\"=dword:00000002\n; last\n") << "pass " << pass;
+  }
+  RegCloseKey(key);
+}
