@@ -15,6 +15,16 @@ std::vector<BYTE> Sz(std::string_view s) {
   return v;
 }
 
+// A UTF-16LE store file with its byte-order mark, as the registry editor writes it.
+std::string Utf16File(std::u16string_view text) {
+  std::string out = "\xFF\xFE";
+  for (char16_t c : text) {
+    out += static_cast<char>(c & 0xFF);
+    out += static_cast<char>(c >> 8);
+  }
+  return out;
+}
+
 const char* kExport =
     "Windows Registry Editor Version 5.00\r\n"
     "\r\n"
@@ -114,16 +124,9 @@ TEST_F(Store, WrittenFilesParseAndRewriteUnchanged) {
 }
 
 TEST_F(Store, Utf16AndRegedit4Files) {
-  const std::string text = "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Caf\xC3\xA9]\r\n"
-                           "\"Nom\"=\"\xC3\xA9t\xC3\xA9\"\r\n\r\n";
-  std::string utf16 = "\xFF\xFE";
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    unsigned u = c;
-    if (c >= 0xC0) u = ((c & 0x1F) << 6) | (static_cast<unsigned char>(text[++i]) & 0x3F);
-    utf16 += static_cast<char>(u & 0xFF);
-    utf16 += static_cast<char>(u >> 8);
-  }
+  const std::string utf16 =
+      Utf16File(u"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Caf\u00E9]\r\n"
+                u"\"Nom\"=\"\u00E9t\u00E9\"\r\n\r\n");
   Write(machine_, utf16);
   HKEY key;
   ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Caf\xC3\xA9", 0, KEY_READ | KEY_WRITE, &key), ERROR_SUCCESS);
@@ -177,16 +180,8 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
 }
 
 TEST_F(Store, Utf16SurrogatePairsAndBrokenOnes) {
-  const auto utf16 = [](std::u16string_view text) {
-    std::string out = "\xFF\xFE";
-    for (char16_t c : text) {
-      out += static_cast<char>(c & 0xFF);
-      out += static_cast<char>(c >> 8);
-    }
-    return out;
-  };
   // A name outside the basic plane (U+1F5A8) reads as its four UTF-8 bytes and is written back as a pair.
-  Write(machine_, utf16(u"REGEDIT4\r\n[HKEY_LOCAL_MACHINE\\P]\r\n\"\U0001F5A8\"=dword:1\r\n"));
+  Write(machine_, Utf16File(u"REGEDIT4\r\n[HKEY_LOCAL_MACHINE\\P]\r\n\"\U0001F5A8\"=dword:1\r\n"));
   HKEY key;
   ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "P", 0, KEY_READ | KEY_WRITE, &key), ERROR_SUCCESS);
   DWORD size = 4;
@@ -198,12 +193,12 @@ TEST_F(Store, Utf16SurrogatePairsAndBrokenOnes) {
   EXPECT_NE(RegSetValueExA(key, "\xE9", 0, REG_DWORD, buf, 4), ERROR_SUCCESS);
   EXPECT_EQ(Read(machine_), before);
   RegCloseKey(key);
-  EXPECT_NE(before.find(utf16(u"\"\U0001F5A8\"").substr(2)), std::string::npos);
+  EXPECT_NE(before.find(Utf16File(u"\"\U0001F5A8\"").substr(2)), std::string::npos);
 
   for (const std::u16string& broken : {std::u16string(u"REGEDIT4\r\n") + char16_t(0xD83D) + u"x",
                                        std::u16string(u"REGEDIT4\r\n") + char16_t(0xDC00),
                                        std::u16string(u"REGEDIT4\r\n") + char16_t(0xD83D)}) {
-    Write(user_, utf16(broken));
+    Write(user_, Utf16File(broken));
     std::string error;
     int line = 0;
     EXPECT_FALSE(orvx::registry::CheckFile(user_, error, line));
