@@ -41,11 +41,26 @@ inline constexpr std::size_t kBytesAfterBlock = 10;
 
 // The field named `name`, or null.
 ORVX_API const FieldDesc* FindField(std::string_view name);
+// The field an information key reads (or, with `forSetting`, also the
+// fields that keys only write); null when the key names none.
+ORVX_API const FieldDesc* FieldForKey(DWORD key, bool forSetting = false);
 // The value as stored: sign-extended for signed fields, zero-extended otherwise.
 ORVX_API std::int64_t ReadField(const PrnStaticFields& f, const FieldDesc& d);
 // Stores the low bits of `value`.
 ORVX_API void WriteField(PrnStaticFields& f, const FieldDesc& d, std::int64_t value);
 // True when `value` is representable in the field as stored (signed or not).
 ORVX_API bool FieldValueFits(const FieldDesc& d, std::int64_t value);
+
+// The thirteen capability flags, in bit order: the getter's name, the bit,
+// and the record's getter and setter.
+struct FlagDesc {
+  std::string_view name;
+  DWORD bit;
+  int (CPrnStaticInfo::*get)() const;
+  void (CPrnStaticInfo::*set)(int);
+};
+ORVX_API std::span<const FlagDesc> RecordFlags();
+// The bits of Flags that mean something.
+inline constexpr DWORD kDefinedFlagBits = 0x1FFF;
 
 }  // namespace orvx

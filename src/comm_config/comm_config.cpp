@@ -17,24 +17,39 @@ std::string KeyPath() {
 
 }  // namespace
 
+namespace orvx {
+
+LONG SaveCommConfig(DWORD port, std::span<const BYTE> config) {
+  HKEY key;
+  LONG r = RegCreateKeyExA(HKEY_CURRENT_USER, KeyPath().c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE,
+                           nullptr, &key, nullptr);
+  if (r != ERROR_SUCCESS) return r;
+  r = RegSetValueExA(key, ValueName(port).c_str(), 0, REG_BINARY, config.data(), static_cast<DWORD>(config.size()));
+  RegCloseKey(key);
+  return r;
+}
+
+LONG LoadCommConfig(DWORD port, std::span<BYTE> out, DWORD& size) {
+  HKEY key;
+  LONG r = RegOpenKeyExA(HKEY_CURRENT_USER, KeyPath().c_str(), 0, KEY_READ, &key);
+  if (r != ERROR_SUCCESS) return r;
+  size = static_cast<DWORD>(out.size());
+  r = RegQueryValueExA(key, ValueName(port).c_str(), nullptr, nullptr, out.data(), &size);
+  RegCloseKey(key);
+  return r;
+}
+
+}  // namespace orvx
+
 int ORVX_SaveCommCfg(DWORD port, COMMCONFIG* config) {
   if (!config) return 0;
-  HKEY key;
-  if (RegCreateKeyExA(HKEY_CURRENT_USER, KeyPath().c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr,
-                      &key, nullptr) != ERROR_SUCCESS)
-    return 0;
-  const LONG r = RegSetValueExA(key, ValueName(port).c_str(), 0, REG_BINARY, reinterpret_cast<const BYTE*>(config),
-                                config->dwSize);
-  RegCloseKey(key);
-  return r == ERROR_SUCCESS ? 1 : 0;
+  return orvx::SaveCommConfig(port, {reinterpret_cast<const BYTE*>(config), config->dwSize}) == ERROR_SUCCESS ? 1 : 0;
 }
 
 int ORVX_LoadCommCfg(DWORD port, COMMCONFIG* config) {
   if (!config) return 0;
-  HKEY key;
-  if (RegOpenKeyExA(HKEY_CURRENT_USER, KeyPath().c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return 0;
-  DWORD size = 256;
-  const LONG r = RegQueryValueExA(key, ValueName(port).c_str(), nullptr, nullptr, reinterpret_cast<BYTE*>(config), &size);
-  RegCloseKey(key);
-  return r == ERROR_SUCCESS ? 1 : 0;
+  DWORD size = 0;
+  return orvx::LoadCommConfig(port, {reinterpret_cast<BYTE*>(config), orvx::kCommConfigMax}, size) == ERROR_SUCCESS
+             ? 1
+             : 0;
 }

@@ -54,36 +54,47 @@ void CPrnStaticInfo::SetPicNameHead(CString head) {
 }
 
 // ---- capability flags ----------------------------------------------------------
-#define ORVX_FLAG(mask, getter, setter)                                              \
+#define ORVX_FLAGS(X)                                                   \
+  X(0x0001, IXDuplexer, SetIXDuplexer)                                  \
+  X(0x0002, IXMediaPath, SetIXMediaPath)                                \
+  X(0x0004, IsDetailPropPage, SetDetailPropPage)                        \
+  X(0x0008, IsColorPrinter, SetColorPrinter)                            \
+  X(0x0010, IsOldTypePrinter, SetOldTypePrinter)                        \
+  X(0x0020, IsHddJobEnable, SetHddJobEnable)                            \
+  X(0x0040, IsVantorPrinter, SetVantorPrinter)                          \
+  X(0x0080, IsVantorOEMPrinter, SetVantorOEMPrinter)                    \
+  X(0x0100, IsVantorSelbyCopier, SetVantorSelbyCopier)                  \
+  X(0x0200, IsVantorSelbyOEMCopier, SetVantorSelbyOEMCopier)            \
+  X(0x0400, IsVantorSelbyMFP, SetVantorSelbyMFP)                        \
+  X(0x0800, IsVantorSelbyADF, SetVantorSelbyADF)                        \
+  X(0x1000, IsVantorSelbyTidelinePrinter, SetVantorSelbyTidelinePrinter)
+
+#define ORVX_FLAG_MEMBERS(mask, getter, setter)                                      \
   int CPrnStaticInfo::getter() const { return (F.Flags & (mask)) ? 1 : 0; }          \
   void CPrnStaticInfo::setter(int on) { SetFlag(mask, on); }
-ORVX_FLAG(0x0001, IXDuplexer, SetIXDuplexer)
-ORVX_FLAG(0x0002, IXMediaPath, SetIXMediaPath)
-ORVX_FLAG(0x0004, IsDetailPropPage, SetDetailPropPage)
-ORVX_FLAG(0x0008, IsColorPrinter, SetColorPrinter)
-ORVX_FLAG(0x0010, IsOldTypePrinter, SetOldTypePrinter)
-ORVX_FLAG(0x0020, IsHddJobEnable, SetHddJobEnable)
-ORVX_FLAG(0x0040, IsVantorPrinter, SetVantorPrinter)
-ORVX_FLAG(0x0080, IsVantorOEMPrinter, SetVantorOEMPrinter)
-ORVX_FLAG(0x0100, IsVantorSelbyCopier, SetVantorSelbyCopier)
-ORVX_FLAG(0x0200, IsVantorSelbyOEMCopier, SetVantorSelbyOEMCopier)
-ORVX_FLAG(0x0400, IsVantorSelbyMFP, SetVantorSelbyMFP)
-ORVX_FLAG(0x0800, IsVantorSelbyADF, SetVantorSelbyADF)
-ORVX_FLAG(0x1000, IsVantorSelbyTidelinePrinter, SetVantorSelbyTidelinePrinter)
-#undef ORVX_FLAG
+ORVX_FLAGS(ORVX_FLAG_MEMBERS)
+#undef ORVX_FLAG_MEMBERS
+
+namespace orvx {
+namespace {
+#define ORVX_FLAG_ROW(mask, getter, setter) FlagDesc{#getter, mask, &CPrnStaticInfo::getter, &CPrnStaticInfo::setter},
+constexpr FlagDesc kFlags[] = {ORVX_FLAGS(ORVX_FLAG_ROW)};
+#undef ORVX_FLAG_ROW
+}  // namespace
+std::span<const FlagDesc> RecordFlags() { return kFlags; }
+}  // namespace orvx
+#undef ORVX_FLAGS
 
 // ---- information keys ------------------------------------------------------------
-namespace {
-const orvx::FieldDesc* FieldForKey(DWORD key, bool forSetting) {
+const orvx::FieldDesc* orvx::FieldForKey(DWORD key, bool forSetting) {
   if (key == 0) return nullptr;
   for (const auto& d : orvx::RecordFields())
     if (d.key == key || d.aliasKey == key || (forSetting && d.setOnlyKey == key)) return &d;
   return nullptr;
 }
-}  // namespace
 
 int CPrnStaticInfo::GetInfo(DWORD key) const {
-  const orvx::FieldDesc* d = FieldForKey(key, false);
+  const orvx::FieldDesc* d = orvx::FieldForKey(key, false);
   if (!d) return -1;
   const std::int64_t v = orvx::ReadField(F, *d);
   if (d->ffMeansUnset && v == 0xFF) return -1;
@@ -91,7 +102,7 @@ int CPrnStaticInfo::GetInfo(DWORD key) const {
 }
 
 int CPrnStaticInfo::SetInfoQuery(DWORD key, DWORD value) {
-  const orvx::FieldDesc* d = FieldForKey(key, true);
+  const orvx::FieldDesc* d = orvx::FieldForKey(key, true);
   if (!d) return 0;
   orvx::WriteField(F, *d, value);
   return 1;

@@ -1,0 +1,75 @@
+// Model databases a caller owns: loaded from a file or from memory, looked up
+// by name with the same rules as the library-wide model array, and independent
+// of it. Several may be open at once; a loaded database is only read, so any
+// number of threads may look records up and read them at the same time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvx/export.h"
+#include "orvx/prn_static_info.h"
+
+namespace orvx {
+
+// How a name found its record.
+enum class Match : std::uint8_t {
+  Exact,      // a record's name equals the query
+  HpFix,      // the query with a leading "hp" read as "HP" contains a record's name
+  Substring,  // the query contains a record's name
+  Default,    // nothing matched: the default record (element 0) answers
+};
+// "exact", "hp", "substring" or "default".
+ORVX_API const char* MatchName(Match how);
+
+struct LookupResult {
+  std::ptrdiff_t index = -1;  // -1 only for an empty database
+  Match how = Match::Default;
+};
+
+// Why a load failed.
+struct LoadError {
+  enum Kind : std::uint8_t { None, Io, Format, Memory } kind = None;
+  std::string message;       // names the file (or "buffer") and the problem
+  std::uint64_t offset = 0;  // Format: the byte where the data ended or went wrong
+};
+
+class ORVX_API ModelDatabase {
+ public:
+  ModelDatabase();
+  ModelDatabase(ModelDatabase&&) noexcept;
+  ModelDatabase& operator=(ModelDatabase&&) noexcept;
+  ModelDatabase(const ModelDatabase&) = delete;
+  ModelDatabase& operator=(const ModelDatabase&) = delete;
+  ~ModelDatabase();
+
+  // Replace the content with the records of a database file or buffer. On
+  // failure they return false, fill `error` and leave the database as it was.
+  // Unlike the library entry, they refuse a record count with its top bit set
+  // (a negative count, which would otherwise read as an empty database).
+  bool LoadFile(const std::string& path, LoadError& error);
+  bool LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error);
+
+  std::size_t size() const { return records_.size(); }
+  bool empty() const { return records_.empty(); }
+  CPrnStaticInfo& operator[](std::size_t i) { return *records_[i]; }
+  const CPrnStaticInfo& operator[](std::size_t i) const { return *records_[i]; }
+
+  // The lookup of GetPointerToCPrnStaticInfo, with the index and how it matched.
+  LookupResult Lookup(std::string_view name) const;
+
+  // Appends a record (the database takes it) or writes the whole database in
+  // the file layout.
+  void Add(std::unique_ptr<CPrnStaticInfo> record);
+  void Store(CArchive& ar) const;
+
+ private:
+  std::vector<std::unique_ptr<CPrnStaticInfo>> records_;
+};
+
+}  // namespace orvx

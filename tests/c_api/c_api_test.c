@@ -1,0 +1,287 @@
+/* Uses every function of orvx.h from plain C over the sample database and
+ * damaged ones. On Windows it also loads orvx.dll by name and finds each
+ * function under its plain name.
+ * Usage: c_api_test SAMPLE_DB SCRATCH_DIR */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "orvx/orvx.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
+static int failures;
+#define CHECK(cond)                                                          \
+  do {                                                                       \
+    if (!(cond)) {                                                           \
+      fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
+      ++failures;                                                            \
+    }                                                                        \
+  } while (0)
+
+#define ORVX_C_FUNCTIONS(X)                                                                               \
+  X(orvx_version) X(orvx_version_number) X(orvx_db_open_file) X(orvx_db_open_memory) X(orvx_db_close)    \
+  X(orvx_db_count) X(orvx_db_record) X(orvx_db_lookup) X(orvx_match_name) X(orvx_record_name)            \
+  X(orvx_record_vendor_id) X(orvx_record_model_group_id) X(orvx_record_based_model_group_id)             \
+  X(orvx_record_icon_index) X(orvx_record_flags) X(orvx_flag_count) X(orvx_flag_name) X(orvx_flag_bit)    \
+  X(orvx_record_flag) X(orvx_record_info) X(orvx_record_size_list) X(orvx_record_size_list_named)        \
+  X(orvx_record_size_list_block) X(orvx_picture_id) X(orvx_picture_id_ex) X(orvx_picture_id_names)       \
+  X(orvx_picture_id_ex_names) X(orvx_host_set_string) X(orvx_host_clear_strings) X(orvx_host_set_app_name) \
+  X(orvx_host_set_registry_key) X(orvx_host_set_registry_file) X(orvx_check_model) X(orvx_comm_config_save) \
+  X(orvx_comm_config_load)
+
+static unsigned char* read_file(const char* path, size_t* size) {
+  FILE* f = fopen(path, "rb");
+  unsigned char* data;
+  long n;
+  if (!f) return NULL;
+  fseek(f, 0, SEEK_END);
+  n = ftell(f);
+  fseek(f, 0, SEEK_SET);
+  data = (unsigned char*)malloc((size_t)n);
+  *size = data ? fread(data, 1, (size_t)n, f) : 0;
+  fclose(f);
+  return data;
+}
+
+static void write_file(const char* path, const void* data, size_t size) {
+  FILE* f = fopen(path, "wb");
+  CHECK(f != NULL);
+  if (!f) return;
+  CHECK(fwrite(data, 1, size, f) == size);
+  fclose(f);
+}
+
+static void test_exports(void) {
+#if defined(_WIN32)
+  HMODULE dll = LoadLibraryA("orvx.dll");
+  CHECK(dll != NULL);
+#define CHECK_EXPORT(f) CHECK((void (*)(void))GetProcAddress(dll, #f) == (void (*)(void))f);
+  ORVX_C_FUNCTIONS(CHECK_EXPORT)
+#undef CHECK_EXPORT
+  CHECK(FreeLibrary(dll));
+#endif
+}
+
+static void test_version(void) {
+  char expected[32];
+  sprintf(expected, "%u.%u.%u", (unsigned)(orvx_version_number() / 10000), (unsigned)(orvx_version_number() / 100 % 100),
+          (unsigned)(orvx_version_number() % 100));
+  CHECK(strcmp(orvx_version(), expected) == 0);
+  CHECK(strcmp(orvx_version(), ORVX_VERSION_STRING) == 0);
+}
+
+static void test_failed_opens(const unsigned char* sample, size_t size, const char* scratch) {
+  static const unsigned char negative_count[] = {0xFF, 0xFF, 0xFF, 0xFF};
+  char path[1024];
+  orvx_error err;
+  orvx_db* db = (orvx_db*)&err; /* must be reset to NULL on failure */
+
+  CHECK(orvx_db_open_file("/no/such/dir/ORVDB.dat", &db, &err) == ORVX_E_IO);
+  CHECK(db == NULL && err.status == ORVX_E_IO && strstr(err.message, "ORVDB.dat") != NULL);
+
+  CHECK(orvx_db_open_memory(sample, size - 5, &db, &err) == ORVX_E_FORMAT);
+  CHECK(db == NULL && err.offset == size - 5 && strstr(err.message, "ends early") != NULL);
+  CHECK(orvx_db_open_memory(negative_count, sizeof negative_count, &db, &err) == ORVX_E_FORMAT);
+  CHECK(orvx_db_open_memory(NULL, 0, &db, &err) == ORVX_E_FORMAT && err.offset == 0);
+
+  sprintf(path, "%s/truncated.dat", scratch);
+  write_file(path, sample, 100);
+  CHECK(orvx_db_open_file(path, &db, NULL) == ORVX_E_FORMAT && db == NULL);
+
+  CHECK(orvx_db_open_file(NULL, &db, &err) == ORVX_E_ARGUMENT);
+  CHECK(orvx_db_open_file(path, NULL, &err) == ORVX_E_ARGUMENT);
+  CHECK(orvx_db_open_memory(NULL, 4, &db, &err) == ORVX_E_ARGUMENT);
+  orvx_db_close(NULL);
+  CHECK(orvx_db_count(NULL) == 0 && orvx_db_record(NULL, 0) == NULL);
+}
+
+static void test_records(orvx_db* db) {
+  int how = -1;
+  size_t index = 99, length = 0, i;
+  int32_t value = 0;
+  unsigned char list[256];
+  orvx_record* r = orvx_db_lookup(db, "Vantor LP-1200", &how, &index);
+  orvx_record* other;
+
+  CHECK(orvx_db_count(db) == 59);
+  CHECK(r != NULL && r == orvx_db_record(db, 2) && index == 2 && how == ORVX_MATCH_EXACT);
+  CHECK(orvx_db_lookup(db, "Vantor LP-1200 PCL6", &how, &index) == r && how == ORVX_MATCH_SUBSTRING);
+  other = orvx_db_lookup(db, "No such printer", &how, &index);
+  CHECK(other == orvx_db_record(db, 0) && index == 0 && how == ORVX_MATCH_DEFAULT);
+  CHECK(orvx_db_lookup(db, "Vantor LP-1200", NULL, NULL) == r);
+  CHECK(orvx_db_lookup(db, NULL, NULL, NULL) == NULL);
+  CHECK(orvx_db_record(db, 59) == NULL);
+  CHECK(strcmp(orvx_match_name(ORVX_MATCH_HP), "hp") == 0 && orvx_match_name(4) == NULL && orvx_match_name(-1) == NULL);
+
+  CHECK(strcmp(orvx_record_name(r, &length), "Vantor LP-1200") == 0 && length == 14);
+  CHECK(orvx_record_name(NULL, &length) == NULL && length == 0);
+  CHECK(orvx_record_vendor_id(r) == 1 && orvx_record_model_group_id(r) == 2);
+  CHECK(orvx_record_based_model_group_id(r) == 2 && orvx_record_icon_index(r) == 11);
+  CHECK(orvx_record_flags(r) == 81);
+
+  /* 81 = IXDuplexer | IsOldTypePrinter | IsVantorPrinter */
+  CHECK(orvx_flag_count() == 13);
+  for (i = 0; i < orvx_flag_count(); ++i) {
+    CHECK(orvx_flag_bit(i) == (1u << i));
+    CHECK(orvx_record_flag(r, i) == ((81u >> i) & 1u ? 1 : 0));
+  }
+  CHECK(strcmp(orvx_flag_name(3), "IsColorPrinter") == 0 && orvx_flag_name(13) == NULL && orvx_flag_bit(13) == 0);
+  CHECK(orvx_record_flag(r, 13) == -1);
+
+  CHECK(orvx_record_info(r, 0x0D08, &value) == ORVX_OK && value == 900);
+  CHECK(orvx_record_info(r, 0x0105, &value) == ORVX_OK && value == -1);
+  CHECK(orvx_record_info(r, 0x1200000, &value) == ORVX_OK && value == 16777218);
+  CHECK(orvx_record_info(r, 0x9999, &value) == ORVX_E_NOT_FOUND && value == -1);
+  CHECK(orvx_record_info(r, 0x0D08, NULL) == ORVX_E_ARGUMENT);
+
+  /* "Multi Purpose Tray" lists sizes 1 2 3 7 9; names compare without case. */
+  memset(list, 0xEE, sizeof list);
+  CHECK(orvx_record_size_list_named(r, "multi purpose TRAY", list, sizeof list) == 5);
+  CHECK(memcmp(list, "\1\2\3\7\11", 5) == 0);
+  CHECK(orvx_record_size_list_named(r, "Cassette 1", NULL, 0) == 3);
+  memset(list, 0xEE, sizeof list);
+  CHECK(orvx_record_size_list_named(r, "Cassette 1", list, 2) == 3 && list[0] == 0xEE); /* too small: no copy */
+  CHECK(orvx_record_size_list_named(r, "Cassette 9", list, sizeof list) == 0);
+  CHECK(orvx_record_size_list_block(r, list, sizeof list) == 43 && list[0] == 43);
+  other = orvx_db_record(db, 1); /* numbered lists: tray 1 {1 2 4 5}, tray 2 {1 2}, tray 3 empty */
+  CHECK(orvx_record_size_list(other, 1, list, sizeof list) == 4 && memcmp(list, "\1\2\4\5", 4) == 0);
+  CHECK(orvx_record_size_list(other, 2, list, sizeof list) == 2);
+  CHECK(orvx_record_size_list(other, 3, list, sizeof list) == 0);
+  CHECK(orvx_record_size_list(other, 256, list, sizeof list) == 0);
+  CHECK(orvx_record_size_list(NULL, 1, list, sizeof list) == 0);
+}
+
+static orvx_tray tray(const char* name, int32_t id) {
+  orvx_tray t;
+  memset(&t, 0, sizeof t);
+  t.name = name;
+  t.id = id;
+  t.delivery = 2;
+  return t;
+}
+
+static void test_pictures(orvx_db* db) {
+  orvx_record* r = orvx_db_lookup(db, "Vantor LP-1200", NULL, NULL);
+  orvx_tray in[3], out[1];
+  const char* in_names[] = {"Multi Purpose Tray", "Cassette 1", "Cassette 2"};
+  const char* out_names[] = {"Face Down Tray"};
+  char long_name[300];
+  uint32_t id = 0;
+  orvx_error err;
+
+  /* The printer line's default extended rule: multi-purpose tray 0x800 (ID 12),
+   * the cassettes 0x1 and 0x2 (IDs 20, 21), the face-down tray ID 51. */
+  in[0] = tray("Multi Purpose Tray", -1);
+  in[1] = tray("Optional Cassette 1", -1);
+  in[2] = tray("Cassette 2", 7);
+  out[0] = tray("Face Down Tray", -1);
+  CHECK(orvx_picture_id_ex(r, in, 3, out, 1, NULL, 0, NULL, 0, &id, &err) == ORVX_OK && id == 0x803);
+  CHECK(in[0].id == 12 && in[1].id == 20 && in[2].id == 21 && out[0].id == 51);
+  CHECK(strcmp(in[1].final_name, "Cassette 1") == 0 && in[1].final_name_length == 10);
+  CHECK(orvx_picture_id_ex_names(r, in_names, 3, out_names, 1, NULL, 0, NULL, 0, &id, &err) == ORVX_OK && id == 0x803);
+
+  /* A name longer than the result field is cut, its length kept. */
+  memset(long_name, 'x', sizeof long_name - 1);
+  long_name[sizeof long_name - 1] = '\0';
+  in[0] = tray(long_name, -1);
+  CHECK(orvx_picture_id_ex(r, in, 1, NULL, 0, NULL, 0, NULL, 0, &id, &err) == ORVX_OK && id == 0);
+  CHECK(in[0].final_name_length == 299 && strlen(in[0].final_name) == ORVX_TRAY_NAME_SIZE - 1 && in[0].id == -1);
+
+  /* Classic entry of group 5: an "NN-93" output tray delivering face down
+   * becomes "NN-93 Face Down", slot 82, bit 0x100000. */
+  r = orvx_db_lookup(db, "Vantor LP-1500", NULL, NULL);
+  out[0] = tray("NN-93", -1);
+  out[0].delivery = 4;
+  CHECK(orvx_host_set_string(9481, "Hand") == ORVX_OK);
+  CHECK(orvx_picture_id(r, NULL, 0, out, 1, 0, 0, &id, &err) == ORVX_OK && id == 0x100000);
+  CHECK(out[0].id == 82 && strcmp(out[0].final_name, "NN-93 Face Down") == 0);
+  CHECK(orvx_host_set_string(9481, NULL) == ORVX_OK);
+  orvx_host_clear_strings();
+  CHECK(orvx_picture_id_names(r, NULL, 0, NULL, 0, 0, 0, &id, &err) == ORVX_OK);
+
+  CHECK(orvx_picture_id(NULL, NULL, 0, NULL, 0, 0, 0, &id, &err) == ORVX_E_ARGUMENT && err.status == ORVX_E_ARGUMENT);
+  CHECK(orvx_picture_id(r, NULL, 1, NULL, 0, 0, 0, &id, &err) == ORVX_E_ARGUMENT);
+  CHECK(orvx_picture_id_ex_names(r, in_names, 3, NULL, 1, NULL, 0, NULL, 0, &id, &err) == ORVX_E_ARGUMENT);
+  CHECK(orvx_picture_id_names(r, in_names, 1, out_names, 1, 0, 0, NULL, &err) == ORVX_E_ARGUMENT);
+}
+
+static void test_registry(const char* scratch) {
+  static const char store[] =
+      "Windows Registry Editor Version 5.00\r\n\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\orvx-c-test\\Supported Models]\r\n"
+      "\"LP-1200\"=dword:01000100\r\n";
+  unsigned char config[64], back[ORVX_COMM_CONFIG_MAX];
+  uint32_t result = 1;
+  size_t size = 0;
+  char hklm[1024], hkcu[1024];
+  orvx_error err;
+
+  sprintf(hklm, "%s/hklm.reg", scratch);
+  sprintf(hkcu, "%s/hkcu.reg", scratch);
+  remove(hkcu);
+#if defined(_WIN32)
+  CHECK(orvx_host_set_registry_file(ORVX_HIVE_LOCAL_MACHINE, hklm) == ORVX_E_UNSUPPORTED);
+  (void)store;
+#else
+  write_file(hklm, store, sizeof store - 1);
+  CHECK(orvx_host_set_registry_file(ORVX_HIVE_LOCAL_MACHINE, hklm) == ORVX_OK);
+  CHECK(orvx_host_set_registry_file(ORVX_HIVE_CURRENT_USER, hkcu) == ORVX_OK);
+  CHECK(orvx_host_set_registry_file(7, hkcu) == ORVX_E_ARGUMENT);
+  CHECK(orvx_check_model("SOFTWARE\\orvx-c-test", "LP-1200", 1, &result, &err) == ORVX_OK && result == ORVX_SUPPORTED);
+#endif
+  CHECK(orvx_check_model("SOFTWARE\\orvx-c-test", "LP-9999", 1, &result, &err) == ORVX_OK &&
+        result == ORVX_NOT_SUPPORTED);
+  CHECK(orvx_check_model(NULL, NULL, 1, &result, &err) == ORVX_E_ARGUMENT);
+
+  CHECK(orvx_host_set_registry_key("orvx-c-test") == ORVX_OK && orvx_host_set_app_name("Monitor") == ORVX_OK);
+  CHECK(orvx_host_set_app_name(NULL) == ORVX_E_ARGUMENT && orvx_host_set_registry_key(NULL) == ORVX_E_ARGUMENT);
+  memset(config, 0x5A, sizeof config);
+  config[0] = sizeof config; /* dwSize, little-endian */
+  config[1] = config[2] = config[3] = 0;
+  CHECK(orvx_comm_config_save(0x30, config, sizeof config, &err) == ORVX_OK);
+  CHECK(orvx_comm_config_load(0x30, back, sizeof back, &size, &err) == ORVX_OK && size == sizeof config);
+  CHECK(memcmp(back, config, sizeof config) == 0);
+  CHECK(orvx_comm_config_load(0x30, back, 10, &size, &err) == ORVX_E_ARGUMENT && size == sizeof config);
+  CHECK(orvx_comm_config_load(0x70, back, sizeof back, &size, &err) == ORVX_E_NOT_FOUND && size == 0);
+  CHECK(orvx_comm_config_save(0x30, config, 10, &err) == ORVX_E_ARGUMENT); /* dwSize disagrees */
+  CHECK(orvx_comm_config_save(0x30, config, 300, &err) == ORVX_E_ARGUMENT);
+  CHECK(orvx_comm_config_save(0x30, NULL, 64, &err) == ORVX_E_ARGUMENT);
+}
+
+int main(int argc, char** argv) {
+  size_t size = 0;
+  unsigned char* sample;
+  orvx_db* db = NULL;
+  orvx_db* copy = NULL;
+  orvx_error err;
+
+  if (argc != 3) {
+    fprintf(stderr, "usage: c_api_test SAMPLE_DB SCRATCH_DIR\n");
+    return 2;
+  }
+  sample = read_file(argv[1], &size);
+  CHECK(sample != NULL && size > 100);
+  if (!sample) return 1;
+
+  test_exports();
+  test_version();
+  test_failed_opens(sample, size, argv[2]);
+
+  CHECK(orvx_db_open_file(argv[1], &db, &err) == ORVX_OK && err.status == ORVX_OK && err.message[0] == '\0');
+  CHECK(orvx_db_open_memory(sample, size, &copy, NULL) == ORVX_OK);
+  CHECK(db != NULL && copy != NULL && orvx_db_count(copy) == orvx_db_count(db));
+  if (db && copy) {
+    test_records(db);
+    test_pictures(copy);
+  }
+  orvx_db_close(copy);
+  orvx_db_close(db);
+  test_registry(argv[2]);
+  free(sample);
+
+  if (failures) fprintf(stderr, "%d checks failed\n", failures);
+  return failures ? 1 : 0;
+}
