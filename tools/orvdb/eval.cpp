@@ -168,7 +168,10 @@ std::string SizeList(const json& j) {
     result = record.GetInTraySPSZSizeList(out);
   }
   std::string text = "{\"result\":" + std::to_string(result) + ",\"bytes\":[";
-  for (int i = 0; i < result; ++i) text += (i ? "," : "") + std::to_string(out[i]);
+  for (int i = 0; i < result; ++i) {
+    if (i) text += ',';
+    text += std::to_string(out[i]);
+  }
   return text + "]}";
 }
 
@@ -196,7 +199,8 @@ std::string Info(const json& j) {
     } else {
       throw RequestError("call " + std::to_string(n) + " must be [\"get\", KEY] or [\"set\", KEY, VALUE]");
     }
-    out += (n++ ? "," : "") + std::to_string(result);
+    if (n++) out += ',';
+    out += std::to_string(result);
   }
   return out + "]}";
 }
