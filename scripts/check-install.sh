@@ -39,6 +39,15 @@ cc -std=c99 -Wall -Wextra -pedantic -Werror -o "$work/pc_c_consumer" tests/insta
 expect "$work/pc_consumer"
 expect "$work/pc_c_consumer"
 
+echo "installed Python package (finds the installed library by itself):"
+(cd "$data" && env -u ORVX_LIBRARY PYTHONPATH="$prefix/lib/python3/dist-packages" PYTHONDONTWRITEBYTECODE=1 python3 -c '
+import orvx
+with orvx.Database("ORVDB.dat") as db:
+    record, how = db.lookup("Vantor LP-1200 PCL6")
+    print(" ", record.name, how, orvx.version())
+    assert (record.name, how) == ("Vantor LP-1200", "substring")
+')
+
 echo "installed tool:"
 "$prefix/bin/orvdb" show --db "$data/ORVDB.dat" "Vantor LP-1200" | head -1
 # A missing database fails attach with the library's message, not a crash.

@@ -8,12 +8,17 @@ build="${1:-build/default}"
 command -v valgrind >/dev/null || { echo "valgrind is missing: run scripts/install-deps.sh --hardening" >&2; exit 2; }
 [[ "$build" == build/default ]] && cmake --preset default >/dev/null && cmake --build --preset default
 status=0
+scratch="$(mktemp -d)"
+trap 'rm -rf "$scratch"' EXIT
 for t in "$build"/tests/*_test; do
   name="$(basename "$t")"
   # The forking reliability tests run natively in the plain test runs; under
-  # valgrind their timing-based kills say nothing about memory.
+  # valgrind their timing-based kills say nothing about memory. The C
+  # interface's test is a plain C program with arguments of its own.
+  args=(--gtest_brief=1 --gtest_filter='-Reliability.*')
+  [[ "$name" == c_api_test ]] && args=("$build/ORVDB.dat" "$scratch")
   if valgrind --quiet --leak-check=full --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect \
-      --error-exitcode=99 "$t" --gtest_brief=1 --gtest_filter='-Reliability.*' >"$build/valgrind-$name.log" 2>&1; then
+      --error-exitcode=99 "$t" "${args[@]}" >"$build/valgrind-$name.log" 2>&1; then
     echo "$name: clean"
   else
     echo "$name: FAILED (see $build/valgrind-$name.log)"

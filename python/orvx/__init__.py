@@ -1,0 +1,387 @@
+"""Python access to the orvx printer model library, over its C interface.
+
+    import orvx
+    with orvx.Database("ORVDB.dat") as db:
+        record, how = db.lookup("Vantor LP-1200 PCL6")
+        print(record.name, how, record.vendor_id, record.flag_names)
+
+Model names are bytes in the system's code page. ``Record.name`` decodes them
+as UTF-8 with ``surrogateescape``, so any name (UTF-8 or not) round-trips:
+``name.encode("utf-8", "surrogateescape")`` is ``Record.name_bytes``, and
+``lookup`` takes either form.
+"""
+import ctypes
+import ctypes.util
+import os
+import sys
+
+__all__ = ["Database", "Record", "Tray", "Error", "version", "set_host_string", "clear_host_strings"]
+
+
+class Error(Exception):
+    """A failure reported by the library: its message, status and, for a
+    damaged database, the byte offset where the data went wrong."""
+
+    def __init__(self, message, status=0, offset=0):
+        super().__init__(message)
+        self.message = message
+        self.status = status
+        self.offset = offset
+
+
+# ---- the library --------------------------------------------------------------
+
+def _candidates():
+    here = os.path.dirname(os.path.abspath(__file__))
+    env = os.environ.get("ORVX_LIBRARY")
+    if env:
+        yield env
+        return
+    names = ["orvx.dll"] if sys.platform == "win32" else ["liborvx.dylib"] if sys.platform == "darwin" \
+        else ["liborvx.so.0", "liborvx.so"]
+    for n in names:
+        yield os.path.join(here, n)
+    try:
+        from . import _install  # written by cmake --install: where the library went
+        yield os.path.normpath(os.path.join(here, _install.LIBRARY))
+    except ImportError:
+        pass
+    found = ctypes.util.find_library("orvx")
+    if found:
+        yield found
+    yield from names  # the system's search path
+
+
+def _load():
+    tried = []
+    for path in _candidates():
+        if os.sep in path and not os.path.exists(path):
+            tried.append(path)
+            continue
+        try:
+            return ctypes.CDLL(path)
+        except OSError as e:
+            tried.append(f"{path} ({e})")
+    raise ImportError("orvx: the orvx library was not found; set ORVX_LIBRARY to its path. Tried: " + "; ".join(tried))
+
+
+_lib = _load()
+
+
+class _CError(ctypes.Structure):
+    _fields_ = [("status", ctypes.c_int), ("offset", ctypes.c_uint64), ("message", ctypes.c_char * 256)]
+
+
+class _CTray(ctypes.Structure):
+    _fields_ = [("name", ctypes.c_char_p), ("id", ctypes.c_int32), ("add_unit", ctypes.c_int32),
+                ("delivery", ctypes.c_int32), ("final_name", ctypes.c_char * 256),
+                ("final_name_length", ctypes.c_size_t)]
+
+
+_P = ctypes.c_void_p
+_names = ctypes.POINTER(ctypes.c_char_p)
+_err = ctypes.POINTER(_CError)
+_trays = ctypes.POINTER(_CTray)
+_u32p = ctypes.POINTER(ctypes.c_uint32)
+_size = ctypes.c_size_t
+_buf = ctypes.POINTER(ctypes.c_ubyte)
+
+
+def _fn(name, restype, *argtypes):
+    f = getattr(_lib, name)
+    f.restype = restype
+    f.argtypes = list(argtypes)
+    return f
+
+
+_version = _fn("orvx_version", ctypes.c_char_p)
+_open_file = _fn("orvx_db_open_file", ctypes.c_int, ctypes.c_char_p, ctypes.POINTER(_P), _err)
+_open_memory = _fn("orvx_db_open_memory", ctypes.c_int, ctypes.c_char_p, _size, ctypes.POINTER(_P), _err)
+_close = _fn("orvx_db_close", None, _P)
+_count = _fn("orvx_db_count", _size, _P)
+_record = _fn("orvx_db_record", _P, _P, _size)
+_lookup = _fn("orvx_db_lookup", _P, _P, ctypes.c_char_p, ctypes.POINTER(ctypes.c_int), ctypes.POINTER(_size))
+_match_name = _fn("orvx_match_name", ctypes.c_char_p, ctypes.c_int)
+_name = _fn("orvx_record_name", ctypes.POINTER(ctypes.c_char), _P, ctypes.POINTER(_size))
+_vendor = _fn("orvx_record_vendor_id", ctypes.c_int, _P)
+_group = _fn("orvx_record_model_group_id", ctypes.c_int, _P)
+_based = _fn("orvx_record_based_model_group_id", ctypes.c_int, _P)
+_icon = _fn("orvx_record_icon_index", ctypes.c_int, _P)
+_flags = _fn("orvx_record_flags", ctypes.c_uint32, _P)
+_flag_count = _fn("orvx_flag_count", _size)
+_flag_name = _fn("orvx_flag_name", ctypes.c_char_p, _size)
+_flag_bit = _fn("orvx_flag_bit", ctypes.c_uint32, _size)
+_info = _fn("orvx_record_info", ctypes.c_int, _P, ctypes.c_uint32, ctypes.POINTER(ctypes.c_int32))
+_size_list = _fn("orvx_record_size_list", _size, _P, ctypes.c_int, _buf, _size)
+_size_list_named = _fn("orvx_record_size_list_named", _size, _P, ctypes.c_char_p, _buf, _size)
+_size_list_block = _fn("orvx_record_size_list_block", _size, _P, _buf, _size)
+_picture = _fn("orvx_picture_id", ctypes.c_int, _P, _trays, _size, _trays, _size, ctypes.c_int, ctypes.c_int,
+               _u32p, _err)
+_picture_ex = _fn("orvx_picture_id_ex", ctypes.c_int, _P, _trays, _size, _trays, _size, _names, _size, _names,
+                  _size, _u32p, _err)
+_picture_names = _fn("orvx_picture_id_names", ctypes.c_int, _P, _names, _size, _names, _size, ctypes.c_int,
+                     ctypes.c_int, _u32p, _err)
+_picture_ex_names = _fn("orvx_picture_id_ex_names", ctypes.c_int, _P, _names, _size, _names, _size, _names,
+                        _size, _names, _size, _u32p, _err)
+_set_string = _fn("orvx_host_set_string", ctypes.c_int, ctypes.c_uint, ctypes.c_char_p)
+_clear_strings = _fn("orvx_host_clear_strings", None)
+
+_OK, _E_NOT_FOUND = 0, 6
+_FLAGS = [(_flag_name(i).decode(), _flag_bit(i)) for i in range(_flag_count())]
+
+
+def _raise(err):
+    raise Error(err.message.decode("utf-8", "replace"), err.status, err.offset)
+
+
+def _bytes(text):
+    """A name as the library's bytes: str as UTF-8 (surrogateescape), bytes as they are."""
+    if isinstance(text, bytes):
+        return text
+    if isinstance(text, str):
+        return text.encode("utf-8", "surrogateescape")
+    raise TypeError(f"a name must be str or bytes, not {type(text).__name__}")
+
+
+def _text(raw):
+    return raw.decode("utf-8", "surrogateescape")
+
+
+def _name_array(names):
+    raw = [_bytes(n) for n in names]
+    if any(b"\0" in n for n in raw):
+        raise ValueError("a name holds a zero byte")
+    return (ctypes.c_char_p * max(len(raw), 1))(*raw), len(raw)
+
+
+def version():
+    """The library's version, "MAJOR.MINOR.PATCH"."""
+    return _version().decode()
+
+
+def set_host_string(ident, text):
+    """Sets (or, with None, removes) one of the host's string resources, which
+    picture rules read (9481: a manual tray's name, 9482: a default tray's)."""
+    _set_string(ident, None if text is None else _bytes(text))
+
+
+def clear_host_strings():
+    _clear_strings()
+
+
+# ---- objects ---------------------------------------------------------------------
+
+class Tray:
+    """One installed tray of a particular printer. A picture call rewrites its
+    ``name`` and ``id`` as the rules leave them."""
+
+    def __init__(self, name, id=-1, add_unit=0, delivery=2):
+        self.name = name
+        self.id = id
+        self.add_unit = add_unit
+        self.delivery = delivery
+
+    def __repr__(self):
+        return f"Tray({self.name!r}, id={self.id})"
+
+
+class Database:
+    """A model database, opened from a file (``Database(path)``) or from
+    bytes (``Database.from_bytes(data)``). Close it, or use it in a ``with``
+    block; its records are usable until then."""
+
+    def __init__(self, path=None, *, _data=None):
+        self._handle = None
+        handle = _P()
+        err = _CError()
+        if _data is not None:
+            status = _open_memory(_data, len(_data), ctypes.byref(handle), ctypes.byref(err))
+        else:
+            status = _open_file(os.fsencode(path), ctypes.byref(handle), ctypes.byref(err))
+        if status != _OK:
+            _raise(err)
+        self._handle = handle
+
+    @classmethod
+    def from_bytes(cls, data):
+        return cls(_data=bytes(data))
+
+    def close(self):
+        if self._handle is not None:
+            _close(self._handle)
+            self._handle = None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+    def __del__(self):
+        self.close()
+
+    def _live(self):
+        if self._handle is None:
+            raise Error("the database is closed")
+        return self._handle
+
+    def __len__(self):
+        return _count(self._live())
+
+    def __getitem__(self, index):
+        n = len(self)
+        if index < 0:
+            index += n
+        if not 0 <= index < n:
+            raise IndexError("record index out of range")
+        return Record(self, index)
+
+    def __iter__(self):
+        for i in range(len(self)):
+            yield Record(self, i)
+
+    def lookup(self, name):
+        """(record, how) for a model name, with the library's rules: how is
+        "exact", "hp", "substring" or "default"; record is None only for an
+        empty database."""
+        raw = _bytes(name)
+        if b"\0" in raw:
+            raise ValueError("a model name holds a zero byte")
+        how = ctypes.c_int(0)
+        index = _size(0)
+        if not _lookup(self._live(), raw, ctypes.byref(how), ctypes.byref(index)):
+            return None, "default"
+        return Record(self, index.value), _match_name(how.value).decode()
+
+
+class Record:
+    """One model record, borrowed from its database."""
+
+    def __init__(self, db, index):
+        self._db = db
+        self.index = index
+
+    def __repr__(self):
+        return f"<orvx.Record {self.index}: {self.name!r}>" if self._db._handle else f"<orvx.Record {self.index}>"
+
+    def __eq__(self, other):
+        return isinstance(other, Record) and other._db is self._db and other.index == self.index
+
+    def __hash__(self):
+        return hash((id(self._db), self.index))
+
+    def _h(self):
+        return _record(self._db._live(), self.index)
+
+    @property
+    def name_bytes(self):
+        length = _size(0)
+        p = _name(self._h(), ctypes.byref(length))
+        return ctypes.string_at(p, length.value)
+
+    @property
+    def name(self):
+        return _text(self.name_bytes)
+
+    @property
+    def vendor_id(self):
+        return _vendor(self._h())
+
+    @property
+    def model_group_id(self):
+        return _group(self._h())
+
+    @property
+    def based_model_group_id(self):
+        return _based(self._h())
+
+    @property
+    def icon_index(self):
+        return _icon(self._h())
+
+    @property
+    def flags(self):
+        """The whole capability word."""
+        return _flags(self._h())
+
+    @property
+    def flag_names(self):
+        """The names of the capability flags that are set ("IsColorPrinter", ...)."""
+        word = self.flags
+        return frozenset(name for name, bit in _FLAGS if word & bit)
+
+    def info(self, key):
+        """The information value under `key`; KeyError for a key that names none."""
+        value = ctypes.c_int32()
+        if _info(self._h(), key, ctypes.byref(value)) == _E_NOT_FOUND:
+            raise KeyError(key)
+        return value.value
+
+    def size_list(self, tray):
+        """The paper-size list of an input tray, by number or by name (names
+        compare without regard to letter case); b"" when there is none."""
+        buf = (ctypes.c_ubyte * 256)()
+        if isinstance(tray, int):
+            n = _size_list(self._h(), tray, buf, 256) if -2**31 <= tray < 2**31 else 0
+        else:
+            raw = _bytes(tray)
+            n = 0 if b"\0" in raw else _size_list_named(self._h(), raw, buf, 256)
+        return bytes(buf[:n])
+
+    def size_list_block(self):
+        """The whole size-list block, its length byte first; b"" when there is none."""
+        buf = (ctypes.c_ubyte * 256)()
+        return bytes(buf[:_size_list_block(self._h(), buf, 256)])
+
+    def picture_id(self, in_trays=(), out_trays=(), options=(), doc_options=(), *, classic=False,
+                   duplex_unit=0, output_unit=0):
+        """The picture ID for the installed trays and units.
+
+        Trays are names or ``Tray`` objects. With names only, the name-list
+        form runs; with any ``Tray``, the tray form runs and every ``Tray``
+        given comes back with its final name and ID. ``classic`` calls
+        GetPictureID (duplex_unit, output_unit) instead of GetPictureIDEx
+        (options, doc_options)."""
+        h = self._h()
+        in_trays, out_trays = list(in_trays), list(out_trays)
+        result = ctypes.c_uint32()
+        err = _CError()
+        if any(isinstance(t, Tray) for t in in_trays + out_trays):
+            def build(trays):
+                objs = [t if isinstance(t, Tray) else Tray(t) for t in trays]
+                names = [_bytes(t.name) for t in objs]
+                arr = (_CTray * max(len(objs), 1))()
+                for c, t, n in zip(arr, objs, names):
+                    c.name, c.id, c.add_unit, c.delivery = n, t.id, t.add_unit, t.delivery
+                return objs, arr, names
+            ins, cin, keep_in = build(in_trays)
+            outs, cout, keep_out = build(out_trays)
+            if classic:
+                status = _picture(h, cin, len(ins), cout, len(outs), duplex_unit, output_unit,
+                                  ctypes.byref(result), ctypes.byref(err))
+            else:
+                opts, n_opts = _name_array(options)
+                docs, n_docs = _name_array(doc_options)
+                status = _picture_ex(h, cin, len(ins), cout, len(outs), opts, n_opts, docs, n_docs,
+                                     ctypes.byref(result), ctypes.byref(err))
+            if status != _OK:
+                _raise(err)
+            for objs, arr in ((ins, cin), (outs, cout)):
+                for t, c in zip(objs, arr):
+                    t.id = c.id
+                    t.name = _text(c.final_name[:c.final_name_length] if c.final_name_length < 256
+                                   else c.final_name)
+            return result.value
+        in_arr, n_in = _name_array(in_trays)
+        out_arr, n_out = _name_array(out_trays)
+        if classic:
+            status = _picture_names(h, in_arr, n_in, out_arr, n_out, duplex_unit, output_unit,
+                                    ctypes.byref(result), ctypes.byref(err))
+        else:
+            opts, n_opts = _name_array(options)
+            docs, n_docs = _name_array(doc_options)
+            status = _picture_ex_names(h, in_arr, n_in, out_arr, n_out, opts, n_opts, docs, n_docs,
+                                       ctypes.byref(result), ctypes.byref(err))
+        if status != _OK:
+            _raise(err)
+        return result.value
