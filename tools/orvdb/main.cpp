@@ -21,6 +21,7 @@
 #include "orvx/model_db.h"
 #include "orvx/record_fields.h"
 #include "orvx/supported_model.h"
+#include "orvx/version.h"
 
 namespace {
 
@@ -395,6 +396,7 @@ int main(int argc, char** argv) {
   // "/path" is a path on every platform, never a Windows-style option.
   app.allow_windows_style_options(false);
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("orvdb ") + orvx::kVersion);
   std::string db = "ORVDB.dat";
 
   auto* show = app.add_subcommand("show", "Look a model up with the library's rules and print every field");
@@ -474,6 +476,8 @@ int main(int argc, char** argv) {
   } catch (const CLI::CallForHelp& e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     return Error(e.what());
