@@ -283,26 +283,15 @@ class Record:
     def name(self):
         return _text(self.name_bytes)
 
-    @property
-    def vendor_id(self):
-        return _vendor(self._h())
+    def _read(fn, doc):
+        return property(lambda self: fn(self._h()), doc=doc)
 
-    @property
-    def model_group_id(self):
-        return _group(self._h())
-
-    @property
-    def based_model_group_id(self):
-        return _based(self._h())
-
-    @property
-    def icon_index(self):
-        return _icon(self._h())
-
-    @property
-    def flags(self):
-        """The whole capability word."""
-        return _flags(self._h())
+    vendor_id = _read(_vendor, "Vendor ID: 1 the printer line, 2 the copier line.")
+    model_group_id = _read(_group, "Model group ID, which with the vendor ID selects the picture rule.")
+    based_model_group_id = _read(_based, "The model group this model is based on.")
+    icon_index = _read(_icon, "The host's icon index.")
+    flags = _read(_flags, "The whole capability word.")
+    del _read
 
     @property
     def flag_names(self):
@@ -346,42 +335,35 @@ class Record:
         in_trays, out_trays = list(in_trays), list(out_trays)
         result = ctypes.c_uint32()
         err = _CError()
-        if any(isinstance(t, Tray) for t in in_trays + out_trays):
-            def build(trays):
-                objs = [t if isinstance(t, Tray) else Tray(t) for t in trays]
-                names = [_bytes(t.name) for t in objs]
-                arr = (_CTray * max(len(objs), 1))()
-                for c, t, n in zip(arr, objs, names):
-                    c.name, c.id, c.add_unit, c.delivery = n, t.id, t.add_unit, t.delivery
-                return objs, arr, names
-            ins, cin, keep_in = build(in_trays)
-            outs, cout, keep_out = build(out_trays)
+        opts, n_opts = _name_array(options)
+        docs, n_docs = _name_array(doc_options)
+
+        def run(by_classic, by_ex, ins, n_in, outs, n_out):
             if classic:
-                status = _picture(h, cin, len(ins), cout, len(outs), duplex_unit, output_unit,
-                                  ctypes.byref(result), ctypes.byref(err))
+                status = by_classic(h, ins, n_in, outs, n_out, duplex_unit, output_unit, ctypes.byref(result),
+                                    ctypes.byref(err))
             else:
-                opts, n_opts = _name_array(options)
-                docs, n_docs = _name_array(doc_options)
-                status = _picture_ex(h, cin, len(ins), cout, len(outs), opts, n_opts, docs, n_docs,
-                                     ctypes.byref(result), ctypes.byref(err))
+                status = by_ex(h, ins, n_in, outs, n_out, opts, n_opts, docs, n_docs, ctypes.byref(result),
+                               ctypes.byref(err))
             if status != _OK:
                 _raise(err)
-            for objs, arr in ((ins, cin), (outs, cout)):
-                for t, c in zip(objs, arr):
-                    t.id = c.id
-                    t.name = _text(c.final_name[:c.final_name_length] if c.final_name_length < 256
-                                   else c.final_name)
             return result.value
-        in_arr, n_in = _name_array(in_trays)
-        out_arr, n_out = _name_array(out_trays)
-        if classic:
-            status = _picture_names(h, in_arr, n_in, out_arr, n_out, duplex_unit, output_unit,
-                                    ctypes.byref(result), ctypes.byref(err))
-        else:
-            opts, n_opts = _name_array(options)
-            docs, n_docs = _name_array(doc_options)
-            status = _picture_ex_names(h, in_arr, n_in, out_arr, n_out, opts, n_opts, docs, n_docs,
-                                       ctypes.byref(result), ctypes.byref(err))
-        if status != _OK:
-            _raise(err)
-        return result.value
+
+        if not any(isinstance(t, Tray) for t in in_trays + out_trays):
+            return run(_picture_names, _picture_ex_names, *_name_array(in_trays), *_name_array(out_trays))
+
+        def build(trays):
+            objs = [t if isinstance(t, Tray) else Tray(t) for t in trays]
+            names = [_bytes(t.name) for t in objs]  # kept alive through the call
+            arr = (_CTray * max(len(objs), 1))()
+            for c, t, n in zip(arr, objs, names):
+                c.name, c.id, c.add_unit, c.delivery = n, t.id, t.add_unit, t.delivery
+            return objs, arr, names
+        ins, cin, _keep_in = build(in_trays)
+        outs, cout, _keep_out = build(out_trays)
+        value = run(_picture, _picture_ex, cin, len(ins), cout, len(outs))
+        for objs, arr in ((ins, cin), (outs, cout)):
+            for t, c in zip(objs, arr):
+                t.id = c.id
+                t.name = _text(c.final_name)
+        return value
