@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 jobs="${2:-1}"
-targets=(fuzz_database fuzz_size_list fuzz_registry fuzz_picture fuzz_json_import)
+targets=(fuzz_database fuzz_attach fuzz_size_list fuzz_registry fuzz_picture fuzz_json_import)
 shift $(($# < 2 ? $# : 2))
 [[ $# -gt 0 ]] && targets=("$@")
 
@@ -18,8 +18,10 @@ run() {
   local t="$1" work="build/fuzz/work/$1"
   mkdir -p "$work/corpus" "$work/crashes"
   local log="$work/log.txt"
+  local seeds="fuzz/corpus/$t"
+  [[ "$t" == fuzz_attach ]] && seeds="fuzz/corpus/fuzz_database"  # the same inputs, through a file
   if ! "build/fuzz/fuzz/$t" -max_total_time="$seconds" -runs=20000000 -timeout=60 -rss_limit_mb=4096 \
-      -artifact_prefix="$work/crashes/" -print_final_stats=1 "$work/corpus" "fuzz/corpus/$t" >"$log" 2>&1; then
+      -artifact_prefix="$work/crashes/" -print_final_stats=1 "$work/corpus" "$seeds" >"$log" 2>&1; then
     echo "$t: FAILED (see $log)"
     grep -E 'ERROR|SUMMARY|Test unit written' "$log" | head -5
     return 1

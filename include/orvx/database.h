@@ -52,8 +52,10 @@ class ORVX_API ModelDatabase {
   // failure they return false, fill `error` and leave the database as it was.
   // Unlike the library entry, they refuse a record count with its top bit set
   // (a negative count, which would otherwise read as an empty database).
+  // `consumed`, when given, receives the bytes the records took: a file may
+  // hold more after its last record, which nothing reads.
   bool LoadFile(const std::string& path, LoadError& error);
-  bool LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error);
+  bool LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed = nullptr);
 
   std::size_t size() const { return records_.size(); }
   bool empty() const { return records_.empty(); }

@@ -26,7 +26,7 @@ namespace {
 
 // Reads a whole database from `file` into `out`; `source` names it in errors.
 bool Read(CFile& file, const std::string& source, std::vector<std::unique_ptr<CPrnStaticInfo>>& out,
-          LoadError& error) {
+          LoadError& error, std::uint64_t* consumed = nullptr) {
   try {
     CArchive ar(&file, CArchive::load);
     const DWORD count = ar.ReadScalar<DWORD>();
@@ -37,6 +37,7 @@ bool Read(CFile& file, const std::string& source, std::vector<std::unique_ptr<CP
     }
     detail::ReadRecords(ar, static_cast<std::int32_t>(count),
                         [&](std::unique_ptr<CPrnStaticInfo> r) { out.push_back(std::move(r)); });
+    if (consumed) *consumed = ar.GetPosition();
     ar.Close();
   } catch (const CArchiveException& e) {
     error = {LoadError::Format,
@@ -70,11 +71,11 @@ bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
   return true;
 }
 
-bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error) {
+bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed) {
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
   try {
     CMemFile file(bytes.data(), bytes.size());
-    if (!Read(file, "buffer", loaded, error)) return false;
+    if (!Read(file, "buffer", loaded, error, consumed)) return false;
   } catch (const std::bad_alloc&) {
     error = {LoadError::Memory, "buffer: not enough memory to load the database", 0};
     return false;

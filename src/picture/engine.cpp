@@ -2,8 +2,47 @@
 
 #include <type_traits>
 
+#include "orvx/picture_trace.h"
+
+namespace orvx {
+
+namespace {
+thread_local PictureTrace* tCurrentTrace = nullptr;
+}
+
+PictureTrace::PictureTrace() : previous_(tCurrentTrace) { tCurrentTrace = this; }
+PictureTrace::~PictureTrace() { tCurrentTrace = previous_; }
+PictureTrace* PictureTrace::Current() { return tCurrentTrace; }
+
+}  // namespace orvx
+
 namespace orvx::picture {
 namespace {
+
+std::string Describe(const Test& test) {
+  std::string out;
+  for (std::size_t i = 0; i < test.count; ++i) {
+    if (i) out += " or ";
+    out += test.lits[i].exact ? "is \"" : "begins with \"";
+    out += test.lits[i].text;
+    out += '"';
+  }
+  return out;
+}
+
+// Records one tested name; `row` is null when no row matched.
+template <class RowT>
+void Trace(PictureTraceStep::Kind kind, std::string_view name, std::span<const RowT> rows, const RowT* row,
+           DWORD before, DWORD after, int id) {
+  PictureTrace* trace = PictureTrace::Current();
+  if (!trace) return;
+  PictureTraceStep step{kind, std::string(name), -1, {}, after & ~before, id};
+  if (row) {
+    step.row = static_cast<int>(row - rows.data());
+    step.test = Describe(row->test);
+  }
+  trace->Add(std::move(step));
+}
 
 // `base` shifted left by n; drawer bits past bit 31 are dropped.
 DWORD Shifted(DWORD base, int n) {
@@ -72,13 +111,22 @@ void ScanTrays(Scan& s, std::span<const Row<Tray>> rows, CPtrArray& trays, Hook<
     auto& tray = *static_cast<Tray*>(trays.GetAt(s.index));
     if (pre) pre(s, tray);
     const std::string_view name = tray.GetName().view();
-    bool matched = false;
+    const DWORD before = s.result;
+    const Row<Tray>* matched = nullptr;
     for (const auto& row : rows) {
       if (Holds(row.when, s) && row.test.Matches(name)) {
-        Apply(s, row, tray);
-        matched = true;
+        matched = &row;
         break;
       }
+    }
+    // The trace keeps the name as tested: a matching row may rename the tray.
+    if (PictureTrace::Current()) {
+      const std::string tested(name);
+      if (matched) Apply(s, *matched, tray);
+      Trace(std::is_same_v<Tray, COptInTray> ? PictureTraceStep::InTray : PictureTraceStep::OutTray, tested, rows,
+            matched, before, s.result, matched || missId == kKeep ? tray.GetID() : missId);
+    } else if (matched) {
+      Apply(s, *matched, tray);
     }
     if (!matched && missId != kKeep) tray.SetID(missId);
   }
@@ -87,13 +135,18 @@ void ScanTrays(Scan& s, std::span<const Row<Tray>> rows, CPtrArray& trays, Hook<
 }  // namespace
 
 void ScanNames(Scan& s, std::span<const NameRow> rows, const CStringList& names) {
+  if (rows.empty()) return;
   for (const CString& name : names) {
+    const DWORD before = s.result;
+    const NameRow* matched = nullptr;
     for (const auto& row : rows) {
       if (row.test.Matches(name.view())) {
+        matched = &row;
         s.result |= row.bits;
         break;
       }
     }
+    Trace(PictureTraceStep::Option, name.view(), rows, matched, before, s.result, -1);
   }
 }
 

@@ -70,6 +70,23 @@ int FlushFile(FileHandle file) { return ::fsync(static_cast<int>(file)) != 0 && 
 
 void CloseFile(FileHandle file) { ::close(static_cast<int>(file)); }
 
+FileHandle CreateNewFile(const char* name, int& osError) {
+  int fd;
+  do fd = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  while (fd < 0 && errno == EINTR);
+  if (fd < 0) osError = errno;
+  return fd < 0 ? kNoFile : fd;
+}
+
+int RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? 0 : errno; }
+
+void SyncDirectory(const char* dir) {
+  const int fd = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
 std::string ErrorText(int osError) { return std::strerror(osError); }
 
 bool IsDiskFull(int osError) { return osError == ENOSPC; }

@@ -73,6 +73,22 @@ int FlushFile(FileHandle file) {
 
 void CloseFile(FileHandle file) { ::CloseHandle(H(file)); }
 
+FileHandle CreateNewFile(const char* name, int& osError) {
+  const HANDLE h = ::CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) {
+    osError = static_cast<int>(::GetLastError());
+    return kNoFile;
+  }
+  return reinterpret_cast<FileHandle>(h);
+}
+
+int RenameOver(const char* from, const char* to) {
+  return ::MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ? 0
+                                                                                     : static_cast<int>(::GetLastError());
+}
+
+void SyncDirectory(const char*) {}  // MOVEFILE_WRITE_THROUGH already waits for the rename
+
 std::string ErrorText(int osError) {
   char text[256] = {};
   const DWORD n = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,

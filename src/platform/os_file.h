@@ -23,6 +23,12 @@ std::uint64_t FileLength(FileHandle file);
 // 0, or the system's error code; a file that cannot be synced is not an error.
 int FlushFile(FileHandle file);
 void CloseFile(FileHandle file);
+// Creates `name`, which must not exist yet, for writing.
+FileHandle CreateNewFile(const char* name, int& osError);
+// Renames `from` over `to` in one step; 0 or the system's error code.
+int RenameOver(const char* from, const char* to);
+// Makes a rename in `dir` durable, where the platform needs that.
+void SyncDirectory(const char* dir);
 std::string ErrorText(int osError);
 bool IsDiskFull(int osError);
 int BadHandleError();

@@ -18,6 +18,7 @@
 #include <set>
 
 #include "orvx/afx_registry.h"
+#include "orvx/whole_file.h"
 #include "reg_document.h"
 
 struct HKEY__ {
@@ -163,44 +164,6 @@ Snapshot Load(const std::string& file) {
   return snap;
 }
 
-bool WriteAll(int fd, const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    done += static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
-// Replaces `file` with `bytes`: a temporary file in the same directory,
-// flushed, renamed over the old one, and the directory flushed.
-bool Replace(const std::string& file, const std::string& bytes) {
-  static std::atomic<unsigned> counter{0};
-  const std::string temp = file + ".tmp." + std::to_string(::getpid()) + "." + std::to_string(counter++);
-  mode_t mode = 0644;
-  struct stat st {};
-  if (::stat(file.c_str(), &st) == 0) mode = st.st_mode & 07777;
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-  if (fd < 0) return false;
-  const bool ok = WriteAll(fd, bytes) && ::fsync(fd) == 0;
-  ::close(fd);
-  if (!ok || ::rename(temp.c_str(), file.c_str()) != 0) {
-    ::unlink(temp.c_str());
-    return false;
-  }
-  const std::string dir = std::filesystem::path(file).parent_path().string();
-  const int dfd = ::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dfd >= 0) {
-    ::fsync(dfd);
-    ::close(dfd);
-  }
-  return true;
-}
-
 // Runs `change` on the hive's document under the store's lock and writes the
 // result. `change` returns an error code, or ERROR_SUCCESS with `dirty` set
 // when there is something to write. A malformed file is never written.
@@ -227,7 +190,7 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
     result = change(doc, dirty);
     if (result == ERROR_SUCCESS && dirty) {
       const auto bytes = Serialize(doc);
-      if (!bytes || !Replace(file, *bytes)) result = ERROR_REGISTRY_IO_FAILED;
+      if (!bytes || !orvx::ReplaceFile(file, *bytes).empty()) result = ERROR_REGISTRY_IO_FAILED;
     }
   }
   ::close(lockFd);  // releases the lock

@@ -12,78 +12,85 @@
 #include <cstring>
 
 #include "orvx/prn_static_info.h"
+#include "orvx/size_list.h"
+
+namespace orvx {
+
+bool SizeListEntry::Named() const {
+  return key == kNamedSizeList && std::find(payload.begin(), payload.end(), BYTE{0}) != payload.end();
+}
+
+std::string_view SizeListEntry::Name() const {
+  if (!Named()) return {};
+  const auto zero = std::find(payload.begin(), payload.end(), BYTE{0});
+  return {reinterpret_cast<const char*>(payload.data()), static_cast<std::size_t>(zero - payload.begin())};
+}
+
+std::span<const BYTE> SizeListEntry::Sizes() const {
+  return Named() ? payload.subspan(Name().size() + 1) : payload;
+}
+
+SizeListReader::SizeListReader(std::span<const BYTE> block)
+    : block_(block.empty() ? block : block.first(std::min<std::size_t>(block.size(), block[0]))) {}
+
+bool SizeListReader::Next(SizeListEntry& entry) {
+  const std::size_t length = block_.size();
+  if (broken_ || at_ >= length) return false;
+  if (at_ + 2 > length || at_ + 2 + block_[at_ + 1] > length) {
+    broken_ = true;
+    return false;
+  }
+  entry = {block_[at_], block_.subspan(at_ + 2, block_[at_ + 1]), at_};
+  at_ += 2 + entry.payload.size();
+  return true;
+}
+
+}  // namespace orvx
 
 namespace {
 
-struct Entry {
-  BYTE key;
-  const BYTE* payload;
-  std::size_t size;
-};
-
-// Calls `visit` for each complete entry until it returns true; returns that
-// entry, or null at the end of the block or at an entry that runs past it.
-template <typename Visit>
-bool Walk(const BYTE* block, Entry& found, Visit visit) {
-  const std::size_t length = block[0];
-  std::size_t at = 1;
-  while (at < length) {
-    if (at + 2 > length) return false;
-    const std::size_t n = block[at + 1];
-    if (at + 2 + n > length) return false;
-    const Entry e{block[at], block + at + 2, n};
-    switch (visit(e)) {
-      case 1: found = e; return true;
-      case -1: return false;
-      default: break;
-    }
-    at += 2 + n;
-  }
-  return false;
+int Deliver(std::span<const BYTE> bytes, BYTE* out) {
+  if (out && !bytes.empty()) std::memcpy(out, bytes.data(), bytes.size());
+  return static_cast<int>(bytes.size());
 }
 
-int Deliver(const BYTE* from, std::size_t n, BYTE* out) {
-  if (out && n) std::memcpy(out, from, n);
-  return static_cast<int>(n);
-}
-
-bool EqualNoCase(const BYTE* a, const char* b, std::size_t n) {
-  for (std::size_t i = 0; i < n; ++i) {
+bool EqualNoCase(std::string_view a, const char* b) {
+  for (std::size_t i = 0; i < a.size(); ++i) {
     const auto lower = [](unsigned char c) { return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c; };
     const auto cb = static_cast<unsigned char>(b[i]);
-    if (lower(a[i]) != lower(cb)) return false;
     if (cb == 0) return false;  // the request ended before the stored name
+    if (lower(static_cast<unsigned char>(a[i])) != lower(cb)) return false;
   }
   return true;
+}
+
+std::span<const BYTE> Block(const std::unique_ptr<BYTE[]>& block) {
+  return {block.get(), block ? block[0] : std::size_t{0}};
 }
 
 }  // namespace
 
 int CPrnStaticInfo::GetInTraySPSZSizeList(int trayNumber, BYTE* out) const {
   if (!InTraySPSZSizeList || trayNumber < 0 || trayNumber > 255) return 0;
-  Entry e{};
-  if (!Walk(InTraySPSZSizeList.get(), e, [&](const Entry& x) { return x.key == trayNumber ? 1 : 0; })) return 0;
-  return Deliver(e.payload, e.size, out);
+  orvx::SizeListReader reader(Block(InTraySPSZSizeList));
+  for (orvx::SizeListEntry e; reader.Next(e);)
+    if (e.key == trayNumber) return Deliver(e.payload, out);
+  return 0;
 }
 
+// Named entries come first: the search ends at the first entry that is not one.
 int CPrnStaticInfo::GetInTraySPSZSizeList(const char* trayName, BYTE* out) const {
   if (!InTraySPSZSizeList || !trayName) return 0;
-  constexpr BYTE kNamedEntry = 10;
-  std::size_t nameLength = 0;
-  Entry e{};
-  const bool hit = Walk(InTraySPSZSizeList.get(), e, [&](const Entry& x) {
-    if (x.key != kNamedEntry) return -1;
-    const BYTE* zero = std::find(x.payload, x.payload + x.size, BYTE{0});
-    if (zero == x.payload + x.size) return -1;
-    nameLength = static_cast<std::size_t>(zero - x.payload);
-    return EqualNoCase(x.payload, trayName, nameLength) ? 1 : 0;
-  });
-  if (!hit) return 0;
-  return Deliver(e.payload + nameLength + 1, e.size - nameLength - 1, out);
+  orvx::SizeListReader reader(Block(InTraySPSZSizeList));
+  for (orvx::SizeListEntry e; reader.Next(e);) {
+    if (!e.Named()) return 0;
+    if (EqualNoCase(e.Name(), trayName)) return Deliver(e.Sizes(), out);
+  }
+  return 0;
 }
 
 int CPrnStaticInfo::GetInTraySPSZSizeList(BYTE* out) const {
-  return InTraySPSZSizeList ? Deliver(InTraySPSZSizeList.get(), InTraySPSZSizeList[0], out) : 0;
+  return InTraySPSZSizeList ? Deliver(Block(InTraySPSZSizeList), out) : 0;
 }
 
 // A source whose byte 0 disagrees with `length` is cut to the shorter of the

@@ -39,7 +39,7 @@ class AgreesWithEval(unittest.TestCase):
                 for query in (r.name, r.name + " PCL6", "nothing like it"):
                     found, how = db.lookup(query)
                     requests.append({"op": "lookup", "db": SAMPLE, "name": query})
-                    expected.append({"index": found.index, "modelName": found.name})
+                    expected.append({"index": found.index, "modelName": found.name, "match": how})
                 block = list(r.size_list_block())
                 for tray in [0, 1, 2, 3, 10, "Cassette 1", "multi purpose tray", "Tray 2", "Bypass"]:
                     key = "tray" if isinstance(tray, int) else "trayName"

@@ -16,12 +16,14 @@ TEST(DbJson, KeysInDatabaseOrderWithTheBlockLast) {
   const auto j = orvdb::RecordToJson(r);
   std::vector<std::string> keys;
   for (const auto& [k, v] : j.items()) keys.push_back(k);
-  ASSERT_EQ(keys.size(), 59u);
+  ASSERT_EQ(keys.size(), 60u);
   EXPECT_EQ(keys.front(), "ModelName");
   EXPECT_EQ(keys[1], "VenderID");
   EXPECT_EQ(keys[4], "IconBaseIdx");
-  EXPECT_EQ(keys[7], "SpareByte");
-  EXPECT_EQ(keys[57], "Info1620000");
+  EXPECT_EQ(keys[5], "Flags");
+  EXPECT_EQ(keys[6], "FlagNames");  // beside the number they spell
+  EXPECT_EQ(keys[8], "SpareByte");
+  EXPECT_EQ(keys[58], "Info1620000");
   EXPECT_EQ(keys.back(), "InTraySPSZSizeList");
   EXPECT_TRUE(j["InTraySPSZSizeList"].is_null());
   EXPECT_EQ(j["Info0108"], -1);    // signed fields as signed numbers

@@ -62,13 +62,13 @@ TEST(Eval, SizeListInfoAndLookup) {
   std::ofstream(db, std::ios::binary).write("\0\0\0\0", 4);
   EXPECT_EQ(Ask(e, R"j({"op":"lookup","db":")j" + db + R"j(","name":"x"})j"), R"j({"index":null})j");
   EXPECT_EQ(Ask(e, R"j({"op":"lookup","db":")j" + std::string(ORVX_SAMPLE_DB) + R"j(","name":"x Vantor LP-1300C y"})j"),
-            R"j({"index":3,"modelName":"Vantor LP-1300C"})j");
+            R"j({"index":3,"modelName":"Vantor LP-1300C","match":"substring"})j");
   EXPECT_EQ(Ask(e, R"j({"op":"lookup","db":")j" + std::string(ORVX_SAMPLE_DB) + R"j(","name":"nothing"})j"),
-            R"j({"index":0,"modelName":"Other Printer"})j");
+            R"j({"index":0,"modelName":"Other Printer","match":"default"})j");
   // Each database is read once: deleting the file changes nothing.
   std::filesystem::remove(db);
   EXPECT_EQ(Ask(e, R"j({"op":"lookup","db":")j" + db + R"j(","name":"x"})j"), R"j({"index":null})j");
-  EXPECT_NE(Ask(e, R"j({"op":"lookup","db":"/nonexistent.dat","name":"x"})j").find("cannot open"), std::string::npos);
+  EXPECT_NE(Ask(e, R"j({"op":"lookup","db":"/nonexistent.dat","name":"x"})j").find("/nonexistent.dat: no such file"), std::string::npos);
 }
 
 TEST(Eval, BadRequestsNameTheProblem) {

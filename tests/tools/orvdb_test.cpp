@@ -34,11 +34,11 @@ TEST(Orvdb, ExitCodes) {
       {"show --strict " + kDb + " 'no such model'", 1, ""},
       {"show --strict " + kDb + " 'prefix Vantor LP-1300C suffix'", 0, ""},
       {"show " + kDb, 2, "NAME"},
-      {"show --db /nonexistent/x.dat A", 2, "/nonexistent/x.dat: cannot open"},
+      {"show --db /nonexistent/x.dat A", 2, "/nonexistent/x.dat: no such file"},
       {"list --db", 2, "--db"},
       {"frobnicate", 2, "frobnicate"},
       {"", 2, "subcommand"},
-      {"build /nonexistent.json -o /tmp/x", 2, "/nonexistent.json: cannot open"},
+      {"build /nonexistent.json -o /tmp/x", 2, "/nonexistent.json: no such file"},
       {"--help", 0, ""},
       {"show --help", 0, ""},
   };

@@ -1,24 +1,27 @@
-// Reading and writing database files for the tool.
+// Reading and writing database files for the tool, and its standard output.
 #pragma once
 
-#include <memory>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "orvx/prn_static_info.h"
+#include "orvx/database.h"
 
 namespace orvdb {
 
-// Replaces the model array's content with the records of `path`. On failure
-// the array is left empty and `error` names the file and the problem.
-bool LoadDatabase(const std::string& path, std::string& error);
+// Loads the database file `path` into `db`. On failure `error` is one line
+// naming the file and the problem (missing, a directory, a FIFO, unreadable,
+// truncated, ...).
+bool LoadDatabase(const std::string& path, orvx::ModelDatabase& db, std::string& error);
 
-// Writes `records` as a database file at `path`, through a temporary file in
-// the same directory, so a failed write leaves any old file as it was.
-bool StoreDatabase(const std::string& path, const std::vector<std::unique_ptr<CPrnStaticInfo>>& records,
-                   std::string& error);
+// The database in its file layout.
+std::string DatabaseBytes(const orvx::ModelDatabase& db);
 
-// Records of the model array, borrowed.
-std::vector<CPrnStaticInfo*> LoadedRecords();
+// Writes `bytes` as the file `path`, or to standard output for "-". Only a
+// new file or a regular one is written (a symbolic link's target); a failure
+// leaves any old file as it was.
+bool WriteOutput(const std::string& path, std::string_view bytes, std::string& error);
+
+// Puts standard input or output into binary mode where the platform has text modes.
+void BinaryStream(std::FILE* stream);
 
 }  // namespace orvdb

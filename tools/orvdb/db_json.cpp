@@ -38,7 +38,14 @@ Json RecordToJson(const CPrnStaticInfo& record) {
     for (unsigned char c : name) bytes.push_back(c);
     j["ModelNameBytes"] = std::move(bytes);
   }
-  for (const auto& d : orvx::RecordFields()) j[std::string(d.name)] = orvx::ReadField(record.Fields(), d);
+  for (const auto& d : orvx::RecordFields()) {
+    j[std::string(d.name)] = orvx::ReadField(record.Fields(), d);
+    if (d.name != "Flags") continue;
+    Json names = Json::array();
+    for (const auto& flag : orvx::RecordFlags())
+      if ((record.*flag.get)()) names.push_back(flag.name);
+    j["FlagNames"] = std::move(names);
+  }
   const int length = record.GetInTraySPSZSizeList(nullptr);
   if (length == 0) {
     j["InTraySPSZSizeList"] = nullptr;
@@ -70,6 +77,12 @@ std::vector<BYTE> Bytes(const Json& value, std::size_t index, const Json& model,
   return out;
 }
 
+const orvx::FlagDesc* FindFlag(std::string_view name) {
+  for (const auto& f : orvx::RecordFlags())
+    if (f.name == name) return &f;
+  return nullptr;
+}
+
 }  // namespace
 
 std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t index) {
@@ -78,7 +91,19 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
   if (model.contains("ModelName") && model.contains("ModelNameBytes"))
     Fail(index, model, "ModelNameBytes", "give either ModelName or ModelNameBytes, not both");
   for (const auto& [key, value] : model.items()) {
-    if (key == "ModelName") {
+    if (key == "FlagNames") {
+      if (!value.is_array()) Fail(index, model, key, "expected an array of flag names");
+      DWORD bits = 0;
+      for (const auto& n : value) {
+        const auto* flag = n.is_string() ? FindFlag(n.get<std::string>()) : nullptr;
+        if (!flag) Fail(index, model, key, "unknown flag " + n.dump() + " (the names are the getters', e.g. \"IsColorPrinter\")");
+        bits |= flag->bit;
+      }
+      if (model.contains("Flags") && model["Flags"].is_number_integer() &&
+          (model["Flags"].get<std::int64_t>() & orvx::kDefinedFlagBits) != bits)
+        Fail(index, model, key, "names other flags than \"Flags\" holds");
+      if (!model.contains("Flags")) record->Fields().Flags = bits;
+    } else if (key == "ModelName") {
       if (!value.is_string()) Fail(index, model, key, "expected a string");
       record->SetModelName(value.get<std::string>());
     } else if (key == "ModelNameBytes") {
@@ -110,14 +135,14 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
   return record;
 }
 
-std::vector<std::unique_ptr<CPrnStaticInfo>> ModelsFromJson(const Json& document) {
+orvx::ModelDatabase ModelsFromJson(const Json& document) {
   if (!document.is_object() || !document.contains("models") || !document["models"].is_array())
     throw ImportError("expected an object with a \"models\" array");
   for (const auto& [key, value] : document.items())
     if (key != "models") throw ImportError("unknown top-level key \"" + key + "\"");
-  std::vector<std::unique_ptr<CPrnStaticInfo>> out;
+  orvx::ModelDatabase out;
   std::size_t index = 0;
-  for (const auto& m : document["models"]) out.push_back(RecordFromJson(m, index++));
+  for (const auto& m : document["models"]) out.Add(RecordFromJson(m, index++));
   return out;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "orvx/database.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvdb {
@@ -19,14 +20,16 @@ struct ImportError : std::runtime_error {
 };
 
 // One record as a JSON object: every field by its record name, in database
-// order, then InTraySPSZSizeList (bytes including the length byte, or null).
-// A model name that is not valid UTF-8 is written as "ModelNameBytes".
+// order, with "FlagNames" (the names of the flags set) after "Flags", then
+// InTraySPSZSizeList (bytes including the length byte, or null). A model name
+// that is not valid UTF-8 is written as "ModelNameBytes".
 Json RecordToJson(const CPrnStaticInfo& record);
-// A record from one JSON model; `index` is its position, for messages.
+// A record from one JSON model; `index` is its position, for messages. The
+// flags come from "Flags", from "FlagNames", or from both when they agree.
 std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t index);
 
 // Every record of a database document, in order. Throws ImportError.
-std::vector<std::unique_ptr<CPrnStaticInfo>> ModelsFromJson(const Json& document);
+orvx::ModelDatabase ModelsFromJson(const Json& document);
 
 bool IsValidUtf8(std::string_view s);
 

@@ -5,7 +5,6 @@
 
 #include "db_file.h"
 #include "db_json.h"
-#include "orvx/model_db.h"
 #include "picture_call.h"
 
 namespace orvdb {
@@ -228,21 +227,13 @@ void AppendJsonString(std::string& out, std::string_view s) {
   out += '"';
 }
 
-Evaluator::~Evaluator() {
-  if (inArray_) CPrnStaticInfoArray.RemoveAll();  // the records belong to databases_
-}
-
-const std::vector<std::unique_ptr<CPrnStaticInfo>>& Evaluator::Load(const std::string& path) {
+const orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
   const auto it = databases_.find(path);
   if (it != databases_.end()) return it->second;
-  if (inArray_) CPrnStaticInfoArray.RemoveAll();
-  inArray_ = nullptr;
+  orvx::ModelDatabase db;
   std::string error;
-  if (!LoadDatabase(path, error)) throw RequestError(error);
-  auto& records = databases_[path];
-  for (CPrnStaticInfo* r : LoadedRecords()) records.emplace_back(r);
-  CPrnStaticInfoArray.RemoveAll();  // ownership moved to `records`
-  return records;
+  if (!LoadDatabase(path, db, error)) throw RequestError(error);
+  return databases_.emplace(path, std::move(db)).first->second;
 }
 
 std::string Evaluator::Answer(std::string_view line) {
@@ -261,18 +252,14 @@ std::string Evaluator::Answer(std::string_view line) {
     if (op == "lookup") {
       CheckKeys(j, {"op", "db", "name"}, "a lookup request");
       if (!j.contains("db")) throw RequestError("\"db\" is required");
-      const auto& records = Load(Str(j, "db", ""));
-      if (inArray_ != &records) {
-        CPrnStaticInfoArray.RemoveAll();
-        for (const auto& r : records) CPrnStaticInfoArray.Add(r.get());
-        inArray_ = &records;
-      }
-      const CPrnStaticInfo* found = GetPointerToCPrnStaticInfo(Str(j, "name", "").c_str());
-      if (!found) return "{\"index\":null}";
-      int index = 0;
-      while (records[static_cast<std::size_t>(index)].get() != found) ++index;
-      std::string out = "{\"index\":" + std::to_string(index) + ",\"modelName\":";
-      AppendJsonString(out, found->GetModelName().view());
+      const orvx::ModelDatabase& db = Load(Str(j, "db", ""));
+      const orvx::LookupResult found = db.Lookup(Str(j, "name", ""));
+      if (found.index < 0) return "{\"index\":null}";
+      std::string out = "{\"index\":" + std::to_string(found.index) + ",\"modelName\":";
+      AppendJsonString(out, db[static_cast<std::size_t>(found.index)].GetModelName().view());
+      out += ",\"match\":\"";
+      out += orvx::MatchName(found.how);
+      out += '"';
       return out + "}";
     }
     throw RequestError(op.empty() ? "missing \"op\"" : "unknown op \"" + op + "\"");

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "orvx/prn_static_info.h"
+#include "orvx/database.h"
 
 namespace orvdb {
 
@@ -18,7 +18,7 @@ class Evaluator {
   Evaluator() = default;
   Evaluator(const Evaluator&) = delete;
   Evaluator& operator=(const Evaluator&) = delete;
-  ~Evaluator();
+  ~Evaluator() = default;
 
   // The answer to one request line (without the line end). A bad request is
   // answered with {"error": "..."}.
@@ -27,10 +27,10 @@ class Evaluator {
   void Run(std::istream& in, std::ostream& out);
 
  private:
-  const std::vector<std::unique_ptr<CPrnStaticInfo>>& Load(const std::string& path);
+  // Each database file is read once per evaluator.
+  const orvx::ModelDatabase& Load(const std::string& path);
 
-  std::map<std::string, std::vector<std::unique_ptr<CPrnStaticInfo>>> databases_;
-  const std::vector<std::unique_ptr<CPrnStaticInfo>>* inArray_ = nullptr;  // borrowed by the model array
+  std::map<std::string, orvx::ModelDatabase> databases_;
 };
 
 // Appends `s` to `out` as a JSON string; bytes that are not UTF-8 become U+FFFD.

@@ -3,56 +3,42 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <iomanip>
+#include <optional>
+#include <span>
 #include <fstream>
 #include <iostream>
 #include <sstream>
-#if defined(_WIN32)
-#include <fcntl.h>
-#include <io.h>
-#endif
 
 #include "db_file.h"
 #include "db_json.h"
 #include "eval.h"
-#include "orvx/picture.h"
-#include "picture_call.h"
+#include "lint.h"
 #include "orvx/afx_host.h"
 #include "orvx/comm_config.h"
-#include "orvx/model_db.h"
+#include "orvx/database.h"
+#include "orvx/picture.h"
+#include "orvx/picture_trace.h"
 #include "orvx/record_fields.h"
+#include "orvx/size_list.h"
 #include "orvx/supported_model.h"
 #include "orvx/version.h"
+#include "orvx/whole_file.h"
+#include "picture_call.h"
 
 namespace {
 
 constexpr int kExitOk = 0;
-constexpr int kExitFallback = 1;
-constexpr int kExitUsage = 2;
+constexpr int kExitFallback = 1;  // a negative answer: no match, not supported, findings
+constexpr int kExitUsage = 2;     // a usage error, or a file that cannot be read or written
+constexpr int kExitNoStore = 3;   // the registry store file is missing
+constexpr int kExitBadStore = 4;  // the registry store file is malformed
 
 int Error(const std::string& message) {
   std::cerr << "orvdb: " << message << "\n";
   return kExitUsage;
 }
-
-struct FlagName {
-  const char* name;
-  int (CPrnStaticInfo::*get)() const;
-};
-constexpr FlagName kFlags[] = {
-    {"IXDuplexer", &CPrnStaticInfo::IXDuplexer},
-    {"IXMediaPath", &CPrnStaticInfo::IXMediaPath},
-    {"IsDetailPropPage", &CPrnStaticInfo::IsDetailPropPage},
-    {"IsColorPrinter", &CPrnStaticInfo::IsColorPrinter},
-    {"IsOldTypePrinter", &CPrnStaticInfo::IsOldTypePrinter},
-    {"IsHddJobEnable", &CPrnStaticInfo::IsHddJobEnable},
-    {"IsVantorPrinter", &CPrnStaticInfo::IsVantorPrinter},
-    {"IsVantorOEMPrinter", &CPrnStaticInfo::IsVantorOEMPrinter},
-    {"IsVantorSelbyCopier", &CPrnStaticInfo::IsVantorSelbyCopier},
-    {"IsVantorSelbyOEMCopier", &CPrnStaticInfo::IsVantorSelbyOEMCopier},
-    {"IsVantorSelbyMFP", &CPrnStaticInfo::IsVantorSelbyMFP},
-    {"IsVantorSelbyADF", &CPrnStaticInfo::IsVantorSelbyADF},
-    {"IsVantorSelbyTidelinePrinter", &CPrnStaticInfo::IsVantorSelbyTidelinePrinter},
-};
 
 std::string Hex(const BYTE* p, std::size_t n) {
   std::string s;
@@ -66,25 +52,16 @@ std::string Hex(const BYTE* p, std::size_t n) {
 }
 
 // Lists the entries of a size-list block, marking where it stops making sense.
-void PrintSizeLists(std::ostream& out, const std::vector<BYTE>& block) {
-  std::size_t at = 1;
-  while (at < block.size()) {
-    if (at + 2 > block.size() || at + 2 + block[at + 1] > block.size()) {
-      out << "    (entry at byte " << at << " runs past the end of the block)\n";
-      return;
-    }
-    const BYTE key = block[at];
-    const std::size_t n = block[at + 1];
-    const BYTE* payload = block.data() + at + 2;
-    const BYTE* zero = key == 10 ? std::find(payload, payload + n, BYTE{0}) : nullptr;
-    if (zero && zero != payload + n) {
-      const std::string name(payload, zero);
-      out << "    tray \"" << name << "\": " << Hex(zero + 1, static_cast<std::size_t>(payload + n - zero - 1)) << "\n";
-    } else {
-      out << "    tray " << int(key) << ": " << Hex(payload, n) << "\n";
-    }
-    at += 2 + n;
+void PrintSizeLists(std::ostream& out, std::span<const BYTE> block) {
+  orvx::SizeListReader reader(block);
+  for (orvx::SizeListEntry e; reader.Next(e);) {
+    const auto sizes = e.Sizes();
+    if (e.Named())
+      out << "    tray \"" << e.Name() << "\": " << Hex(sizes.data(), sizes.size()) << "\n";
+    else
+      out << "    tray " << int(e.key) << ": " << Hex(sizes.data(), sizes.size()) << "\n";
   }
+  if (reader.Broken()) out << "    (entry at byte " << reader.BrokenAt() << " runs past the end of the block)\n";
 }
 
 void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
@@ -96,9 +73,9 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
       char buf[16];
       std::snprintf(buf, sizeof buf, "0x%08x", static_cast<unsigned>(f.Flags));
       out << buf;
-      for (const auto& flag : kFlags)
+      for (const auto& flag : orvx::RecordFlags())
         if ((r.*flag.get)()) out << ' ' << flag.name;
-      if (f.Flags & ~DWORD{0x1FFF}) out << " (other bits)";
+      if (f.Flags & ~orvx::kDefinedFlagBits) out << " (other bits)";
     } else {
       out << orvx::ReadField(f, d);
       if (d.key) {
@@ -120,69 +97,139 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
   PrintSizeLists(out, block);
 }
 
-// True when the lookup of `key` gave element 0 only because nothing matched.
-bool FellBack(const std::string& key, const CPrnStaticInfo* found) {
-  const auto records = orvdb::LoadedRecords();
-  if (records.empty() || found != records.front()) return false;
-  const std::string_view name = found->GetModelName().view();
-  if (name == key) return false;
-  std::string normalised = key;
-  if (normalised.starts_with("hp")) normalised.replace(0, 2, "HP");
-  if (normalised.find(name) == std::string::npos) return true;
-  return name == "HP" && !normalised.starts_with("HP");
-}
+std::string JsonText(const orvdb::Json& j) { return j.dump(-1, ' ', false, orvdb::Json::error_handler_t::replace); }
 
-int Show(const std::string& db, const std::string& name, bool strict) {
+int Show(const std::string& path, const std::string& name, bool strict, bool json) {
+  orvx::ModelDatabase db;
   std::string error;
-  if (!orvdb::LoadDatabase(db, error)) return Error(error);
-  CPrnStaticInfo* r = GetPointerToCPrnStaticInfo(name.c_str());
-  if (!r) return Error(db + ": the database holds no models");
-  const bool fellBack = FellBack(name, r);
-  if (fellBack) std::cout << "# \"" << name << "\" matches no model; the default model (record 0) answers\n";
-  PrintRecord(std::cout, *r);
-  CPrnStaticInfoArray_RemoveAll();
+  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  const orvx::LookupResult found = db.Lookup(name);
+  if (found.index < 0) return Error(path + ": the database holds no models");
+  const CPrnStaticInfo& r = db[static_cast<std::size_t>(found.index)];
+  const bool fellBack = found.how == orvx::Match::Default;
+  if (json) {
+    orvdb::Json j = {{"index", found.index}, {"match", orvx::MatchName(found.how)}};
+    j["record"] = orvdb::RecordToJson(r);
+    std::cout << JsonText(j) << "\n";
+  } else {
+    if (fellBack) std::cout << "# \"" << name << "\" matches no model; the default model (record 0) answers\n";
+    PrintRecord(std::cout, r);
+  }
   return fellBack && strict ? kExitFallback : kExitOk;
 }
 
-int List(const std::string& db) {
+int List(const std::string& path, bool json) {
+  orvx::ModelDatabase db;
   std::string error;
-  if (!orvdb::LoadDatabase(db, error)) return Error(error);
-  int i = 0;
-  for (const CPrnStaticInfo* r : orvdb::LoadedRecords()) {
+  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  orvdb::Json all = orvdb::Json::array();
+  for (std::size_t i = 0; i < db.size(); ++i) {
+    const CPrnStaticInfo& r = db[i];
+    if (json) {
+      all.push_back({{"index", i}, {"name", r.GetModelName().str()}, {"vendor", r.GetVenderID()},
+                     {"group", r.GetModelGroupID()}});
+      continue;
+    }
     char line[64];
-    std::snprintf(line, sizeof line, "%5d  vendor %-3d group %-4d  ", i++, r->GetVenderID(), r->GetModelGroupID());
-    std::cout << line << r->GetModelName().str() << "\n";
+    std::snprintf(line, sizeof line, "%5zu  vendor %-3d group %-4d  ", i, r.GetVenderID(), r.GetModelGroupID());
+    std::cout << line << r.GetModelName().str() << "\n";
   }
-  CPrnStaticInfoArray_RemoveAll();
+  if (json) std::cout << JsonText(all) << "\n";
   return kExitOk;
 }
 
-int Export(const std::string& db) {
+// Every model whose name contains `text`, ignoring letter case.
+int Find(const std::string& path, const std::string& text) {
+  orvx::ModelDatabase db;
   std::string error;
-  if (!orvdb::LoadDatabase(db, error)) return Error(error);
+  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  const auto lower = [](std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+  };
+  const std::string needle = lower(text);
+  bool any = false;
+  for (std::size_t i = 0; i < db.size(); ++i) {
+    const std::string& name = db[i].GetModelName().str();
+    if (lower(name).find(needle) == std::string::npos) continue;
+    std::cout << std::setw(5) << i << "  " << name << "\n";
+    any = true;
+  }
+  return any ? kExitOk : kExitFallback;
+}
+
+int Export(const std::string& path) {
+  orvx::ModelDatabase db;
+  std::string error;
+  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
   orvdb::Json models = orvdb::Json::array();
-  for (const CPrnStaticInfo* r : orvdb::LoadedRecords()) models.push_back(orvdb::RecordToJson(*r));
-  CPrnStaticInfoArray_RemoveAll();
+  for (std::size_t i = 0; i < db.size(); ++i) models.push_back(orvdb::RecordToJson(db[i]));
   std::cout << orvdb::Json{{"models", std::move(models)}}.dump(2) << "\n";
   return kExitOk;
 }
 
-int Build(const std::string& source, const std::string& output) {
-  std::ifstream in(source, std::ios::binary);
-  if (!in) return Error(source + ": cannot open");
-  orvdb::Json document;
+// A database from its JSON source, or an error line naming the file.
+bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error) {
+  std::string text;
+  if (!orvx::ReadWholeFile(source, text, error)) return false;
   try {
-    document = orvdb::Json::parse(in);
+    db = orvdb::ModelsFromJson(orvdb::Json::parse(text));
   } catch (const orvdb::Json::parse_error& e) {
-    return Error(source + ": not valid JSON (" + e.what() + ")");
-  }
-  try {
-    const auto records = orvdb::ModelsFromJson(document);
-    std::string error;
-    if (!orvdb::StoreDatabase(output, records, error)) return Error(error);
+    const std::string what = e.what();
+    error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
+    return false;
   } catch (const orvdb::ImportError& e) {
-    return Error(source + ": " + e.what());
+    error = source + ": " + e.what();
+    return false;
   }
+  return true;
+}
+
+void PrintFindings(const std::string& file, const std::vector<orvdb::Finding>& findings, bool json,
+                   const char* prefix) {
+  if (json) {
+    orvdb::Json all = orvdb::Json::array();
+    for (const auto& f : findings)
+      all.push_back({{"index", f.index < 0 ? orvdb::Json(nullptr) : orvdb::Json(f.index)},
+                     {"name", f.name},
+                     {"code", f.code},
+                     {"message", f.message}});
+    std::cout << JsonText({{"file", file}, {"findings", std::move(all)}}) << "\n";
+    return;
+  }
+  for (const auto& f : findings) {
+    std::ostream& out = prefix ? std::cerr : std::cout;
+    out << (prefix ? prefix : "") << file << ": ";
+    if (f.index >= 0) out << "record " << f.index << " \"" << f.name << "\": ";
+    out << f.message << " [" << f.code << "]\n";
+  }
+}
+
+int Lint(const std::string& path, bool json) {
+  std::string bytes, error;
+  if (!orvx::ReadWholeFile(path, bytes, error)) return Error(error);
+  orvx::ModelDatabase db;
+  std::vector<orvdb::Finding> findings;
+  const auto first = bytes.find_first_not_of(" \t\r\n");
+  if (first != std::string::npos && bytes[first] == '{') {
+    if (!ReadModels(path, db, error)) return Error(error);
+  } else if (!orvdb::LintFile(bytes, db, findings, error)) {
+    return Error(path + ": " + error);
+  }
+  const auto records = orvdb::LintRecords(db);
+  findings.insert(findings.end(), records.begin(), records.end());
+  PrintFindings(path, findings, json, nullptr);
+  return findings.empty() ? kExitOk : kExitFallback;
+}
+
+int Build(const std::string& source, const std::string& output, bool strict) {
+  orvx::ModelDatabase db;
+  std::string error;
+  if (!ReadModels(source, db, error)) return Error(error);
+  const auto findings = orvdb::LintRecords(db);
+  PrintFindings(source, findings, false, strict ? "orvdb: error: " : "orvdb: warning: ");
+  if (strict && !findings.empty()) return kExitFallback;
+  if (!orvdb::WriteOutput(output, orvdb::DatabaseBytes(db), error)) return Error(error);
   return kExitOk;
 }
 
@@ -207,9 +254,26 @@ struct PictureOptions {
   int vendor = -1, group = -1;
   std::string modelName;
   std::vector<std::string> in, out, options, docOptions, strings;
-  bool duplex = false, classic = false, json = false;
+  bool duplex = false, classic = false, json = false, explain = false;
   int outputUnit = 0;
 };
+
+// What the rule did with each name, as the engine recorded it.
+void PrintTrace(const orvx::PictureTrace& trace) {
+  for (const auto& step : trace.Steps()) {
+    static const char* const kKinds[] = {"option", "in-tray", "out-tray"};
+    std::cout << "explain      " << kKinds[step.kind] << " \"" << step.name << "\": ";
+    if (step.row < 0) {
+      std::cout << "no row matched";
+    } else {
+      char bits[16];
+      std::snprintf(bits, sizeof bits, "0x%x", static_cast<unsigned>(step.added));
+      std::cout << "row " << step.row << " (" << step.test << "), bits " << (step.added ? bits : "none");
+    }
+    if (step.kind != orvx::PictureTraceStep::Option) std::cout << ", ID " << step.id;
+    std::cout << "\n";
+  }
+}
 
 int Picture(const PictureOptions& o) {
   const bool fresh = o.vendor >= 0 || o.group >= 0;
@@ -231,22 +295,24 @@ int Picture(const PictureOptions& o) {
     r.strings[id] = s.substr(eq + 1);
   }
 
-  std::unique_ptr<CPrnStaticInfo> own;
-  CPrnStaticInfo* record = nullptr;
+  CPrnStaticInfo own;
+  orvx::ModelDatabase db;
+  CPrnStaticInfo* record = &own;
   bool fellBack = false;
   if (fresh) {
-    own = std::make_unique<CPrnStaticInfo>();
-    own->SetVenderID(static_cast<WORD>(o.vendor));
-    own->SetModelGroupID(static_cast<WORD>(o.group));
-    if (!o.modelName.empty()) own->SetModelName(o.modelName);
-    record = own.get();
+    own.SetVenderID(static_cast<WORD>(o.vendor));
+    own.SetModelGroupID(static_cast<WORD>(o.group));
+    if (!o.modelName.empty()) own.SetModelName(o.modelName);
   } else {
     std::string error;
-    if (!orvdb::LoadDatabase(o.db, error)) return Error(error);
-    record = GetPointerToCPrnStaticInfo(o.model.c_str());
-    if (!record) return Error(o.db + ": the database holds no models");
-    fellBack = FellBack(o.model, record);
+    if (!orvdb::LoadDatabase(o.db, db, error)) return Error(error);
+    const orvx::LookupResult found = db.Lookup(o.model);
+    if (found.index < 0) return Error(o.db + ": the database holds no models");
+    record = &db[static_cast<std::size_t>(found.index)];
+    fellBack = found.how == orvx::Match::Default;
   }
+  std::optional<orvx::PictureTrace> trace;
+  if (o.explain) trace.emplace();
   const orvdb::PictureResult result = orvdb::CallPicture(*record, r);
   const orvx::PictureRoute route = orvx::ChoosePictureRule(record->GetVenderID(), record->GetModelGroupID(), !o.classic);
   std::vector<DWORD> bits;
@@ -270,7 +336,18 @@ int Picture(const PictureOptions& o) {
       auto& arr = j[list == &result.in ? "inTrays" : "outTrays"] = orvdb::Json::array();
       for (const auto& t : *list) arr.push_back({{"name", t.name}, {"id", t.id}});
     }
-    std::cout << j.dump(-1, ' ', false, orvdb::Json::error_handler_t::replace) << "\n";
+    if (trace) {
+      auto& steps = j["explain"] = orvdb::Json::array();
+      static const char* const kKinds[] = {"option", "inTray", "outTray"};
+      for (const auto& step : trace->Steps())
+        steps.push_back({{"kind", kKinds[step.kind]},
+                         {"name", step.name},
+                         {"row", step.row < 0 ? orvdb::Json(nullptr) : orvdb::Json(step.row)},
+                         {"test", step.test},
+                         {"bits", step.added},
+                         {"id", step.id}});
+    }
+    std::cout << JsonText(j) << "\n";
   } else {
     std::cout << "model        " << record->GetModelName().str() << " (vendor " << record->GetVenderID() << ", group "
               << record->GetModelGroupID() << ")" << (fellBack ? " [default model: no name matched]" : "") << "\n";
@@ -288,14 +365,29 @@ int Picture(const PictureOptions& o) {
       const char* title = list == &result.in ? "in-tray      " : "out-tray     ";
       for (const auto& t : *list) std::cout << title << "\"" << t.name << "\" -> ID " << t.id << "\n";
     }
+    if (trace) PrintTrace(*trace);
   }
-  if (!fresh) CPrnStaticInfoArray_RemoveAll();
   return kExitOk;
 }
 
 // ---- registry-backed commands ------------------------------------------------------
 
-int Supported(const std::string& model, DWORD interfaceNumber, const std::string& path, bool direct) {
+int Supported(const std::string& model, DWORD interfaceNumber, const std::string& path, bool direct, bool json) {
+#if !defined(_WIN32)
+  // A missing or malformed store is not an answer about the model.
+  const std::string store = orvx::host::RegistryFile(HKEY_LOCAL_MACHINE);
+  std::error_code ec;
+  if (!std::filesystem::exists(store, ec)) {
+    std::cerr << "orvdb: no registry store file " << store << " (set ORVX_HKLM_FILE)\n";
+    return kExitNoStore;
+  }
+  std::string error;
+  int line = 0;
+  if (!orvx::registry::CheckFile(store, error, line)) {
+    std::cerr << "orvdb: " << (line ? store + ":" + std::to_string(line) + ": " : "") << error << "\n";
+    return line ? kExitBadStore : kExitUsage;
+  }
+#endif
   CSupportedModel lists(direct ? 0 : 1);
   if (!path.empty()) lists.SetRegistoryPath(path.c_str());
   const LONG code = lists.CheckModel(model.c_str(), interfaceNumber);
@@ -304,7 +396,10 @@ int Supported(const std::string& model, DWORD interfaceNumber, const std::string
                                                                       : "not supported";
   char hex[16];
   std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(code));
-  std::cout << model << ": " << meaning << " (" << hex << ")\n";
+  if (json)
+    std::cout << JsonText({{"model", model}, {"interface", interfaceNumber}, {"answer", meaning}, {"code", hex}}) << "\n";
+  else
+    std::cout << model << ": " << meaning << " (" << hex << ")\n";
   return code == CSupportedModel::kSupported ? kExitOk : kExitFallback;
 }
 
@@ -315,7 +410,7 @@ int RegistryCheck(const std::string& file) {
     std::cout << file << ": ok\n";
     return kExitOk;
   }
-  if (line == 0) return Error(file + ": " + error);
+  if (line == 0) return Error(error);
   std::cerr << file << ":" << line << ": " << error << "\n";
   return kExitFallback;
 }
@@ -335,18 +430,8 @@ bool ParseHex(const std::string& text, std::vector<BYTE>& out) {
   return true;
 }
 
-// Binary configurations pass through standard input and output unchanged
-// (Windows would translate line ends and stop at ^Z).
-void BinaryStream(std::FILE* stream) {
-#if defined(_WIN32)
-  _setmode(_fileno(stream), _O_BINARY);
-#else
-  (void)stream;
-#endif
-}
-
 int ComCfgSave(DWORD port, bool hex) {
-  if (!hex) BinaryStream(stdin);
+  if (!hex) orvdb::BinaryStream(stdin);
   std::string input((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
   std::vector<BYTE> bytes;
   if (hex) {
@@ -360,14 +445,19 @@ int ComCfgSave(DWORD port, bool hex) {
   if (size < sizeof size || size > bytes.size())
     return Error("standard input: dwSize is " + std::to_string(size) + " but " + std::to_string(bytes.size()) +
                  " bytes were given");
-  bytes.resize(std::max<std::size_t>(bytes.size(), sizeof(COMMCONFIG)));
-  if (!ORVX_SaveCommCfg(port, reinterpret_cast<COMMCONFIG*>(bytes.data())))
+  if (size > orvx::kCommConfigMax)
+    return Error("standard input: a configuration of " + std::to_string(size) + " bytes could never be loaded back (at most " +
+                 std::to_string(orvx::kCommConfigMax) + ")");
+  const std::string value = "COM" + std::to_string((port >> 4) & 0xF);
+  if (orvx::SaveCommConfig(port, {bytes.data(), size}) == ERROR_SUCCESS) {
+    std::cerr << "orvdb: stored " << value << " (" << size << " bytes)\n";
+    return kExitOk;
+  }
 #if defined(_WIN32)
     return Error("could not write the configuration to the registry");
 #else
     return Error("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
 #endif
-  return kExitOk;
 }
 
 int ComCfgLoad(DWORD port, bool hex) {
@@ -383,21 +473,50 @@ int ComCfgLoad(DWORD port, bool hex) {
     std::cout << Hex(buffer.data(), size) << "\n";
   } else {
     std::cout.flush();
-    BinaryStream(stdout);
+    orvdb::BinaryStream(stdout);
     std::cout.write(reinterpret_cast<const char*>(buffer.data()), size);
   }
   return kExitOk;
 }
 
-}  // namespace
+// The first option word that neither the chosen command nor the tool knows.
+// Values that look like numbers ("-1") are left to the options that take them.
+std::string UnknownOption(const CLI::App& app, int argc, char** argv) {
+  const CLI::App* sub = &app;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--") break;
+    if (arg.size() < 2 || arg[0] != '-' || std::isdigit(static_cast<unsigned char>(arg[1]))) {
+      for (const CLI::App* s : sub->get_subcommands({}))
+        if (s->get_name() == arg) sub = s;
+      continue;
+    }
+    const std::string name = arg.substr(0, arg.find('='));
+    const bool known = sub->get_option_no_throw(name) || app.get_option_no_throw(name) ||
+                       (name.size() > 2 && name[1] != '-' && sub->get_option_no_throw(name.substr(0, 2)));
+    if (!known) return name;
+  }
+  return {};
+}
 
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   CLI::App app{"orvdb: inspect and author printer model databases (ORVDB.dat)"};
   // "/path" is a path on every platform, never a Windows-style option.
   app.allow_windows_style_options(false);
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("orvdb ") + orvx::kVersion);
+  app.footer(
+      "Exit codes:\n"
+      "  0  success\n"
+      "  1  a negative answer: no model matched (show --strict, find), not supported, lint findings\n"
+      "  2  a usage error, or a file or output that cannot be read or written\n"
+      "  3  supported: the registry store file is missing\n"
+      "  4  supported: the registry store file is malformed\n"
+      "Environment:\n"
+      "  ORVX_HKLM_FILE  the machine hive's registry store (default /etc/orvx/hklm.reg)\n"
+      "  ORVX_HKCU_FILE  the user hive's registry store (default $XDG_CONFIG_HOME/orvx/hkcu.reg)");
   std::string db = "ORVDB.dat";
+  bool json = false;
 
   auto* show = app.add_subcommand("show", "Look a model up with the library's rules and print every field");
   std::string name;
@@ -409,20 +528,31 @@ int main(int argc, char** argv) {
   auto* list = app.add_subcommand("list", "List every model in file order");
   list->add_option("--db", db, "Database file (default: ORVDB.dat in the current directory)");
 
+  auto* find = app.add_subcommand("find", "List every model whose name contains TEXT, ignoring letter case");
+  std::string text;
+  find->add_option("--db", db, "Database file (default: ORVDB.dat in the current directory)");
+  find->add_option("TEXT", text, "Text to look for")->required();
+
+  auto* lint = app.add_subcommand("lint", "Check a database (or its JSON source) for models users cannot reach");
+  std::string lintInput;
+  lint->add_option("INPUT", lintInput, "Database file, or its JSON source")->required();
+
   auto* exp = app.add_subcommand("export", "Write the database as JSON on standard output");
   exp->add_option("--db", db, "Database file (default: ORVDB.dat in the current directory)");
 
   auto* build = app.add_subcommand("build", "Build a database file from its JSON form");
   std::string source, output;
   build->add_option("MODELS", source, "JSON file ({\"models\": [...]})")->required();
-  build->add_option("-o,--output", output, "Database file to write")->required();
+  build->add_option("-o,--output", output, "Database file to write; - for standard output")->required();
+  bool buildStrict = false;
+  build->add_flag("--strict", buildStrict, "Fail, writing nothing, when lint finds anything");
 
   auto* supported = app.add_subcommand("supported", "Ask whether a model is supported over an interface");
   std::string model, regPath;
   DWORD interfaceNumber = 0;
   bool direct = false;
   supported->add_option("MODEL", model, "Model name")->required();
-  supported->add_option("--interface", interfaceNumber, "Interface number (1 to 5)")->required();
+  supported->add_option("--interface", interfaceNumber, "Interface number (1 to 5)")->required()->check(CLI::Range(1, 5));
   supported->add_option("--path", regPath, "Registry path below HKEY_LOCAL_MACHINE (default: SOFTWARE\\Vantor Selby\\APP)");
   supported->add_flag("--direct", direct, "Read the registry at the question instead of loading the lists first");
 
@@ -457,6 +587,8 @@ int main(int argc, char** argv) {
   picture->add_flag("--classic", po.classic, "Call GetPictureID instead of GetPictureIDEx");
   picture->add_option("--string", po.strings, "A host string resource, ID=TEXT (9481 manual tray, 9482 default tray)");
   picture->add_flag("--json", po.json, "Print one JSON object");
+  picture->add_flag("--explain", po.explain, "Show the rule row each option and tray name matched, and what it set");
+  for (auto* sub : {show, list, supported, lint}) sub->add_flag("--json", json, "Print JSON");
 
   auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
 
@@ -471,6 +603,9 @@ int main(int argc, char** argv) {
     for (const auto* sub : app.get_subcommands({})) known = known || sub->get_name() == argv[1];
     if (!known) return Error(std::string("unknown command \"") + argv[1] + "\"; see orvdb --help");
   }
+  // Name an unknown option before CLI11 complains about what is missing.
+  if (const std::string unknown = UnknownOption(app, argc, argv); !unknown.empty())
+    return Error("unknown option \"" + unknown + "\"; see orvdb " + (argc > 1 ? std::string(argv[1]) + " " : "") + "--help");
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -483,10 +618,12 @@ int main(int argc, char** argv) {
     return Error(e.what());
   }
 
-  if (*show) return Show(db, name, strict);
-  if (*list) return List(db);
+  if (*show) return Show(db, name, strict, json);
+  if (*list) return List(db, json);
+  if (*find) return Find(db, text);
+  if (*lint) return Lint(lintInput, json);
   if (*exp) return Export(db);
-  if (*build) return Build(source, output);
+  if (*build) return Build(source, output, buildStrict);
   if (*picture) return Picture(po);
   if (*eval) {
     std::ios::sync_with_stdio(false);
@@ -496,7 +633,7 @@ int main(int argc, char** argv) {
   }
   orvx::host::SetAppName(appName);
   orvx::host::SetRegistryKey(registryKey);
-  if (*supported) return Supported(model, interfaceNumber, regPath, direct);
+  if (*supported) return Supported(model, interfaceNumber, regPath, direct, json);
   if (*check) return RegistryCheck(storeFile);
   if (*comcfg) {
     DWORD port = 0;
@@ -504,4 +641,23 @@ int main(int argc, char** argv) {
     return action == "save" ? ComCfgSave(port, hex) : ComCfgLoad(port, hex);
   }
   return kExitUsage;
+}
+
+}  // namespace
+
+// Every answer goes to standard output; one that did not arrive (a full disk,
+// a closed pipe) must not end in success.
+int main(int argc, char** argv) {
+  int status;
+  try {
+    status = Run(argc, argv);
+  } catch (const std::exception& e) {
+    status = Error(std::string("unexpected failure: ") + e.what());
+  }
+  std::cout.flush();
+  if (!std::cout.good() || std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    std::cerr << "orvdb: write error\n";
+    return kExitUsage;
+  }
+  return status;
 }

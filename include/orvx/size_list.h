@@ -1,0 +1,48 @@
+// Walking the entries of a size-list block (InTraySPSZSizeList): byte 0 is the
+// block's length L, then entries of a key byte, a payload length n and n
+// payload bytes. Key 10 marks a named entry: the tray's name, a zero byte,
+// then the sizes. The record's size-list getters and the tools walk blocks
+// with this one reader.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include "orvx/afx_types.h"
+#include "orvx/export.h"
+
+namespace orvx {
+
+inline constexpr BYTE kNamedSizeList = 10;
+
+struct SizeListEntry {
+  BYTE key = 0;
+  std::span<const BYTE> payload;
+  std::size_t offset = 0;  // of the key byte, within the block
+
+  // A named entry holds a zero byte that ends its name.
+  bool Named() const;
+  // The name of a named entry ("" otherwise).
+  std::string_view Name() const;
+  // The size codes: after the name of a named entry, else the whole payload.
+  std::span<const BYTE> Sizes() const;
+};
+
+class ORVX_API SizeListReader {
+ public:
+  // `block` as held: its first byte is its length, and only that many bytes are read.
+  explicit SizeListReader(std::span<const BYTE> block);
+  // The next complete entry; false at the end, or at an entry that runs past
+  // the end of the block (then Broken() is true and BrokenAt() is its offset).
+  bool Next(SizeListEntry& entry);
+  bool Broken() const { return broken_; }
+  std::size_t BrokenAt() const { return at_; }
+
+ private:
+  std::span<const BYTE> block_;
+  std::size_t at_ = 1;
+  bool broken_ = false;
+};
+
+}  // namespace orvx

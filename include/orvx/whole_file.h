@@ -1,0 +1,25 @@
+// Reading and writing whole files safely, for the library's own files and for tools.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "orvx/export.h"
+
+namespace orvx {
+
+// Reads the regular file `path` whole into `bytes`. A missing or unreadable
+// file, a directory, a FIFO (which would block) or a device fail with a
+// message that names the path; `bytes` is then empty.
+ORVX_API bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& error);
+
+// Makes `path` hold exactly `bytes`. A new file is created; an existing
+// regular file is replaced and keeps its permissions; a symbolic link has the
+// file it points to written and stays a link. A directory, a device, a FIFO
+// or any other special file is refused. The bytes go to a temporary file
+// beside the target, which is flushed and then renamed over it, so a failure
+// at any step leaves the old file as it was and no temporary file behind.
+// Returns "" on success, else a message that names the path and the problem.
+ORVX_API std::string ReplaceFile(const std::string& path, std::string_view bytes);
+
+}  // namespace orvx

@@ -1,0 +1,133 @@
+#include "orvx/whole_file.h"
+
+#include <filesystem>
+#include <random>
+#include <system_error>
+
+#include "orvx/afx_file.h"
+#include "os_file.h"
+
+namespace orvx {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The file a path names once its symbolic links are followed (the path
+// itself when it is no link). Fails on a loop.
+bool Resolve(fs::path path, fs::path& target, std::string& error) {
+  for (int hops = 0; hops < 40; ++hops) {
+    std::error_code ec;
+    if (!fs::is_symlink(fs::symlink_status(path, ec))) {
+      target = path;
+      return true;
+    }
+    const fs::path next = fs::read_symlink(path, ec);
+    if (ec) {
+      error = ec.message();
+      return false;
+    }
+    path = next.is_absolute() ? next : path.parent_path() / next;
+  }
+  error = "too many levels of symbolic links";
+  return false;
+}
+
+std::string TempName(const fs::path& target) {
+  static std::mt19937 random{std::random_device{}()};
+  char tag[9];
+  std::snprintf(tag, sizeof tag, "%08x", static_cast<unsigned>(random()));
+  return (target.parent_path() / ("." + target.filename().string() + ".tmp-" + tag)).string();
+}
+
+// Writes `bytes` into a new temporary file; its name in `temp`.
+std::string WriteTemp(const fs::path& target, std::string_view bytes, std::string& temp) {
+  int osError = 0;
+  os::FileHandle file = os::kNoFile;
+  for (int attempt = 0; attempt < 8 && file == os::kNoFile; ++attempt) {
+    temp = TempName(target);
+    file = os::CreateNewFile(temp.c_str(), osError);
+  }
+  if (file == os::kNoFile) return "cannot create a file beside it (" + os::ErrorText(osError) + ")";
+  std::string error;
+  std::size_t done = 0;
+  while (done < bytes.size() && error.empty()) {
+    const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, 1u << 20));
+    const std::int64_t n = os::WriteSome(file, bytes.data() + done, chunk, osError);
+    if (n <= 0)
+      error = "cannot write (" + (n < 0 ? os::ErrorText(osError) : std::string("nothing written")) + ")";
+    else
+      done += static_cast<std::size_t>(n);
+  }
+  if (error.empty())
+    if (const int e = os::FlushFile(file)) error = "cannot flush (" + os::ErrorText(e) + ")";
+  os::CloseFile(file);
+  return error;
+}
+
+}  // namespace
+
+bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& error) {
+  bytes.clear();
+  std::error_code ec;
+  const fs::file_status st = fs::status(path, ec);
+  if (!fs::exists(st)) {
+    error = path + ": no such file";
+    return false;
+  }
+  if (fs::is_directory(st)) {
+    error = path + ": is a directory";
+    return false;
+  }
+  if (!fs::is_regular_file(st)) {
+    error = path + ": is not a regular file (a device, FIFO or socket)";
+    return false;
+  }
+  CFile file;
+  CFileException openError(CFileException::none, 0, path);
+  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &openError)) {
+    error = path + ": cannot open (" + openError.what() + ")";
+    return false;
+  }
+  try {
+    char buffer[64 * 1024];
+    while (const UINT n = file.Read(buffer, sizeof buffer)) bytes.append(buffer, n);
+  } catch (const CFileException& e) {
+    bytes.clear();
+    error = path + ": cannot read (" + e.what() + ")";
+    return false;
+  }
+  return true;
+}
+
+std::string ReplaceFile(const std::string& path, std::string_view bytes) {
+  fs::path target;
+  std::string error;
+  if (path.empty()) return "an empty path";
+  if (!Resolve(path, target, error)) return path + ": " + error;
+
+  std::error_code ec;
+  const fs::file_status st = fs::status(target, ec);
+  const bool exists = fs::exists(st);
+  if (exists && fs::is_directory(st)) return path + ": is a directory";
+  if (exists && !fs::is_regular_file(st)) return path + ": is not a regular file (a device, FIFO or socket)";
+  if (target.has_parent_path() && !fs::is_directory(target.parent_path(), ec))
+    return path + ": the folder " + target.parent_path().string() + " does not exist";
+
+  std::string temp;
+  error = WriteTemp(target, bytes, temp);
+  if (error.empty() && exists) {
+    fs::permissions(temp, st.permissions(), fs::perm_options::replace, ec);
+    if (ec) error = "cannot keep the file's permissions (" + ec.message() + ")";
+  }
+  if (error.empty())
+    if (const int e = os::RenameOver(temp.c_str(), target.string().c_str())) error = "cannot replace (" + os::ErrorText(e) + ")";
+  if (!error.empty()) {
+    fs::remove(temp, ec);
+    return path + ": " + error;
+  }
+  const fs::path dir = target.parent_path();
+  os::SyncDirectory(dir.empty() ? "." : dir.string().c_str());
+  return {};
+}
+
+}  // namespace orvx

@@ -1,0 +1,150 @@
+#include "lint.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <set>
+
+#include "orvx/picture.h"
+#include "orvx/record_fields.h"
+#include "orvx/size_list.h"
+
+namespace orvdb {
+namespace {
+
+std::string Lower(std::string_view s) {
+  std::string out(s);
+  for (char& c : out)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+  return out;
+}
+
+std::string_view Trim(std::string_view s) {
+  while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
+  while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+  return s;
+}
+
+std::string Quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
+
+// A record's size-list block: broken entries, unnamed entries before named
+// ones, and trays listed twice.
+void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string, std::string)>& add) {
+  BYTE block[256];
+  const int length = r.GetInTraySPSZSizeList(block);
+  if (length == 0) return;
+  orvx::SizeListReader reader({block, static_cast<std::size_t>(length)});
+  std::set<int> numbers;
+  std::set<std::string> names;
+  bool sawUnnamed = false;
+  for (orvx::SizeListEntry e; reader.Next(e);) {
+    const std::string at = " (entry at byte " + std::to_string(e.offset) + ")";
+    if (e.key == orvx::kNamedSizeList && !e.Named()) {
+      add("size-list-malformed", "a named size list without the zero byte that ends its name" + at);
+    } else if (e.Named()) {
+      if (sawUnnamed)
+        add("size-list-unreachable",
+            "the size list of tray " + Quoted(e.Name()) + " follows a numbered one, and a search by name stops there" + at);
+      if (!names.insert(Lower(e.Name())).second)
+        add("size-list-duplicate", "tray " + Quoted(e.Name()) + " has a second size list, which is never read" + at);
+    } else {
+      sawUnnamed = true;
+      if (!numbers.insert(e.key).second)
+        add("size-list-duplicate", "tray " + std::to_string(e.key) + " has a second size list, which is never read" + at);
+    }
+  }
+  if (reader.Broken())
+    add("size-list-malformed", "the size list at byte " + std::to_string(reader.BrokenAt()) +
+                                   " runs past the end of the block; it and all after it are never read");
+}
+
+}  // namespace
+
+std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
+  std::vector<Finding> out;
+  for (std::size_t j = 0; j < db.size(); ++j) {
+    const CPrnStaticInfo& r = db[j];
+    const std::string_view name = r.GetModelName().view();
+    const auto add = [&](std::string code, std::string message) {
+      out.push_back({static_cast<std::ptrdiff_t>(j), std::string(name), std::move(code), std::move(message)});
+    };
+    if (name.empty())
+      add("empty-name", "an empty name: the lookup's substring pass returns this record for every name that "
+                        "no earlier record matches");
+    // The exact pass finds the first record of a name; the substring pass
+    // stops at the first record whose name the query contains.
+    const auto who = [&](std::size_t i) {
+      return "record " + std::to_string(i) + " (" + Quoted(db[i].GetModelName().view()) + ")";
+    };
+    std::size_t i = 0;
+    while (i < j && db[i].GetModelName().view() != name) ++i;
+    if (i < j) {
+      add("duplicate-name", "the same name as " + who(i) + ", which every lookup finds first: this record is unreachable");
+    } else {
+      i = 0;
+      while (i < j && (db[i].GetModelName().IsEmpty() || name.find(db[i].GetModelName().view()) == std::string_view::npos)) ++i;
+      if (i < j)
+        add("shadowed-name", "the name contains the name of " + who(i) + ": the lookup of a query such as " +
+                                 Quoted(std::string(name) + " PCL6") + " stops there, so this record is found only "
+                                 "by its exact name");
+    }
+    for (i = 0; i < j; ++i) {
+      const std::string_view earlier = db[i].GetModelName().view();
+      if (earlier == name) continue;
+      if (Lower(earlier) == Lower(name))
+        add("case-variant", "differs from " + who(i) + " only in letter case");
+      else if (Trim(earlier) == Trim(name))
+        add("space-variant", "differs from " + who(i) + " only in leading or trailing spaces");
+    }
+    const auto classic = orvx::ChoosePictureRule(r.GetVenderID(), r.GetModelGroupID(), false);
+    const auto extended = orvx::ChoosePictureRule(r.GetVenderID(), r.GetModelGroupID(), true);
+    if (!classic.rule && !classic.fixedResult && !extended.rule && !extended.fixedResult)
+      add("no-picture-rule", "vendor " + std::to_string(r.GetVenderID()) + " and model group " +
+                                 std::to_string(r.GetModelGroupID()) +
+                                 " select no picture rule in either entry point: every picture ID is 0");
+    if (const DWORD extra = r.Fields().Flags & ~orvx::kDefinedFlagBits) {
+      char hex[16];
+      std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(extra));
+      add("unknown-flags", std::string("Flags bits ") + hex + " mean nothing");
+    }
+    LintSizeList(r, add);
+  }
+  return out;
+}
+
+bool LintFile(const std::string& bytes, orvx::ModelDatabase& db, std::vector<Finding>& findings, std::string& error) {
+  if (bytes.size() < 4) {
+    error = "not a model database: shorter than its 4-byte record count";
+    return false;
+  }
+  std::int32_t count = 0;
+  std::memcpy(&count, bytes.data(), sizeof count);
+  // The smallest record: an empty name, the fixed fields and no size list.
+  constexpr std::uint64_t kSmallestRecord = 1 + orvx::kBytesBeforeBlock + 1 + orvx::kBytesAfterBlock;
+  if (count < 0) {
+    findings.push_back({-1, "", "negative-count",
+                        "the record count " + std::to_string(count) + " is negative: the library loads no record"});
+    return true;
+  }
+  if (static_cast<std::uint64_t>(count) * kSmallestRecord > bytes.size() - 4) {
+    findings.push_back({-1, "", "impossible-count",
+                        "the record count " + std::to_string(count) + " needs at least " +
+                            std::to_string(static_cast<std::uint64_t>(count) * kSmallestRecord + 4) +
+                            " bytes, and the file has " + std::to_string(bytes.size()) + ": it cannot load"});
+    return true;
+  }
+  orvx::LoadError e;
+  std::uint64_t consumed = 0;
+  if (!db.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, e, &consumed)) {
+    error = e.message.substr(e.message.find(": ") + 2);
+    return false;
+  }
+  if (consumed < bytes.size())
+    findings.push_back({-1, "", "trailing-bytes",
+                        std::to_string(bytes.size() - consumed) + " bytes after the last record (from byte " +
+                            std::to_string(consumed) + ") are never read"});
+  return true;
+}
+
+}  // namespace orvdb
