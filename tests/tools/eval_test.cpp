@@ -6,6 +6,11 @@
 #include <sstream>
 
 #include "eval.h"
+#if !defined(_WIN32)
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 #include "run_orvdb.h"
 
 using nlohmann::json;
@@ -172,3 +177,143 @@ TEST(OrvdbPicture, TextJsonAndExitCodes) {
     EXPECT_EQ(Orvdb(bad).code, 2);
   }
 }
+
+// Every request kind and every kind of bad request, against the answers the
+// evaluator gave before its reader was replaced (those for valid requests were
+// checked against the library through its C interface when they were stored).
+TEST(Eval, AnswersAsStored) {
+  const auto lines = [](const std::string& path) {
+    std::ifstream in(path);
+    std::vector<std::string> out;
+    for (std::string line; std::getline(in, line);) out.push_back(line);
+    return out;
+  };
+  const auto requests = lines(std::string(ORVX_EVAL_DATA) + "/eval_requests.jsonl");
+  const auto stored = lines(std::string(ORVX_EVAL_DATA) + "/eval_answers.jsonl");
+  ASSERT_EQ(requests.size(), stored.size());
+  ASSERT_GT(requests.size(), 40u);
+  orvdb::Evaluator e;
+  for (std::size_t i = 0; i < requests.size(); ++i) {
+    std::string request = requests[i];
+    if (const auto at = request.find("@DB@"); at != std::string::npos)
+      request.replace(at, 4, json(std::string(ORVX_SAMPLE_DB)).dump().substr(1, std::string(ORVX_SAMPLE_DB).size()));
+    const std::string answer = e.Answer(request);
+    SCOPED_TRACE(request);
+    if (stored[i].rfind("{\"error\":", 0) != 0) {
+      EXPECT_EQ(answer, stored[i]);
+      continue;
+    }
+    // Bad requests: still an error, which may now be worded better, never in
+    // the words of a parser's internals.
+    ASSERT_EQ(answer.rfind("{\"error\":", 0), 0u) << answer;
+    EXPECT_EQ(answer.find("json.exception"), std::string::npos) << answer;
+    if (stored[i].find("json.exception") == std::string::npos) {
+      EXPECT_EQ(answer, stored[i]);
+    }
+  }
+}
+
+TEST(Eval, SyntaxErrorsSayWhatAndWhere) {
+  orvdb::Evaluator e;
+  struct Case {
+    const char* request;
+    const char* error;
+  };
+  const Case cases[] = {
+      {R"({"op":"info","calls":[]} x)", "more text after the value at byte 25"},
+      {R"({"op":"info","calls":[1,]})", "at byte 24"},
+      {R"({"op":"info","calls":"a)", "a string that does not end at byte 21"},
+      {"{\"op\":\"info\",\"calls\":\"\x01\"}", "a control character inside a string at byte 22"},
+      {"{\"op\":\"info\",\"calls\":\"\xff\"}", "not UTF-8 at byte 22"},
+      {R"({"op":"info","calls":"\ud800"})", "surrogate"},
+      {R"({"op":"info","calls":01})", "at byte 22"},
+      {R"({"op":"info","calls":1.})", "decimal point"},
+      {R"({"op":"info" "calls":1})", "at byte 13"},
+      {R"({"op":"picture","vendor":1e2})", "\"vendor\" must be an integer"},
+      {R"({"op":"picture","vendor":18446744073709551616})", "\"vendor\" must be an integer"},
+      {R"({"op":"picture","vendor":-9223372036854775809})", "\"vendor\" must be an integer"},
+  };
+  for (const auto& c : cases) {
+    const json answer = json::parse(e.Answer(c.request));
+    ASSERT_TRUE(answer.contains("error")) << c.request;
+    EXPECT_NE(answer["error"].get<std::string>().find(c.error), std::string::npos) << c.request << " -> " << answer;
+  }
+  // Escapes, repeated members (the last wins) and members in any order.
+  EXPECT_EQ(e.Answer(R"( {"calls":[["get",1034]],"op":"info","op":"info"} )"), R"({"results":[-1]})");
+  EXPECT_EQ(e.Answer(R"({"op":"picture","vendor":1,"group":0,"inTrays":["Cassette\u00201","\ud83d\ude00\n\"\\"]})"),
+            R"({"pictureId":1,"inTrays":[{"name":"Cassette 1","id":20},{"name":"😀\u000a\"\\","id":-1}],"outTrays":[]})");
+}
+
+// A request longer than any buffer is read whole: answered in full, or refused
+// for what is wrong at its very end.
+TEST(Eval, VeryLongRequests) {
+  orvx_test::TempDir tmp;
+  const auto path = tmp.path() / "long.jsonl";
+  {
+    std::ofstream out(path);
+    out << R"({"op":"picture","vendor":1,"group":0,"inTrays":[)";
+    for (int i = 0; i < 100000; ++i) out << (i ? "," : "") << "\"Cassette " << (i % 4 + 1) << "\"";
+    out << "]}\n";
+    out << R"({"op":"sizelist","tray":1,"block":[)";
+    for (int i = 0; i < 300000; ++i) out << (i ? "," : "") << (i == 0 ? 7 : 1);
+    out << "]}\n";
+    out << R"({"op":"info","calls":[)" << std::string(2000000, ' ') << "]\n";  // the closing brace is missing
+  }
+  const orvx_test::ToolResult r = Orvdb("eval < '" + path.string() + "'");
+  ASSERT_EQ(r.code, 0);
+  std::istringstream lines(r.out);
+  std::string line;
+  ASSERT_TRUE(std::getline(lines, line));
+  const json first = json::parse(line);
+  ASSERT_EQ(first["inTrays"].size(), 100000u);
+  EXPECT_EQ(first["inTrays"][0], json::parse(R"({"name":"Cassette 1","id":20})"));
+  EXPECT_EQ(first["inTrays"][99999]["name"], "Cassette 4");
+  ASSERT_TRUE(std::getline(lines, line));
+  EXPECT_EQ(json::parse(line), json::parse(R"({"result":1,"bytes":[1]})"));  // the block is its first 7 bytes
+  ASSERT_TRUE(std::getline(lines, line));
+  EXPECT_NE(line.find("at byte 2000023"), std::string::npos) << line.substr(0, 200);
+  EXPECT_FALSE(std::getline(lines, line));
+}
+
+#if !defined(_WIN32)
+// Through a pipe, each answer comes as soon as its request line is complete,
+// even when the request arrives in pieces.
+TEST(Eval, AnswersEachLineThroughAPipe) {
+  int toChild[2], fromChild[2];
+  ASSERT_EQ(::pipe(toChild), 0);
+  ASSERT_EQ(::pipe(fromChild), 0);
+  const pid_t pid = ::fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    ::dup2(toChild[0], 0);
+    ::dup2(fromChild[1], 1);
+    for (int fd : {toChild[0], toChild[1], fromChild[0], fromChild[1]}) ::close(fd);
+    ::execl(ORVDB_BINARY, ORVDB_BINARY, "eval", static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  ::close(toChild[0]);
+  ::close(fromChild[1]);
+  const auto send = [&](const std::string& text) {
+    ASSERT_EQ(::write(toChild[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  };
+  const auto receive = [&] {
+    std::string line;
+    char c;
+    pollfd p{fromChild[0], POLLIN, 0};
+    while (::poll(&p, 1, 10000) == 1 && ::read(fromChild[0], &c, 1) == 1 && c != '\n') line += c;
+    return line;
+  };
+  for (int i = 0; i < 3; ++i) {
+    send(R"({"op":"info","calls":[["set",3336,)");
+    send(std::to_string(i) + R"(],["get",3336]]})");
+    send("\n");
+    EXPECT_EQ(receive(), "{\"results\":[1," + std::to_string(i) + "]}");
+  }
+  ::close(toChild[1]);
+  EXPECT_EQ(receive(), "");
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  ::close(fromChild[0]);
+}
+#endif

@@ -177,6 +177,15 @@ TEST(OrvdbOutput, WritesOnlyWhatItWasAskedTo) {
   }
   ::chmod((tmp.path() / "ro").c_str(), 0700);
 
+  // A write that fails halfway (the file size limit, which binds root too):
+  // the old file stays byte for byte.
+  std::ofstream(tmp.path() / "limit.dat") << old;
+  const auto big = RunOrvdb("build '" + std::string(ORVX_SAMPLE_JSON) + "' -o " + Q(tmp.path() / "limit.dat"), &err,
+                            "ulimit -f 1; trap '' XFSZ; ");
+  EXPECT_EQ(big.code, 2);
+  EXPECT_NE(err.find("cannot write"), std::string::npos) << err;
+  EXPECT_EQ(ReadAll(tmp.path() / "limit.dat"), old);
+
   // "-" is standard output; nothing named "-" appears.
   orvx_test::TempDir cwd(true);
   const auto r = RunOrvdb("build " + Q(json) + " -o -");
@@ -187,7 +196,7 @@ TEST(OrvdbOutput, WritesOnlyWhatItWasAskedTo) {
   // Nothing but the targets: no temporary files left beside them.
   std::set<std::string> names;
   for (const auto& e : fs::directory_iterator(tmp.path())) names.insert(e.path().filename().string());
-  EXPECT_EQ(names, (std::set<std::string>{"models.json", "real.dat", "link.dat", "fifo", "ro"}));
+  EXPECT_EQ(names, (std::set<std::string>{"models.json", "real.dat", "link.dat", "fifo", "ro", "limit.dat"}));
 }
 
 TEST(OrvdbOutput, AFullStandardOutputIsAFailure) {

@@ -1,229 +1,100 @@
 #include "eval.h"
 
-#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <charconv>
 #include <stdexcept>
 
 #include "db_file.h"
 #include "db_json.h"
-#include "picture_call.h"
 
 namespace orvdb {
 namespace {
 
-using json = nlohmann::ordered_json;
+using json::Kind;
+using json::Value;
 
 struct RequestError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-void CheckKeys(const json& j, std::initializer_list<std::string_view> allowed, std::string_view what) {
-  for (const auto& [key, value] : j.items()) {
-    bool known = false;
-    for (auto a : allowed) known = known || key == a;
-    if (!known) throw RequestError("unknown member \"" + key + "\" in " + std::string(what));
-  }
-}
-
-long long Int(const json& j, const char* key, long long fallback, long long low, long long high) {
-  const auto it = j.find(key);
-  if (it == j.end()) return fallback;
-  if (!it->is_number_integer()) throw RequestError(std::string("\"") + key + "\" must be an integer");
-  const long long v = it->is_number_unsigned() && it->get<unsigned long long>() > static_cast<unsigned long long>(high)
-                          ? high + 1
-                          : it->get<long long>();
-  if (v < low || v > high)
-    throw RequestError(std::string("\"") + key + "\" must be from " + std::to_string(low) + " to " + std::to_string(high));
-  return v;
-}
-
-std::string Str(const json& j, const char* key, std::string fallback) {
-  const auto it = j.find(key);
-  if (it == j.end()) return fallback;
-  if (!it->is_string()) throw RequestError(std::string("\"") + key + "\" must be a string");
-  return it->get<std::string>();
-}
-
-std::vector<std::string> Names(const json& j, const char* key) {
-  std::vector<std::string> out;
-  const auto it = j.find(key);
-  if (it == j.end()) return out;
-  if (!it->is_array()) throw RequestError(std::string("\"") + key + "\" must be an array of strings");
-  for (const auto& n : *it) {
-    if (!n.is_string()) throw RequestError(std::string("\"") + key + "\" must be an array of strings");
-    out.push_back(n.get<std::string>());
-  }
-  return out;
-}
-
 constexpr long long kIntMin = -2147483648LL, kIntMax = 2147483647LL;
 
-std::vector<TraySpec> Trays(const json& j, const char* key, bool out) {
-  std::vector<TraySpec> trays;
-  const auto it = j.find(key);
-  if (it == j.end()) return trays;
-  if (!it->is_array()) throw RequestError(std::string("\"") + key + "\" must be an array");
-  for (const auto& t : *it) {
-    TraySpec tray;
-    if (t.is_string()) {
-      tray.name = t.get<std::string>();
-    } else if (t.is_object()) {
-      if (out)
-        CheckKeys(t, {"name", "id", "addUnit", "derivery"}, key);
-      else
-        CheckKeys(t, {"name", "id", "addUnit"}, key);
-      tray.name = Str(t, "name", "");
-      tray.id = static_cast<int>(Int(t, "id", -1, kIntMin, kIntMax));
-      tray.addUnit = static_cast<int>(Int(t, "addUnit", 0, kIntMin, kIntMax));
-      if (out) tray.derivery = static_cast<int>(Int(t, "derivery", 2, kIntMin, kIntMax));
-    } else {
-      throw RequestError(std::string("each of \"") + key + "\" must be a name or an object");
-    }
-    trays.push_back(std::move(tray));
-  }
-  return trays;
+std::string Quoted(std::string_view name) { return "\"" + std::string(name) + "\""; }
+
+void AppendNumber(std::string& out, long long v) {
+  char buf[24];
+  const auto r = std::to_chars(buf, buf + sizeof buf, v);
+  out.append(buf, r.ptr);
 }
 
-void AppendTrays(std::string& out, const std::vector<TrayResult>& trays) {
-  out += '[';
-  for (std::size_t i = 0; i < trays.size(); ++i) {
-    if (i) out += ',';
-    out += "{\"name\":";
-    AppendJsonString(out, trays[i].name);
-    out += ",\"id\":" + std::to_string(trays[i].id) + "}";
-  }
-  out += ']';
+bool Same(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && (a.empty() || (a[0] == b[0] && std::memcmp(a.data(), b.data(), a.size()) == 0));
 }
 
-std::string Picture(const json& j) {
-  CheckKeys(j, {"op", "entry", "form", "vendor", "group", "model", "inTrays", "outTrays", "duplexUnit", "outputUnit",
-                "options", "docOptions", "strings"},
-            "a picture request");
-  PictureRequest r;
-  const std::string entry = Str(j, "entry", "GetPictureIDEx");
-  if (entry != "GetPictureID" && entry != "GetPictureIDEx")
-    throw RequestError("\"entry\" must be \"GetPictureID\" or \"GetPictureIDEx\"");
-  r.extended = entry == "GetPictureIDEx";
-  const std::string form = Str(j, "form", "trays");
-  if (form != "trays" && form != "names") throw RequestError("\"form\" must be \"trays\" or \"names\"");
-  r.byNames = form == "names";
-  CPrnStaticInfo record;
-  record.SetVenderID(static_cast<WORD>(Int(j, "vendor", 0, 0, 65535)));
-  record.SetModelGroupID(static_cast<WORD>(Int(j, "group", 0, 0, 65535)));
-  if (j.contains("model")) record.SetModelName(Str(j, "model", ""));
-  r.in = Trays(j, "inTrays", false);
-  r.out = Trays(j, "outTrays", true);
-  r.duplexUnit = static_cast<int>(Int(j, "duplexUnit", 0, kIntMin, kIntMax));
-  r.outputUnit = static_cast<int>(Int(j, "outputUnit", 0, kIntMin, kIntMax));
-  r.options = Names(j, "options");
-  r.docOptions = Names(j, "docOptions");
-  if (const auto it = j.find("strings"); it != j.end()) {
-    if (!it->is_object()) throw RequestError("\"strings\" must be an object of resource identifiers");
-    for (const auto& [id, text] : it->items()) {
-      std::size_t used = 0;
-      unsigned long value = 0;
-      try {
-        value = std::stoul(id, &used, 10);
-      } catch (const std::exception&) {
-        used = 0;
-      }
-      if (used == 0 || used != id.size() || value > 0xFFFFFFFFul || !text.is_string())
-        throw RequestError("\"strings\" maps resource numbers to texts; \"" + id + "\" does not fit");
-      r.strings[static_cast<UINT>(value)] = text.get<std::string>();
-    }
+// The request's members by the names it may use, in one pass over them: slot
+// i is the value of names[i], or null. Any other name is an error.
+template <std::size_t N>
+std::array<const Value*, N> Members(const json::Reader& r, const std::array<std::string_view, N>& names,
+                                    std::string_view what) {
+  std::array<const Value*, N> slots{};
+  for (std::size_t m = 0; m < r.MemberCount(); ++m) {
+    const std::string_view key = r.Key(m);
+    std::size_t i = 0;
+    while (i < N && !Same(key, names[i])) ++i;
+    if (i == N) throw RequestError("unknown member " + Quoted(key) + " in " + std::string(what));
+    slots[i] = &r.MemberValue(m);
   }
-  const PictureResult result = CallPicture(record, r);
-  std::string out = "{\"pictureId\":" + std::to_string(result.pictureId);
-  if (!r.byNames) {
-    out += ",\"inTrays\":";
-    AppendTrays(out, result.in);
-    out += ",\"outTrays\":";
-    AppendTrays(out, result.out);
-  }
-  return out + "}";
+  return slots;
 }
 
-std::string SizeList(const json& j) {
-  CheckKeys(j, {"op", "block", "tray", "trayName", "whole"}, "a sizelist request");
-  std::vector<BYTE> block;
-  const auto it = j.find("block");
-  if (it == j.end() || !it->is_array()) throw RequestError("\"block\" must be an array of byte values");
-  for (const auto& b : *it) {
-    if (!b.is_number_integer() || b.get<long long>() < 0 || b.get<long long>() > 255)
-      throw RequestError("\"block\" must be an array of byte values");
-    block.push_back(static_cast<BYTE>(b.get<long long>()));
-  }
-  const int asked = j.contains("tray") + j.contains("trayName") + j.contains("whole");
-  if (asked != 1) throw RequestError("give exactly one of \"tray\", \"trayName\" and \"whole\"");
-  CPrnStaticInfo record;
-  record.SetInTraySPSZSizeList(static_cast<int>(block.size()), block.empty() ? nullptr : block.data());
-  BYTE out[256];
-  int result;
-  if (j.contains("tray")) {
-    result = record.GetInTraySPSZSizeList(static_cast<int>(Int(j, "tray", 0, kIntMin, kIntMax)), out);
-  } else if (j.contains("trayName")) {
-    result = record.GetInTraySPSZSizeList(Str(j, "trayName", "").c_str(), out);
-  } else {
-    if (!j["whole"].is_boolean() || !j["whole"].get<bool>()) throw RequestError("\"whole\" must be true");
-    result = record.GetInTraySPSZSizeList(out);
-  }
-  std::string text = "{\"result\":" + std::to_string(result) + ",\"bytes\":[";
-  for (int i = 0; i < result; ++i) {
-    if (i) text += ',';
-    text += std::to_string(out[i]);
-  }
-  return text + "]}";
+long long Int(const Value* v, std::string_view name, long long fallback, long long low, long long high) {
+  if (!v) return fallback;
+  long long n;
+  if (!json::ToInteger(*v, n)) throw RequestError(Quoted(name) + " must be an integer");
+  if (n < low || n > high)
+    throw RequestError(Quoted(name) + " must be from " + std::to_string(low) + " to " + std::to_string(high));
+  return n;
 }
 
-std::string Info(const json& j) {
-  CheckKeys(j, {"op", "calls"}, "an info request");
-  const auto it = j.find("calls");
-  if (it == j.end() || !it->is_array()) throw RequestError("\"calls\" must be an array");
-  CPrnStaticInfo record;
-  std::string out = "{\"results\":[";
-  std::size_t n = 0;
-  for (const auto& c : *it) {
-    const auto key = [&](std::size_t at) {
-      if (!c[at].is_number_integer() || c[at].get<long long>() < 0 || c[at].get<long long>() > 0xFFFFFFFFLL)
-        throw RequestError("call " + std::to_string(n) + ": keys and values are integers from 0 to 4294967295");
-      return static_cast<DWORD>(c[at].get<long long>());
-    };
-    if (!c.is_array() || c.empty() || !c[0].is_string())
-      throw RequestError("call " + std::to_string(n) + " must be [\"get\", KEY] or [\"set\", KEY, VALUE]");
-    const std::string verb = c[0].get<std::string>();
-    int result;
-    if (verb == "get" && c.size() == 2) {
-      result = record.GetInfo(key(1));
-    } else if (verb == "set" && c.size() == 3) {
-      result = record.SetInfoQuery(key(1), key(2));
-    } else {
-      throw RequestError("call " + std::to_string(n) + " must be [\"get\", KEY] or [\"set\", KEY, VALUE]");
-    }
-    if (n++) out += ',';
-    out += std::to_string(result);
-  }
-  return out + "]}";
+void Str(const Value* v, std::string_view name, std::string& out) {
+  if (!v) return;
+  if (v->kind != Kind::String) throw RequestError(Quoted(name) + " must be a string");
+  out.clear();
+  json::AppendString(*v, out);
 }
 
 }  // namespace
 
 void AppendJsonString(std::string& out, std::string_view s) {
+  if (json::detail::PlainRunEnd(s.data(), s.data() + s.size()) == s.data() + s.size()) {  // nothing to escape
+    out += '"';
+    out += s;
+    out += '"';
+    return;
+  }
   const bool utf8 = IsValidUtf8(s);
   out += '"';
-  for (const char ch : s) {
-    const auto c = static_cast<unsigned char>(ch);
+  std::size_t run = 0;  // start of the bytes that need no escape
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c >= 0x20 && c != '"' && c != '\\' && (c < 0x80 || utf8)) continue;
+    out.append(s.data() + run, i - run);
+    run = i + 1;
     if (c == '"' || c == '\\') {
       out += '\\';
-      out += ch;
+      out += static_cast<char>(c);
     } else if (c < 0x20) {
-      char buf[8];
-      std::snprintf(buf, sizeof buf, "\\u%04x", c);
-      out += buf;
-    } else if (c >= 0x80 && !utf8) {
-      out += "\\ufffd";
+      static constexpr char kHex[] = "0123456789abcdef";
+      out += "\\u00";
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
     } else {
-      out += ch;
+      out += "\\ufffd";
     }
   }
+  out.append(s.data() + run, s.size() - run);
   out += '"';
 }
 
@@ -236,41 +107,229 @@ const orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
   return databases_.emplace(path, std::move(db)).first->second;
 }
 
-std::string Evaluator::Answer(std::string_view line) {
+void Evaluator::Picture(std::string& out) {
+  enum { kOp, kEntry, kForm, kVendor, kGroup, kModel, kIn, kOut, kDuplex, kOutput, kOptions, kDocOptions, kStrings };
+  static constexpr std::array<std::string_view, 13> kNames = {
+      "op", "entry", "form", "vendor", "group", "model", "inTrays", "outTrays", "duplexUnit", "outputUnit",
+      "options", "docOptions", "strings"};
+  const auto m = Members(reader_, kNames, "a picture request");
+  PictureRequest& q = request_;
+  q.Clear();
+  if (const Value* entry = m[kEntry]) {
+    Str(entry, "entry", text_);
+    if (text_ != "GetPictureID" && text_ != "GetPictureIDEx")
+      throw RequestError("\"entry\" must be \"GetPictureID\" or \"GetPictureIDEx\"");
+    q.extended = text_ == "GetPictureIDEx";
+  }
+  if (const Value* form = m[kForm]) {
+    Str(form, "form", text_);
+    if (text_ != "trays" && text_ != "names") throw RequestError("\"form\" must be \"trays\" or \"names\"");
+    q.byNames = text_ == "names";
+  }
+  // A fresh record each time: only what a request sets differs from the defaults.
+  record_.Fields() = PrnStaticFields{};
+  record_.SetInTraySPSZSizeList(0, nullptr);
+  record_.SetVenderID(static_cast<WORD>(Int(m[kVendor], "vendor", 0, 0, 65535)));
+  record_.SetModelGroupID(static_cast<WORD>(Int(m[kGroup], "group", 0, 0, 65535)));
+  text_ = "Other Printer";
+  Str(m[kModel], "model", text_);
+  record_.SetModelName(text_);
+
+  for (const bool outTrays : {false, true}) {
+    const char* name = outTrays ? "outTrays" : "inTrays";
+    const Value* list = m[outTrays ? kOut : kIn];
+    if (!list) continue;
+    if (list->kind != Kind::Array) throw RequestError(Quoted(name) + " must be an array");
+    reader_.ForEach(*list, [&](const Value& t) {
+      TrayInput& tray = outTrays ? q.AddOut() : q.AddIn();
+      if (t.kind == Kind::String) {
+        json::AppendString(t, tray.name);
+        return;
+      }
+      if (t.kind != Kind::Object) throw RequestError("each of " + Quoted(name) + " must be a name or an object");
+      json::ForEachMember(t, key_, [&](std::string_view key, const Value& v) {
+        if (key == "name") Str(&v, "name", tray.name);
+        else if (key == "id") tray.id = static_cast<int>(Int(&v, "id", -1, kIntMin, kIntMax));
+        else if (key == "addUnit") tray.addUnit = static_cast<int>(Int(&v, "addUnit", 0, kIntMin, kIntMax));
+        else if (key == "derivery" && outTrays) tray.derivery = static_cast<int>(Int(&v, "derivery", 2, kIntMin, kIntMax));
+        else throw RequestError("unknown member " + Quoted(key) + " in " + name);
+      });
+    });
+  }
+  q.duplexUnit = static_cast<int>(Int(m[kDuplex], "duplexUnit", 0, kIntMin, kIntMax));
+  q.outputUnit = static_cast<int>(Int(m[kOutput], "outputUnit", 0, kIntMin, kIntMax));
+  for (const bool doc : {false, true}) {
+    const char* name = doc ? "docOptions" : "options";
+    const Value* list = m[doc ? kDocOptions : kOptions];
+    if (!list) continue;
+    if (list->kind != Kind::Array) throw RequestError(Quoted(name) + " must be an array of strings");
+    reader_.ForEach(*list, [&](const Value& n) {
+      if (n.kind != Kind::String) throw RequestError(Quoted(name) + " must be an array of strings");
+      json::AppendString(n, doc ? q.AddDocOption() : q.AddOption());
+    });
+  }
+  if (const Value* strings = m[kStrings]) {
+    if (strings->kind != Kind::Object) throw RequestError("\"strings\" must be an object of resource identifiers");
+    json::ForEachMember(*strings, key_, [&](std::string_view id, const Value& text) {
+      std::size_t used = 0;
+      unsigned long value = 0;
+      try {
+        value = std::stoul(std::string(id), &used, 10);
+      } catch (const std::exception&) {
+        used = 0;
+      }
+      if (used == 0 || used != id.size() || value > 0xFFFFFFFFul || text.kind != Kind::String)
+        throw RequestError("\"strings\" maps resource numbers to texts; " + Quoted(id) + " does not fit");
+      q.strings[static_cast<UINT>(value)] = json::String(text);
+    });
+  }
+
+  const DWORD id = caller_.Call(record_, q);
+  out += "{\"pictureId\":";
+  AppendNumber(out, id);
+  if (!q.byNames) {
+    for (const bool outTrays : {false, true}) {
+      out += outTrays ? "],\"outTrays\":[" : ",\"inTrays\":[";
+      const std::size_t n = outTrays ? q.outCount : q.inCount;
+      for (std::size_t i = 0; i < n; ++i) {
+        if (i) out += ',';
+        out += "{\"name\":";
+        AppendJsonString(out, outTrays ? caller_.Out(i).GetName().view() : caller_.In(i).GetName().view());
+        out += ",\"id\":";
+        AppendNumber(out, outTrays ? caller_.Out(i).GetID() : caller_.In(i).GetID());
+        out += '}';
+      }
+    }
+    out += ']';
+  }
+  out += '}';
+}
+
+void Evaluator::SizeList(std::string& out) {
+  static constexpr std::array<std::string_view, 5> kNames = {"op", "block", "tray", "trayName", "whole"};
+  const auto m = Members(reader_, kNames, "a sizelist request");
+  const Value* blockValue = m[1];
+  if (!blockValue || blockValue->kind != Kind::Array) throw RequestError("\"block\" must be an array of byte values");
+  // A block holds at most 255 bytes (its first byte is its length): bytes
+  // past that are checked but never read.
+  BYTE block[256];
+  std::size_t length = 0;
+  reader_.ForEach(*blockValue, [&](const Value& b) {
+    long long v;
+    if (!json::ToInteger(b, v) || v < 0 || v > 255) throw RequestError("\"block\" must be an array of byte values");
+    if (length < sizeof block) block[length] = static_cast<BYTE>(v);
+    ++length;
+  });
+  length = std::min(length, sizeof block);
+  const Value* tray = m[2];
+  const Value* trayName = m[3];
+  const Value* whole = m[4];
+  if ((tray != nullptr) + (trayName != nullptr) + (whole != nullptr) != 1)
+    throw RequestError("give exactly one of \"tray\", \"trayName\" and \"whole\"");
+  record_.SetInTraySPSZSizeList(static_cast<int>(length), block);
+  BYTE list[256];
+  int result;
+  if (tray) {
+    result = record_.GetInTraySPSZSizeList(static_cast<int>(Int(tray, "tray", 0, kIntMin, kIntMax)), list);
+  } else if (trayName) {
+    Str(trayName, "trayName", text_);
+    result = record_.GetInTraySPSZSizeList(text_.c_str(), list);
+  } else {
+    if (whole->kind != Kind::True) throw RequestError("\"whole\" must be true");
+    result = record_.GetInTraySPSZSizeList(list);
+  }
+  out += "{\"result\":";
+  AppendNumber(out, result);
+  out += ",\"bytes\":[";
+  for (int i = 0; i < result; ++i) {
+    if (i) out += ',';
+    AppendNumber(out, list[i]);
+  }
+  out += "]}";
+}
+
+void Evaluator::Info(std::string& out) {
+  static constexpr std::array<std::string_view, 2> kNames = {"op", "calls"};
+  const Value* calls = Members(reader_, kNames, "an info request")[1];
+  if (!calls || calls->kind != Kind::Array) throw RequestError("\"calls\" must be an array");
+  record_.Fields() = PrnStaticFields{};  // a fresh record's values
+  out += "{\"results\":[";
+  std::size_t n = 0;
+  reader_.ForEach(*calls, [&](const Value& c) {
+    const std::string shape = "call " + std::to_string(n) + " must be [\"get\", KEY] or [\"set\", KEY, VALUE]";
+    if (c.kind != Kind::Array) throw RequestError(shape);
+    Value items[3];
+    std::size_t count = 0;
+    json::ForEachElement(c, [&](const Value& item) {
+      if (count < 3) items[count] = item;
+      ++count;
+    });
+    if (count == 0 || items[0].kind != Kind::String) throw RequestError(shape);
+    const auto key = [&](const Value& v) {
+      long long k;
+      if (!json::ToInteger(v, k) || k < 0 || k > 0xFFFFFFFFLL)
+        throw RequestError("call " + std::to_string(n) + ": keys and values are integers from 0 to 4294967295");
+      return static_cast<DWORD>(k);
+    };
+    Str(&items[0], "call", text_);
+    int result;
+    if (text_ == "get" && count == 2) result = record_.GetInfo(key(items[1]));
+    else if (text_ == "set" && count == 3) result = record_.SetInfoQuery(key(items[1]), key(items[2]));
+    else throw RequestError(shape);
+    if (n++) out += ',';
+    AppendNumber(out, result);
+  });
+  out += "]}";
+}
+
+void Evaluator::Lookup(std::string& out) {
+  static constexpr std::array<std::string_view, 3> kNames = {"op", "db", "name"};
+  const auto m = Members(reader_, kNames, "a lookup request");
+  const Value* db = m[1];
+  if (!db) throw RequestError("\"db\" is required");
+  std::string path;
+  Str(db, "db", path);
+  text_.clear();
+  Str(m[2], "name", text_);
+  const orvx::ModelDatabase& records = Load(path);
+  const orvx::LookupResult found = records.Lookup(text_);
+  if (found.index < 0) {
+    out += "{\"index\":null}";
+    return;
+  }
+  out += "{\"index\":";
+  AppendNumber(out, found.index);
+  out += ",\"modelName\":";
+  AppendJsonString(out, records[static_cast<std::size_t>(found.index)].GetModelName().view());
+  out += ",\"match\":\"";
+  out += orvx::MatchName(found.how);
+  out += "\"}";
+}
+
+void Evaluator::Answer(std::string_view line, std::string& out) {
+  const std::size_t start = out.size();
   try {
-    json j;
-    try {
-      j = json::parse(line);
-    } catch (const json::parse_error& e) {
-      throw RequestError(std::string("not JSON: ") + e.what());
-    }
-    if (!j.is_object()) throw RequestError("a request must be a JSON object");
-    const std::string op = Str(j, "op", "");
-    if (op == "picture") return Picture(j);
-    if (op == "sizelist") return SizeList(j);
-    if (op == "info") return Info(j);
-    if (op == "lookup") {
-      CheckKeys(j, {"op", "db", "name"}, "a lookup request");
-      if (!j.contains("db")) throw RequestError("\"db\" is required");
-      const orvx::ModelDatabase& db = Load(Str(j, "db", ""));
-      const orvx::LookupResult found = db.Lookup(Str(j, "name", ""));
-      if (found.index < 0) return "{\"index\":null}";
-      std::string out = "{\"index\":" + std::to_string(found.index) + ",\"modelName\":";
-      AppendJsonString(out, db[static_cast<std::size_t>(found.index)].GetModelName().view());
-      out += ",\"match\":\"";
-      out += orvx::MatchName(found.how);
-      out += '"';
-      return out + "}";
-    }
-    throw RequestError(op.empty() ? "missing \"op\"" : "unknown op \"" + op + "\"");
+    if (!reader_.Parse(line)) throw RequestError("not JSON: " + reader_.Error());
+    if (reader_.Root().kind != Kind::Object) throw RequestError("a request must be a JSON object");
+    const Value* op = reader_.Find("op");
+    if (!op) throw RequestError("missing \"op\"");
+    if (op->kind != Kind::String) throw RequestError("\"op\" must be a string");
+    const std::string_view name = op->text.substr(1, op->text.size() - 2);  // op names need no escapes
+    if (name == "picture") Picture(out);
+    else if (name == "sizelist") SizeList(out);
+    else if (name == "info") Info(out);
+    else if (name == "lookup") Lookup(out);
+    else throw RequestError(name.empty() ? "missing \"op\"" : "unknown op " + Quoted(json::String(*op)));
   } catch (const RequestError& e) {
-    std::string out = "{\"error\":";
+    out.resize(start);
+    out += "{\"error\":";
     AppendJsonString(out, e.what());
-    return out + "}";
+    out += '}';
   } catch (const std::exception& e) {
-    std::string out = "{\"error\":";
+    out.resize(start);
+    out += "{\"error\":";
     AppendJsonString(out, std::string("request failed: ") + e.what());
-    return out + "}";
+    out += '}';
   }
 }
 
@@ -279,16 +338,16 @@ void Evaluator::Run(std::istream& in, std::ostream& out) {
   std::string answers;
   while (std::getline(in, line)) {
     if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
-    answers += Answer(line);
+    Answer(line, answers);
     answers += '\n';
     // Batch the answers, but never keep one back while the next request is
     // not there yet: a script may be waiting for it.
     if (answers.size() > (1 << 16) || in.rdbuf()->in_avail() <= 0) {
-      out << answers;
+      out.write(answers.data(), static_cast<std::streamsize>(answers.size()));
       answers.clear();
     }
   }
-  out << answers;
+  out.write(answers.data(), static_cast<std::streamsize>(answers.size()));
   out.flush();
 }
 

@@ -3,13 +3,13 @@
 
 #include <istream>
 #include <map>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "json_reader.h"
 #include "orvx/database.h"
+#include "picture_call.h"
 
 namespace orvdb {
 
@@ -18,19 +18,34 @@ class Evaluator {
   Evaluator() = default;
   Evaluator(const Evaluator&) = delete;
   Evaluator& operator=(const Evaluator&) = delete;
-  ~Evaluator() = default;
 
-  // The answer to one request line (without the line end). A bad request is
-  // answered with {"error": "..."}.
-  std::string Answer(std::string_view line);
-  // Answers every non-blank line of `in` on `out`, in order.
+  // Appends the answer to one request line (without the line end) to `out`.
+  // A bad request is answered with {"error": "..."}.
+  void Answer(std::string_view line, std::string& out);
+  std::string Answer(std::string_view line) {
+    std::string out;
+    Answer(line, out);
+    return out;
+  }
+  // Answers every non-blank line of `in` on `out`, in order, each as soon as
+  // its request is complete.
   void Run(std::istream& in, std::ostream& out);
 
  private:
   // Each database file is read once per evaluator.
   const orvx::ModelDatabase& Load(const std::string& path);
+  void Picture(std::string& out);
+  void SizeList(std::string& out);
+  void Info(std::string& out);
+  void Lookup(std::string& out);
 
   std::map<std::string, orvx::ModelDatabase> databases_;
+  // Reused from one request to the next.
+  json::Reader reader_;
+  PictureRequest request_;
+  PictureCaller caller_;
+  CPrnStaticInfo record_;
+  std::string text_, key_;
 };
 
 // Appends `s` to `out` as a JSON string; bytes that are not UTF-8 become U+FFFD.

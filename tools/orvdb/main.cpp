@@ -281,10 +281,10 @@ int Picture(const PictureOptions& o) {
   if (fresh && (o.vendor < 0 || o.group < 0)) return Error("--vendor and --group go together");
   orvdb::PictureRequest r;
   r.extended = !o.classic;
-  for (const auto& n : o.in) r.in.push_back({n});
-  for (const auto& n : o.out) r.out.push_back({n});
-  r.options = o.options;
-  r.docOptions = o.docOptions;
+  for (const auto& n : o.in) r.AddIn().name = n;
+  for (const auto& n : o.out) r.AddOut().name = n;
+  for (const auto& n : o.options) r.AddOption() = n;
+  for (const auto& n : o.docOptions) r.AddDocOption() = n;
   r.duplexUnit = o.duplex ? 1 : 0;
   r.outputUnit = o.outputUnit;
   for (const auto& s : o.strings) {
@@ -313,13 +313,23 @@ int Picture(const PictureOptions& o) {
   }
   std::optional<orvx::PictureTrace> trace;
   if (o.explain) trace.emplace();
-  const orvdb::PictureResult result = orvdb::CallPicture(*record, r);
+  orvdb::PictureCaller caller;
+  const DWORD pictureId = caller.Call(*record, r);
+  struct TrayResult {
+    std::string name;
+    int id;
+  };
+  struct {
+    std::vector<TrayResult> in, out;
+  } result;
+  for (std::size_t i = 0; i < r.inCount; ++i) result.in.push_back({caller.In(i).GetName().str(), caller.In(i).GetID()});
+  for (std::size_t i = 0; i < r.outCount; ++i) result.out.push_back({caller.Out(i).GetName().str(), caller.Out(i).GetID()});
   const orvx::PictureRoute route = orvx::ChoosePictureRule(record->GetVenderID(), record->GetModelGroupID(), !o.classic);
   std::vector<DWORD> bits;
   for (int b = 0; b < 32; ++b)
-    if (result.pictureId & (DWORD{1} << b)) bits.push_back(DWORD{1} << b);
+    if (pictureId & (DWORD{1} << b)) bits.push_back(DWORD{1} << b);
   char hex[16];
-  std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(result.pictureId));
+  std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(pictureId));
 
   if (o.json) {
     orvdb::Json j;
@@ -329,7 +339,7 @@ int Picture(const PictureOptions& o) {
     j["defaultModel"] = fellBack;
     j["entry"] = o.classic ? "GetPictureID" : "GetPictureIDEx";
     j["rule"] = route.rule ? orvdb::Json(route.rule) : orvdb::Json(nullptr);
-    j["pictureId"] = result.pictureId;
+    j["pictureId"] = pictureId;
     j["pictureIdHex"] = hex;
     j["bits"] = bits;
     for (const auto* list : {&result.in, &result.out}) {

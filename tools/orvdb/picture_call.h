@@ -11,7 +11,7 @@
 
 namespace orvdb {
 
-struct TraySpec {
+struct TrayInput {
   std::string name;
   int id = -1;
   int addUnit = 0;
@@ -21,24 +21,36 @@ struct TraySpec {
 struct PictureRequest {
   bool extended = true;   // GetPictureIDEx, else GetPictureID
   bool byNames = false;   // the name-list form
-  std::vector<TraySpec> in, out;
+  std::vector<TrayInput> in, out;
+  std::size_t inCount = 0, outCount = 0;  // trays in use; the vectors keep their capacity
   int duplexUnit = 0, outputUnit = 0;
   std::vector<std::string> options, docOptions;
+  std::size_t optionCount = 0, docOptionCount = 0;
   std::map<UINT, std::string> strings;  // the host's string table for this call
+
+  void Clear();
+  TrayInput& AddIn();
+  TrayInput& AddOut();
+  std::string& AddOption();
+  std::string& AddDocOption();
 };
 
-struct TrayResult {
-  std::string name;
-  int id;
-};
+// Makes picture calls, keeping its tray records and lists from one call to
+// the next, so that a stream of requests allocates nothing once warm.
+class PictureCaller {
+ public:
+  // Runs `request` on `record`; the host string table is the request's for
+  // the call. The result: the picture ID, and `In(i)` / `Out(i)` the trays
+  // as the rule left them (tray form only).
+  DWORD Call(CPrnStaticInfo& record, const PictureRequest& request);
+  const COptInTray& In(std::size_t i) const { return *ins_[i]; }
+  const COptOutTray& Out(std::size_t i) const { return *outs_[i]; }
 
-struct PictureResult {
-  DWORD pictureId = 0;
-  std::vector<TrayResult> in, out;  // empty for the name-list form
+ private:
+  std::vector<std::unique_ptr<COptInTray>> ins_;
+  std::vector<std::unique_ptr<COptOutTray>> outs_;
+  CPtrArray in_, out_;
+  CStringList inNames_, outNames_, options_, docOptions_;
 };
-
-// Runs the request on `record`. The host string table is replaced by the
-// request's for the duration of the call.
-PictureResult CallPicture(CPrnStaticInfo& record, const PictureRequest& request);
 
 }  // namespace orvdb

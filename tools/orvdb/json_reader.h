@@ -1,0 +1,135 @@
+// An on-demand reader for one JSON text (one eval request): it checks the
+// syntax once, remembers where each top-level member's value lies, and
+// decodes a value only when asked for it. It builds no document tree and,
+// reused from one request to the next, allocates nothing once warm.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvdb::json {
+
+enum class Kind : std::uint8_t { Null, False, True, Number, String, Array, Object };
+
+// A value: its kind and its text, which stays valid as long as the request line.
+struct Value {
+  Kind kind = Kind::Null;
+  bool escaped = true;        // a string that may hold escapes (false: its text is its content)
+  bool indexed = false;       // an array whose elements the reader has listed
+  std::uint32_t first = 0, count = 0;  // those elements, when listed
+  std::string_view text;
+  bool IsInteger() const;  // a number without fraction or exponent
+};
+
+// The integer a value holds: false when it is no integer number. Integers past
+// the 64-bit range are clamped to it, so range checks still refuse them.
+bool ToInteger(const Value& v, long long& out);
+// Appends the decoded string `v` (which must be a String) to `out`.
+void AppendString(const Value& v, std::string& out);
+inline std::string String(const Value& v) {
+  std::string s;
+  AppendString(v, s);
+  return s;
+}
+
+// Calls `f(element)` for each element of an Array value.
+template <typename F>
+void ForEachElement(const Value& array, F f);
+// Calls `f(key, value)` for each member of an Object value (key decoded).
+template <typename F>
+void ForEachMember(const Value& object, std::string& key, F f);
+
+class Reader {
+ public:
+  // Checks `text` as one JSON value. False with a message (what is wrong and
+  // at which byte) when it is not JSON.
+  bool Parse(std::string_view text);
+  const std::string& Error() const { return error_; }
+  const Value& Root() const { return root_; }
+
+  // For an object root: its members, last one winning for a repeated key.
+  std::size_t MemberCount() const { return count_; }
+  std::string_view Key(std::size_t i) const { return members_[i].key; }
+  const Value& MemberValue(std::size_t i) const { return members_[i].value; }
+  const Value* Find(std::string_view key) const;
+
+  // Calls `f(element)` for each element of an Array value: from the list the
+  // reader made while checking it (the arrays of the top-level members), or
+  // by walking its text.
+  template <typename F>
+  void ForEach(const Value& array, F f) const {
+    if (!array.indexed) return ForEachElement(array, f);
+    for (std::uint32_t i = 0; i < array.count; ++i) f(elements_[array.first + i]);
+  }
+
+ private:
+  struct Member {
+    std::string_view key;  // into the text, or into `storage` when it had escapes
+    std::string storage;
+    Value value;
+  };
+  const char* ParseValue(const char* p, Value& out, int depth);
+  const char* FailAt(const char* p, const char* what);
+  void AddMember(const Value& key, const Value& value);
+  bool Fail(const char* p, const char* what);
+
+  const char* begin_ = nullptr;
+  const char* end_ = nullptr;
+  Value root_;
+  std::vector<Member> members_;
+  std::size_t count_ = 0;
+  std::vector<Value> elements_;
+  std::string error_;
+};
+
+// ---- internal: walking a checked value -----------------------------------
+
+namespace detail {
+const char* SkipSpace(const char* p, const char* end);
+// The first quote, backslash, control byte or byte of 0x80 and above at or
+// after `p` (or `end`): where a run of plain string bytes stops.
+const char* PlainRunEnd(const char* p, const char* end);
+// The end of the (checked) value starting at `p`, and its kind.
+const char* ValueEnd(const char* p, const char* end, Kind& kind, bool* escaped = nullptr);
+}  // namespace detail
+
+template <typename F>
+void ForEachElement(const Value& array, F f) {
+  const char* p = array.text.data() + 1;
+  const char* end = array.text.data() + array.text.size() - 1;
+  p = detail::SkipSpace(p, end);
+  while (p < end) {
+    Value v;
+    const char* e = detail::ValueEnd(p, end, v.kind, &v.escaped);
+    v.text = std::string_view(p, static_cast<std::size_t>(e - p));
+    f(v);
+    p = detail::SkipSpace(e, end);
+    if (p < end && *p == ',') p = detail::SkipSpace(p + 1, end);
+  }
+}
+
+template <typename F>
+void ForEachMember(const Value& object, std::string& key, F f) {
+  const char* p = object.text.data() + 1;
+  const char* end = object.text.data() + object.text.size() - 1;
+  p = detail::SkipSpace(p, end);
+  while (p < end) {
+    Value k;
+    const char* e = detail::ValueEnd(p, end, k.kind);
+    k.text = std::string_view(p, static_cast<std::size_t>(e - p));
+    key.clear();
+    AppendString(k, key);
+    p = detail::SkipSpace(e, end) + 1;  // the colon
+    p = detail::SkipSpace(p, end);
+    Value v;
+    e = detail::ValueEnd(p, end, v.kind, &v.escaped);
+    v.text = std::string_view(p, static_cast<std::size_t>(e - p));
+    f(std::string_view(key), v);
+    p = detail::SkipSpace(e, end);
+    if (p < end && *p == ',') p = detail::SkipSpace(p + 1, end);
+  }
+}
+
+}  // namespace orvdb::json
