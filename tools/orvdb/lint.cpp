@@ -4,7 +4,9 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <limits>
 #include <set>
+#include <unordered_map>
 
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
@@ -18,6 +20,13 @@ std::string Lower(std::string_view s) {
   for (char& c : out)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
   return out;
+}
+
+// A hash of the name as it reads without letter case.
+std::uint64_t LowerHash(std::string_view s) {
+  std::uint64_t h = 0xcbf29ce484222325ull;
+  for (char c : s) h = (h ^ static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + 32 : c)) * 0x100000001b3ull;
+  return h;
 }
 
 std::string_view Trim(std::string_view s) {
@@ -59,44 +68,146 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
                                    " runs past the end of the block; it and all after it are never read");
 }
 
+// The transitions of a trie: (state << 8 | byte) -> state, open addressing.
+class Transitions {
+ public:
+  explicit Transitions(std::size_t expected) {
+    std::size_t capacity = 16;
+    while (capacity < expected + expected / 2) capacity *= 2;
+    keys_.assign(capacity, kEmpty);
+    values_.resize(capacity);
+  }
+  // The state for `key`, added as `fresh` when there is none yet.
+  std::uint32_t FindOrAdd(std::uint64_t key, std::uint32_t fresh, bool& added) {
+    std::size_t at = Slot(key);
+    while (keys_[at] != kEmpty && keys_[at] != key) at = (at + 1) & (keys_.size() - 1);
+    added = keys_[at] == kEmpty;
+    if (added) keys_[at] = key, values_[at] = fresh;
+    return values_[at];
+  }
+  // The state for `key`, or 0 (the root, which is no one's child).
+  std::uint32_t Find(std::uint64_t key) const {
+    for (std::size_t at = Slot(key);; at = (at + 1) & (keys_.size() - 1)) {
+      if (keys_[at] == key) return values_[at];
+      if (keys_[at] == kEmpty) return 0;
+    }
+  }
+
+ private:
+  static constexpr std::uint64_t kEmpty = ~std::uint64_t{0};
+  std::size_t Slot(std::uint64_t key) const {
+    return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 20) & (keys_.size() - 1);
+  }
+  std::vector<std::uint64_t> keys_;
+  std::vector<std::uint32_t> values_;
+};
+
+// For every name, the first record whose (non-empty) name occurs inside it,
+// found for all names at once with an Aho-Corasick automaton over them: a
+// database of 50,000 models lints in about the time it takes to read.
+std::vector<std::uint32_t> FirstContained(const orvx::ModelDatabase& db) {
+  constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+  std::size_t bytes = 0;
+  for (std::size_t i = 0; i < db.size(); ++i) bytes += db[i].GetModelName().view().size();
+  Transitions next(bytes + 1);
+  struct Node {
+    std::uint32_t word = kNone;    // the first record whose name ends here
+    std::uint32_t best = kNone;    // the first record over this state's chain of suffixes
+    std::uint32_t onPath = kNone;  // the first of `best` over this state and the states before it
+    std::uint32_t fail = 0, child = 0, sibling = 0;
+    unsigned char byte = 0;
+  };
+  std::vector<std::uint32_t> ends(db.size(), 0);  // the state each name ends in
+  std::vector<Node> nodes(1);
+  nodes.reserve(bytes + 1);
+  for (std::size_t i = 0; i < db.size(); ++i) {
+    std::uint32_t state = 0;
+    for (const unsigned char c : db[i].GetModelName().view()) {
+      bool added;
+      const std::uint32_t to = next.FindOrAdd(std::uint64_t{state} << 8 | c, static_cast<std::uint32_t>(nodes.size()), added);
+      if (added) {
+        Node n;
+        n.byte = c;
+        n.sibling = nodes[state].child;
+        nodes[state].child = to;
+        nodes.push_back(n);
+      }
+      state = to;
+    }
+    if (state != 0) nodes[state].word = std::min(nodes[state].word, static_cast<std::uint32_t>(i));
+    ends[i] = state;
+  }
+  const auto step = [&](std::uint32_t state, unsigned char c) {
+    for (;;) {
+      if (const std::uint32_t to = next.Find(std::uint64_t{state} << 8 | c)) return to;
+      if (state == 0) return std::uint32_t{0};
+      state = nodes[state].fail;
+    }
+  };
+  std::vector<std::uint32_t> queue;
+  queue.reserve(nodes.size());
+  for (std::uint32_t c = nodes[0].child; c; c = nodes[c].sibling) queue.push_back(c);
+  for (std::size_t q = 0; q < queue.size(); ++q) {
+    Node& n = nodes[queue[q]];
+    n.best = std::min(n.word, nodes[n.fail].best);
+    n.onPath = std::min(n.best, n.onPath);
+    for (std::uint32_t c = n.child; c; c = nodes[c].sibling) {
+      nodes[c].fail = step(n.fail, nodes[c].byte);
+      nodes[c].onPath = n.onPath;  // parents come first in breadth-first order
+      queue.push_back(c);
+    }
+  }
+  // Reading a name walks its own path in the trie (every prefix is a state),
+  // so what it contains is what the states on that path end with.
+  std::vector<std::uint32_t> out(db.size(), kNone);
+  for (std::size_t j = 0; j < db.size(); ++j)
+    if (ends[j]) out[j] = nodes[ends[j]].onPath;
+  return out;
+}
+
 }  // namespace
 
 std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
   std::vector<Finding> out;
+  const std::vector<std::uint32_t> contained = FirstContained(db);
+  // The first record of each name, of each name read without letter case,
+  // and of each name without its outer spaces.
+  std::unordered_map<std::string_view, std::size_t> firstByName, firstByTrimmed;
+  std::unordered_map<std::uint64_t, std::size_t> firstByLower;
+  firstByName.reserve(db.size());
+  firstByTrimmed.reserve(db.size());
+  firstByLower.reserve(db.size());
   for (std::size_t j = 0; j < db.size(); ++j) {
     const CPrnStaticInfo& r = db[j];
     const std::string_view name = r.GetModelName().view();
     const auto add = [&](std::string code, std::string message) {
       out.push_back({static_cast<std::ptrdiff_t>(j), std::string(name), std::move(code), std::move(message)});
     };
+    const auto who = [&](std::size_t i) {
+      return "record " + std::to_string(i) + " (" + Quoted(db[i].GetModelName().view()) + ")";
+    };
     if (name.empty())
       add("empty-name", "an empty name: the lookup's substring pass returns this record for every name that "
                         "no earlier record matches");
     // The exact pass finds the first record of a name; the substring pass
     // stops at the first record whose name the query contains.
-    const auto who = [&](std::size_t i) {
-      return "record " + std::to_string(i) + " (" + Quoted(db[i].GetModelName().view()) + ")";
-    };
-    std::size_t i = 0;
-    while (i < j && db[i].GetModelName().view() != name) ++i;
-    if (i < j) {
-      add("duplicate-name", "the same name as " + who(i) + ", which every lookup finds first: this record is unreachable");
-    } else {
-      i = 0;
-      while (i < j && (db[i].GetModelName().IsEmpty() || name.find(db[i].GetModelName().view()) == std::string_view::npos)) ++i;
-      if (i < j)
-        add("shadowed-name", "the name contains the name of " + who(i) + ": the lookup of a query such as " +
-                                 Quoted(std::string(name) + " PCL6") + " stops there, so this record is found only "
-                                 "by its exact name");
+    const auto [first, isNew] = firstByName.try_emplace(name, j);
+    if (!isNew) {
+      add("duplicate-name", "the same name as " + who(first->second) +
+                                ", which every lookup finds first: this record is unreachable");
+    } else if (contained[j] < j) {
+      add("shadowed-name", "the name contains the name of " + who(contained[j]) + ": the lookup of a query such as " +
+                               Quoted(std::string(name) + " PCL6") + " stops there, so this record is found only "
+                               "by its exact name");
     }
-    for (i = 0; i < j; ++i) {
-      const std::string_view earlier = db[i].GetModelName().view();
-      if (earlier == name) continue;
-      if (Lower(earlier) == Lower(name))
-        add("case-variant", "differs from " + who(i) + " only in letter case");
-      else if (Trim(earlier) == Trim(name))
-        add("space-variant", "differs from " + who(i) + " only in leading or trailing spaces");
-    }
+    const auto [lower, lowerNew] = firstByLower.try_emplace(LowerHash(name), j);
+    const std::string_view other = db[lower->second].GetModelName().view();
+    if (!lowerNew && other != name && Lower(other) == Lower(name))
+      add("case-variant", "differs from " + who(lower->second) + " only in letter case");
+    const auto [trimmed, trimmedNew] = firstByTrimmed.try_emplace(Trim(name), j);
+    const std::string_view spaced = db[trimmed->second].GetModelName().view();
+    if (!trimmedNew && spaced != name && Lower(spaced) != Lower(name))
+      add("space-variant", "differs from " + who(trimmed->second) + " only in leading or trailing spaces");
     const auto classic = orvx::ChoosePictureRule(r.GetVenderID(), r.GetModelGroupID(), false);
     const auto extended = orvx::ChoosePictureRule(r.GetVenderID(), r.GetModelGroupID(), true);
     if (!classic.rule && !classic.fixedResult && !extended.rule && !extended.fixedResult)
