@@ -5,7 +5,7 @@ set -euo pipefail
 # --hardening adds what the fuzz, coverage and memcheck jobs need; --windows
 # the MinGW-w64 cross compiler, GoogleTest's sources and Wine for the Windows
 # DLL and its tests. Both may be given.
-pkgs=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
+pkgs=(cmake ninja-build g++ pkg-config python3 libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
 for arg in "$@"; do
   case "$arg" in
     --hardening) pkgs+=(clang libclang-rt-14-dev llvm valgrind gcovr) ;;
