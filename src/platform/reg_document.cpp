@@ -1,5 +1,7 @@
 #include "reg_document.h"
 
+#include "orvx/text.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -31,21 +33,7 @@ bool Utf16ToUtf8(std::string_view in, std::string& out) {
     } else if (c >= 0xDC00 && c <= 0xDFFF) {
       return false;
     }
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
+    orvx::text::AppendUtf8(out, c);
   }
   return true;
 }
@@ -56,31 +44,15 @@ bool Utf8ToUtf16(std::string_view in, std::string& out) {
     out += static_cast<char>(u & 0xFF);
     out += static_cast<char>(u >> 8);
   };
+  std::uint32_t c;
   for (std::size_t i = 0; i < in.size();) {
-    const auto b = static_cast<unsigned char>(in[i]);
-    std::uint32_t c;
-    std::size_t n;
-    if (b < 0x80) { c = b; n = 0; }
-    else if ((b & 0xE0) == 0xC0) { c = b & 0x1F; n = 1; }
-    else if ((b & 0xF0) == 0xE0) { c = b & 0x0F; n = 2; }
-    else if ((b & 0xF8) == 0xF0) { c = b & 0x07; n = 3; }
-    else return false;
-    if (n && i + n >= in.size()) return false;
-    for (std::size_t k = 1; k <= n; ++k) {
-      const auto d = static_cast<unsigned char>(in[i + k]);
-      if ((d & 0xC0) != 0x80) return false;
-      c = (c << 6) | (d & 0x3F);
-    }
-    if ((n == 1 && c < 0x80) || (n == 2 && c < 0x800) || (n == 3 && c < 0x10000) || c > 0x10FFFF ||
-        (c >= 0xD800 && c <= 0xDFFF))
-      return false;
+    if (!orvx::text::DecodeUtf8(in, i, c)) return false;
     if (c >= 0x10000) {
       put(0xD800 + ((c - 0x10000) >> 10));
       put(0xDC00 + ((c - 0x10000) & 0x3FF));
     } else {
       put(c);
     }
-    i += n + 1;
   }
   return true;
 }

@@ -1,5 +1,7 @@
 #include "json_reader.h"
 
+#include "orvx/text.h"
+
 #include <bit>
 #include <cstring>
 #include <limits>
@@ -26,46 +28,6 @@ unsigned Hex4(const char* p) {
   return v;
 }
 
-void AppendUtf8(std::string& out, std::uint32_t cp) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
-
-// The length of the well-formed UTF-8 sequence at `p`, or 0.
-std::size_t Utf8Length(const unsigned char* p, const unsigned char* end) {
-  const unsigned c = p[0];
-  std::size_t n;
-  std::uint32_t cp;
-  if (c < 0xC2 || c > 0xF4) return 0;
-  if (c < 0xE0) n = 2, cp = c & 0x1F;
-  else if (c < 0xF0) n = 3, cp = c & 0x0F;
-  else n = 4, cp = c & 0x07;
-  if (static_cast<std::size_t>(end - p) < n) return 0;
-  for (std::size_t i = 1; i < n; ++i) {
-    if ((p[i] & 0xC0) != 0x80) return 0;
-    cp = (cp << 6) | (p[i] & 0x3F);
-  }
-  const std::uint32_t minimum = n == 2 ? 0x80 : n == 3 ? 0x800 : 0x10000;
-  if (cp < minimum || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return 0;
-  return n;
-}
-
-// The first byte at or after `p` that ends a run of plain string bytes: a
-// quote, a backslash, a control character or a byte of 0x80 and above. Eight
-// bytes at a time while they last.
 }  // namespace
 
 const char* detail::PlainRunEnd(const char* p, const char* end) {
@@ -146,7 +108,7 @@ void AppendString(const Value& v, std::string& out) {
           cp = 0x10000 + ((cp - 0xD800) << 10) + (Hex4(p + 2) - 0xDC00);
           p += 6;
         }
-        AppendUtf8(out, cp);
+        orvx::text::AppendUtf8(out, cp);
         break;
       }
       default: out += e; break;  // " \ /
@@ -304,9 +266,11 @@ const char* Reader::ParseValue(const char* p, Value& out, int depth) {
           ++p;
           continue;
         }
-        const std::size_t n = Utf8Length(reinterpret_cast<const unsigned char*>(p), reinterpret_cast<const unsigned char*>(end_));
-        if (n == 0) return FailAt(p, "a string that is not UTF-8");
-        p += n;
+        std::size_t at = static_cast<std::size_t>(p - begin_);
+        std::uint32_t cp;
+        if (!orvx::text::DecodeUtf8({begin_, static_cast<std::size_t>(end_ - begin_)}, at, cp))
+          return FailAt(p, "a string that is not UTF-8");
+        p = begin_ + at;
       }
       ++p;
       out.kind = Kind::String;

@@ -1,0 +1,59 @@
+#include "orvx/text.h"
+
+namespace orvx::text {
+
+bool DecodeUtf8(std::string_view s, std::size_t& at, std::uint32_t& codePoint) {
+  if (at >= s.size()) return false;
+  const auto b = static_cast<unsigned char>(s[at]);
+  std::uint32_t c;
+  std::size_t n;
+  if (b < 0x80) { c = b; n = 0; }
+  else if ((b & 0xE0) == 0xC0) { c = b & 0x1F; n = 1; }
+  else if ((b & 0xF0) == 0xE0) { c = b & 0x0F; n = 2; }
+  else if ((b & 0xF8) == 0xF0) { c = b & 0x07; n = 3; }
+  else return false;
+  if (n >= s.size() - at) return false;
+  for (std::size_t k = 1; k <= n; ++k) {
+    const auto d = static_cast<unsigned char>(s[at + k]);
+    if ((d & 0xC0) != 0x80) return false;
+    c = (c << 6) | (d & 0x3F);
+  }
+  if ((n == 1 && c < 0x80) || (n == 2 && c < 0x800) || (n == 3 && c < 0x10000) || c > 0x10FFFF ||
+      (c >= 0xD800 && c <= 0xDFFF))
+    return false;
+  codePoint = c;
+  at += n + 1;
+  return true;
+}
+
+bool IsValidUtf8(std::string_view s) {
+  std::uint32_t c;
+  for (std::size_t at = 0; at < s.size();) {
+    if (static_cast<unsigned char>(s[at]) < 0x80) {
+      ++at;
+    } else if (!DecodeUtf8(s, at, c)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void AppendUtf8(std::string& out, std::uint32_t c) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | (c >> 6));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    out += static_cast<char>(0xE0 | (c >> 12));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (c >> 18));
+    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
+
+}  // namespace orvx::text
