@@ -17,7 +17,6 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime dev tool)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_PACKAGE_LICENSE MIT)
 
 set(deb_version "${PROJECT_VERSION}")
 # The C++ runtime of the compiler that built it (GCC 12 on Debian 12).
@@ -31,7 +30,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "printer model information library
  ORVDB.dat) and answers a status-monitor host's questions about them: lookup
  by name, capability flags, information values, paper-size lists, picture
  IDs, supported models and COM port settings. This package has the shared
- library, with a C++ and a plain C interface.")
+ library, with a C++ and a plain C interface. License: MIT.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME liborvx-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
@@ -39,7 +38,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "liborvx0 (= ${deb_version})")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "printer model information library - development files
  Headers of the C++ classes (C++20) and of the C interface orvx/orvx.h, the
  CMake package (find_package(orvx), target orvx::orvx) and the pkg-config
- files orvx (C++) and orvx-c (C).")
+ files orvx (C++) and orvx-c (C). License: MIT.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME orvdb)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
@@ -49,6 +48,6 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION "inspect, lint and author printer model dat
  orvdb shows, lists, exports and builds model databases (ORVDB.dat), computes
  picture IDs and answers JSON Lines requests in batch. The package also has
  the sample database and its JSON source under /usr/share/orvx, and the Python
- module orvx over the library.")
+ module orvx over the library. License: MIT.")
 
 include(CPack)
