@@ -53,6 +53,12 @@ struct ORVX_API CWinApp {
 };
 ORVX_API CWinApp* AfxGetApp();
 
+namespace orvx::host {
+// A copy of the host's names, taken under the lock that guards their setters:
+// what the library itself reads, since a host may name itself on another thread.
+ORVX_API CWinApp AppNames();
+}  // namespace orvx::host
+
 // ---- extension-module life cycle -------------------------------------------
 struct ORVX_API AFX_EXTENSION_MODULE {
   bool bInitialized = false;

@@ -11,8 +11,8 @@ std::string ValueName(DWORD port) { return "COM" + std::to_string((port >> 4) & 
 
 // Software\<registry key>\<application name>\Com, read from the host at each call.
 std::string KeyPath() {
-  const CWinApp* app = AfxGetApp();
-  return "Software\\" + app->m_pszRegistryKey + "\\" + app->m_pszAppName + "\\Com";
+  const CWinApp app = orvx::host::AppNames();
+  return "Software\\" + app.m_pszRegistryKey + "\\" + app.m_pszAppName + "\\Com";
 }
 
 }  // namespace

@@ -75,8 +75,20 @@ bool LoadHostString(UINT id, std::string& text) {
   return orvx::os::LoadModuleString(id, text) || FindStringResource(id, text);
 }
 
-void SetAppName(std::string_view name) { App().m_pszAppName = std::string(name); }
-void SetRegistryKey(std::string_view key) { App().m_pszRegistryKey = std::string(key); }
+void SetAppName(std::string_view name) {
+  std::lock_guard lock(State().mutex);
+  App().m_pszAppName = std::string(name);
+}
+
+void SetRegistryKey(std::string_view key) {
+  std::lock_guard lock(State().mutex);
+  App().m_pszRegistryKey = std::string(key);
+}
+
+CWinApp AppNames() {
+  std::lock_guard lock(State().mutex);
+  return App();
+}
 
 int LinkedModuleCount() {
   std::lock_guard lock(State().mutex);

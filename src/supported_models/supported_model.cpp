@@ -51,7 +51,7 @@ CSupportedModel::CSupportedModel(int listMode) : m_nListMode(listMode) {
     (void)GetLastError();
     m_osVersion.dwPlatformId = 0;  // unknown platform
   }
-  m_strRegistryPath = CString("SOFTWARE\\Vantor Selby\\") + AfxGetApp()->m_pszAppName;
+  m_strRegistryPath = CString("SOFTWARE\\Vantor Selby\\") + orvx::host::AppNames().m_pszAppName;
   if (m_nListMode) LoadFromRegistory();
 }
 
