@@ -1,5 +1,6 @@
 // File system calls on POSIX descriptors.
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -88,6 +89,13 @@ void SyncDirectory(const char* dir) {
 }
 
 std::string ErrorText(int osError) { return std::strerror(osError); }
+
+std::uint64_t CurrentProcessId() { return static_cast<std::uint64_t>(::getpid()); }
+
+bool ProcessExists(std::uint64_t pid) {
+  if (pid == 0 || pid > static_cast<std::uint64_t>(INT32_MAX)) return false;
+  return ::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH;
+}
 
 bool IsDiskFull(int osError) { return osError == ENOSPC; }
 

@@ -89,6 +89,18 @@ int RenameOver(const char* from, const char* to) {
 
 void SyncDirectory(const char*) {}  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
+std::uint64_t CurrentProcessId() { return ::GetCurrentProcessId(); }
+
+bool ProcessExists(std::uint64_t pid) {
+  if (pid == 0 || pid > 0xFFFFFFFFu) return false;
+  const HANDLE h = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, static_cast<DWORD>(pid));
+  if (!h) return ::GetLastError() != ERROR_INVALID_PARAMETER;
+  DWORD code = 0;
+  const bool running = ::GetExitCodeProcess(h, &code) && code == STILL_ACTIVE;
+  ::CloseHandle(h);
+  return running;
+}
+
 std::string ErrorText(int osError) {
   char text[256] = {};
   const DWORD n = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,

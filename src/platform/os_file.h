@@ -30,6 +30,9 @@ int RenameOver(const char* from, const char* to);
 // Makes a rename in `dir` durable, where the platform needs that.
 void SyncDirectory(const char* dir);
 std::string ErrorText(int osError);
+std::uint64_t CurrentProcessId();
+// False only when no process `pid` exists (one we may not signal still does).
+bool ProcessExists(std::uint64_t pid);
 bool IsDiskFull(int osError);
 int BadHandleError();
 

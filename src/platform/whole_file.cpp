@@ -1,6 +1,7 @@
 #include "orvx/whole_file.h"
 
 #include <filesystem>
+#include <cstdlib>
 #include <random>
 #include <system_error>
 
@@ -32,11 +33,32 @@ bool Resolve(fs::path path, fs::path& target, std::string& error) {
   return false;
 }
 
+// Temporary files are named ".<target>.tmp-<writer's process ID>-<random>",
+// so that a writer that was killed can be told by its name.
+std::string TempPrefix(const fs::path& target) { return "." + target.filename().string() + ".tmp-"; }
+
 std::string TempName(const fs::path& target) {
   static std::mt19937 random{std::random_device{}()};
-  char tag[9];
-  std::snprintf(tag, sizeof tag, "%08x", static_cast<unsigned>(random()));
-  return (target.parent_path() / ("." + target.filename().string() + ".tmp-" + tag)).string();
+  char tag[32];
+  std::snprintf(tag, sizeof tag, "%llu-%08x", static_cast<unsigned long long>(os::CurrentProcessId()),
+                static_cast<unsigned>(random()));
+  return (target.parent_path() / (TempPrefix(target) + tag)).string();
+}
+
+// Removes the temporary files that writers of `target` left when they died.
+void RemoveStaleTemps(const fs::path& target) {
+  const std::string prefix = TempPrefix(target);
+  const fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  std::error_code ec;
+  for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+    const std::string name = it->path().filename().string();
+    if (name.rfind(prefix, 0) != 0) continue;
+    char* rest = nullptr;
+    const unsigned long long pid = std::strtoull(name.c_str() + prefix.size(), &rest, 10);
+    if (!rest || *rest != '-' || pid == os::CurrentProcessId() || os::ProcessExists(pid)) continue;
+    std::error_code ignored;
+    fs::remove(it->path(), ignored);
+  }
 }
 
 // Writes `bytes` into a new temporary file; its name in `temp`.
@@ -113,6 +135,7 @@ std::string ReplaceFile(const std::string& path, std::string_view bytes) {
   if (target.has_parent_path() && !fs::is_directory(target.parent_path(), ec))
     return path + ": the folder " + target.parent_path().string() + " does not exist";
 
+  RemoveStaleTemps(target);
   std::string temp;
   error = WriteTemp(target, bytes, temp);
   if (error.empty() && exists) {

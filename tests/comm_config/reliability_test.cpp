@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <thread>
 
@@ -99,4 +101,26 @@ TEST_F(Reliability, AWriterKilledAtAnyMomentLeavesOldOrNew) {
     ASSERT_GE(round, lastSeen) << "the value went back or is torn";
     lastSeen = round;
   }
+
+  // The next writer removes what the killed ones left beside the store, and
+  // leaves a live writer's file alone.
+  const std::filesystem::path store(user_);
+  const auto others = [&] {
+    std::vector<std::string> names;
+    for (const auto& e : std::filesystem::directory_iterator(store.parent_path())) {
+      const std::string n = e.path().filename().string();
+      if (n.rfind("." + store.filename().string() + ".tmp-", 0) == 0) names.push_back(n);
+    }
+    return names;
+  };
+  const pid_t dead = fork();
+  if (dead == 0) _exit(0);
+  ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
+  const std::string deadTemp = "." + store.filename().string() + ".tmp-" + std::to_string(dead) + "-0000dead";
+  const std::string liveTemp = "." + store.filename().string() + ".tmp-" + std::to_string(getppid()) + "-00000a1e";
+  std::ofstream(store.parent_path() / deadTemp) << "torn";
+  std::ofstream(store.parent_path() / liveTemp) << "in progress";
+  auto last = Pattern(static_cast<DWORD>(lastSeen + 1), 1);
+  ASSERT_EQ(ORVX_SaveCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(last.data())), 1);
+  EXPECT_EQ(others(), std::vector<std::string>{liveTemp});
 }
