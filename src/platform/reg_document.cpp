@@ -349,11 +349,25 @@ std::optional<std::string> Serialize(const Document& doc) {
   return std::nullopt;
 }
 
-Key* FindKey(Document& doc, std::string_view path) {
+namespace {
+// One search for both constnesses.
+template <class Doc>
+auto* FindKeyIn(Doc& doc, std::string_view path) {
   for (auto& k : doc.keys)
     if (EqualNoCase(k.path, path)) return &k;
-  return nullptr;
+  return static_cast<decltype(&doc.keys.front())>(nullptr);
 }
+
+template <class K>
+auto* FindValueIn(K& key, std::string_view name) {
+  for (auto& item : key.items)
+    if (item.isValue && EqualNoCase(item.value.name, name)) return &item.value;
+  return static_cast<decltype(&key.items.front().value)>(nullptr);
+}
+}  // namespace
+
+Key* FindKey(Document& doc, std::string_view path) { return FindKeyIn(doc, path); }
+const Key* FindKey(const Document& doc, std::string_view path) { return FindKeyIn(doc, path); }
 
 bool KeyExists(const Document& doc, std::string_view path) {
   if (path.find('\\') == std::string_view::npos) return true;  // a hive itself
@@ -366,11 +380,8 @@ bool KeyExists(const Document& doc, std::string_view path) {
   return false;
 }
 
-Value* FindValue(Key& key, std::string_view name) {
-  for (auto& item : key.items)
-    if (item.isValue && EqualNoCase(item.value.name, name)) return &item.value;
-  return nullptr;
-}
+Value* FindValue(Key& key, std::string_view name) { return FindValueIn(key, name); }
+const Value* FindValue(const Key& key, std::string_view name) { return FindValueIn(key, name); }
 
 void SetValue(Key& key, Value value) {
   for (auto& item : key.items) {

@@ -52,9 +52,11 @@ std::optional<std::string> Serialize(const Document& doc);
 bool EqualNoCase(std::string_view a, std::string_view b);
 
 Key* FindKey(Document& doc, std::string_view path);
+const Key* FindKey(const Document& doc, std::string_view path);
 // A key exists when it has a section, or a section lies below it.
 bool KeyExists(const Document& doc, std::string_view path);
 Value* FindValue(Key& key, std::string_view name);
+const Value* FindValue(const Key& key, std::string_view name);
 // Adds or replaces a value; a new one goes after the key's last value.
 void SetValue(Key& key, Value value);
 // Adds a key section at the end of the document.

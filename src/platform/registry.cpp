@@ -200,10 +200,6 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
 // The document of a hive for reading; null when the file is missing or malformed.
 std::shared_ptr<const Document> ReadHive(HKEY hive) { return Load(orvx::host::RegistryFile(hive)).doc; }
 
-const Key* FindKeyConst(const Document& doc, std::string_view path) {
-  return FindKey(const_cast<Document&>(doc), path);
-}
-
 }  // namespace
 
 }  // namespace orvx::registry
@@ -254,7 +250,7 @@ LONG RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameLength, DWORD*,
   if (const LONG r = Resolve(key, hive, path, KEY_QUERY_VALUE); r != ERROR_SUCCESS) return r;
   const auto doc = ReadHive(hive);
   if (!doc) return ERROR_NO_MORE_ITEMS;
-  const Key* k = FindKeyConst(*doc, FullPath(hive, path));
+  const Key* k = FindKey(*doc, FullPath(hive, path));
   if (!k) return ERROR_NO_MORE_ITEMS;
   DWORD i = 0;
   for (const auto& item : k->items) {
@@ -282,7 +278,7 @@ LONG RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type, BYTE* dat
   if (const LONG r = Resolve(key, hive, path, KEY_QUERY_VALUE); r != ERROR_SUCCESS) return r;
   const auto doc = ReadHive(hive);
   if (!doc) return ERROR_FILE_NOT_FOUND;
-  Key* k = FindKey(const_cast<Document&>(*doc), FullPath(hive, path));
+  const Key* k = FindKey(*doc, FullPath(hive, path));
   const Value* v = k ? FindValue(*k, name ? name : "") : nullptr;
   if (!v) return ERROR_FILE_NOT_FOUND;
   const auto size = static_cast<DWORD>(v->data.size());
