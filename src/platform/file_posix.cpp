@@ -1,6 +1,7 @@
 // File system calls on POSIX descriptors.
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -89,6 +90,20 @@ void SyncDirectory(const char* dir) {
 }
 
 std::string ErrorText(int osError) { return std::strerror(osError); }
+
+FileStamp Stamp(FileHandle file) {
+  struct stat st {};
+  if (::fstat(static_cast<int>(file), &st) != 0) return {};
+  return {S_ISREG(st.st_mode), static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino),
+          static_cast<std::uint64_t>(st.st_size),
+          static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+}
+
+int LockExclusive(FileHandle file) {
+  while (::flock(static_cast<int>(file), LOCK_EX) != 0)
+    if (errno != EINTR) return errno;
+  return 0;
+}
 
 std::uint64_t CurrentProcessId() { return static_cast<std::uint64_t>(::getpid()); }
 

@@ -89,6 +89,20 @@ int RenameOver(const char* from, const char* to) {
 
 void SyncDirectory(const char*) {}  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
+FileStamp Stamp(FileHandle file) {
+  BY_HANDLE_FILE_INFORMATION info;
+  if (!::GetFileInformationByHandle(H(file), &info)) return {};
+  const auto join = [](DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; };
+  return {!(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY), info.dwVolumeSerialNumber,
+          join(info.nFileIndexHigh, info.nFileIndexLow), join(info.nFileSizeHigh, info.nFileSizeLow),
+          static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime)) * 100};
+}
+
+int LockExclusive(FileHandle file) {
+  OVERLAPPED at{};
+  return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? 0 : static_cast<int>(::GetLastError());
+}
+
 std::uint64_t CurrentProcessId() { return ::GetCurrentProcessId(); }
 
 bool ProcessExists(std::uint64_t pid) {

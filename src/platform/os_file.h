@@ -29,6 +29,17 @@ FileHandle CreateNewFile(const char* name, int& osError);
 int RenameOver(const char* from, const char* to);
 // Makes a rename in `dir` durable, where the platform needs that.
 void SyncDirectory(const char* dir);
+// What tells one state of a file's content from another.
+struct FileStamp {
+  bool regular = false;
+  std::uint64_t device = 0, inode = 0, size = 0;
+  std::int64_t modified = 0;  // nanoseconds
+  bool operator==(const FileStamp&) const = default;
+};
+FileStamp Stamp(FileHandle file);
+// Waits for an exclusive advisory lock on `file`; 0 or the system's error
+// code. Closing the file releases it.
+int LockExclusive(FileHandle file);
 std::string ErrorText(int osError);
 std::uint64_t CurrentProcessId();
 // False only when no process `pid` exists (one we may not signal still does).

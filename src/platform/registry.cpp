@@ -1,10 +1,6 @@
 // The registry calls over the POSIX store: one text file per hive, read
 // through a cache that follows the file, written atomically under an advisory
 // lock so that concurrent writers in other processes lose nothing.
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -17,8 +13,10 @@
 #include <mutex>
 #include <set>
 
+#include "orvx/afx_file.h"
 #include "orvx/afx_registry.h"
 #include "orvx/whole_file.h"
+#include "os_file.h"
 #include "reg_document.h"
 
 struct HKEY__ {
@@ -99,31 +97,21 @@ struct Snapshot {
   std::shared_ptr<const Document> doc;
 };
 
-struct FileId {
-  dev_t dev = 0;
-  ino_t ino = 0;
-  off_t size = 0;
-  std::int64_t mtime = 0;
-  bool operator==(const FileId&) const = default;
-};
-
 struct Cache {
   std::mutex mutex;
-  std::map<std::string, std::pair<FileId, Snapshot>> entries;
+  std::map<std::string, std::pair<os::FileStamp, Snapshot>> entries;
 };
 Cache& TheCache() {
   static Cache c;
   return c;
 }
 
-bool ReadAll(int fd, std::string& out) {
+bool ReadAll(os::FileHandle file, std::string& out) {
   char buf[65536];
-  while (true) {
-    const ssize_t n = ::read(fd, buf, sizeof buf);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
+  int osError = 0;
+  for (;;) {
+    const std::int64_t n = os::ReadSome(file, buf, sizeof buf, osError);
+    if (n < 0) return false;
     if (n == 0) return true;
     out.append(buf, static_cast<std::size_t>(n));
   }
@@ -131,26 +119,27 @@ bool ReadAll(int fd, std::string& out) {
 
 // The file's current content, parsed; served from the cache while the file is unchanged.
 Snapshot Load(const std::string& file) {
-  const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return {};
-  struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    ::close(fd);
+  int cause = 0, osError = 0;
+  const os::FileHandle fd = os::OpenFile(file.c_str(), CFile::modeRead, cause, osError);
+  // Missing: no keys. There but unreadable or no regular file: malformed, so
+  // that nothing writes over it.
+  if (fd == os::kNoFile) return cause == CFileException::fileNotFound ? Snapshot{} : Snapshot{true, false, nullptr};
+  const os::FileStamp id = os::Stamp(fd);
+  if (!id.regular) {
+    os::CloseFile(fd);
     return {true, false, nullptr};
   }
-  const FileId id{st.st_dev, st.st_ino, st.st_size,
-                  static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
   {
     std::lock_guard lock(TheCache().mutex);
     const auto it = TheCache().entries.find(file);
     if (it != TheCache().entries.end() && it->second.first == id) {
-      ::close(fd);
+      os::CloseFile(fd);
       return it->second.second;
     }
   }
   std::string bytes;
   const bool read = ReadAll(fd, bytes);
-  ::close(fd);
+  os::CloseFile(fd);
   Snapshot snap{true, false, nullptr};
   ParseError error;
   if (read) {
@@ -172,13 +161,13 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
   const std::filesystem::path parent = std::filesystem::path(file).parent_path();
   std::error_code ec;
   if (!parent.empty()) std::filesystem::create_directories(parent, ec);
-  const int lockFd = ::open((file + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-  if (lockFd < 0) return ERROR_ACCESS_DENIED;
-  while (::flock(lockFd, LOCK_EX) != 0) {
-    if (errno != EINTR) {
-      ::close(lockFd);
-      return ERROR_REGISTRY_IO_FAILED;
-    }
+  int cause = 0, osError = 0;
+  const os::FileHandle lockFd = os::OpenFile((file + ".lock").c_str(),
+                                             CFile::modeReadWrite | CFile::modeCreate | CFile::modeNoTruncate, cause, osError);
+  if (lockFd == os::kNoFile) return ERROR_ACCESS_DENIED;
+  if (os::LockExclusive(lockFd) != 0) {
+    os::CloseFile(lockFd);
+    return ERROR_REGISTRY_IO_FAILED;
   }
   LONG result = ERROR_SUCCESS;
   const Snapshot snap = Load(file);
@@ -193,7 +182,7 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
       if (!bytes || !orvx::ReplaceFile(file, *bytes).empty()) result = ERROR_REGISTRY_IO_FAILED;
     }
   }
-  ::close(lockFd);  // releases the lock
+  os::CloseFile(lockFd);  // releases the lock
   return result;
 }
 
