@@ -1,5 +1,6 @@
-// UTF-8, once for the whole code base: the registry store's UTF-16 files and
-// the tool's JSON both go through these.
+// Small text helpers, once for the whole code base: UTF-8 for the registry
+// store's UTF-16 files and the tool's JSON, and the letter-case folding that
+// registry names, tray names and the tool's searches use.
 #pragma once
 
 #include <cstddef>
@@ -18,5 +19,15 @@ ORVX_API bool DecodeUtf8(std::string_view s, std::size_t& at, std::uint32_t& cod
 ORVX_API bool IsValidUtf8(std::string_view s);
 // Appends `codePoint` (at most U+10FFFF) in UTF-8.
 ORVX_API void AppendUtf8(std::string& out, std::uint32_t codePoint);
+
+// ASCII letters folded to lower case; other bytes (code-page text) as they are.
+constexpr char FoldCase(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
+ORVX_API std::string FoldCase(std::string_view s);
+ORVX_API bool EqualNoCase(std::string_view a, std::string_view b);
+
+// Lower-case hexadecimal: `value` in `digits` digits (no prefix), and bytes
+// as two digits each with `separator` between them (none when 0).
+ORVX_API std::string Hex(std::uint32_t value, int digits);
+ORVX_API std::string HexBytes(const unsigned char* bytes, std::size_t count, char separator);
 
 }  // namespace orvx::text

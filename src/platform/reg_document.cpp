@@ -11,7 +11,6 @@ namespace {
 constexpr std::string_view kHeader5 = "Windows Registry Editor Version 5.00";
 constexpr std::string_view kHeader4 = "REGEDIT4";
 
-char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
 
 std::string_view Trim(std::string_view s) {
   while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
@@ -181,9 +180,7 @@ std::string FormatValue(const Value& v, std::string_view eol) {
     return line + QuotedText(std::string_view(reinterpret_cast<const char*>(d.data()), d.size() - 1));
   }
   if (v.type == REG_DWORD && d.size() == 4) {
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "dword:%08x", d[0] | (d[1] << 8) | (d[2] << 16) | (static_cast<unsigned>(d[3]) << 24));
-    return line + buf;
+    return line + "dword:" + orvx::text::Hex(d[0] | (d[1] << 8) | (d[2] << 16) | (static_cast<std::uint32_t>(d[3]) << 24), 8);
   }
   char prefix[24];
   if (v.type == REG_BINARY)
@@ -194,9 +191,7 @@ std::string FormatValue(const Value& v, std::string_view eol) {
   // Wrapped as the registry editor does: continuation lines of two spaces.
   std::size_t width = line.size();
   for (std::size_t i = 0; i < d.size(); ++i) {
-    char byte[4];
-    std::snprintf(byte, sizeof byte, "%02x", d[i]);
-    line += byte;
+    line += orvx::text::HexBytes(&d[i], 1, 0);
     width += 2;
     if (i + 1 < d.size()) {
       line += ',';
@@ -214,12 +209,7 @@ std::string FormatValue(const Value& v, std::string_view eol) {
 
 }  // namespace
 
-bool EqualNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i)
-    if (Lower(a[i]) != Lower(b[i])) return false;
-  return true;
-}
+bool EqualNoCase(std::string_view a, std::string_view b) { return orvx::text::EqualNoCase(a, b); }
 
 std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
   Document doc;

@@ -56,4 +56,37 @@ void AppendUtf8(std::string& out, std::uint32_t c) {
   }
 }
 
+std::string FoldCase(std::string_view s) {
+  std::string out(s);
+  for (char& c : out) c = FoldCase(c);
+  return out;
+}
+
+bool EqualNoCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (FoldCase(a[i]) != FoldCase(b[i])) return false;
+  return true;
+}
+
+namespace {
+constexpr char kDigits[] = "0123456789abcdef";
+}
+
+std::string Hex(std::uint32_t value, int digits) {
+  std::string out(static_cast<std::size_t>(digits), '0');
+  for (int i = digits - 1; i >= 0 && value; --i, value >>= 4) out[static_cast<std::size_t>(i)] = kDigits[value & 15];
+  return out;
+}
+
+std::string HexBytes(const unsigned char* bytes, std::size_t count, char separator) {
+  std::string out;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i && separator) out += separator;
+    out += kDigits[bytes[i] >> 4];
+    out += kDigits[bytes[i] & 15];
+  }
+  return out;
+}
+
 }  // namespace orvx::text

@@ -13,6 +13,7 @@
 
 #include "orvx/prn_static_info.h"
 #include "orvx/size_list.h"
+#include "orvx/text.h"
 
 namespace orvx {
 
@@ -56,10 +57,9 @@ int Deliver(std::span<const BYTE> bytes, BYTE* out) {
 
 bool EqualNoCase(std::string_view a, const char* b) {
   for (std::size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](unsigned char c) { return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c; };
     const auto cb = static_cast<unsigned char>(b[i]);
     if (cb == 0) return false;  // the request ended before the stored name
-    if (lower(static_cast<unsigned char>(a[i])) != lower(cb)) return false;
+    if (orvx::text::FoldCase(a[i]) != orvx::text::FoldCase(static_cast<char>(cb))) return false;
   }
   return true;
 }

@@ -11,21 +11,17 @@
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
+#include "orvx/text.h"
 
 namespace orvdb {
 namespace {
 
-std::string Lower(std::string_view s) {
-  std::string out(s);
-  for (char& c : out)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-  return out;
-}
+using orvx::text::FoldCase;
 
 // A hash of the name as it reads without letter case.
 std::uint64_t LowerHash(std::string_view s) {
   std::uint64_t h = 0xcbf29ce484222325ull;
-  for (char c : s) h = (h ^ static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + 32 : c)) * 0x100000001b3ull;
+  for (char c : s) h = (h ^ static_cast<unsigned char>(FoldCase(c))) * 0x100000001b3ull;
   return h;
 }
 
@@ -55,7 +51,7 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
       if (sawUnnamed)
         add("size-list-unreachable",
             "the size list of tray " + Quoted(e.Name()) + " follows a numbered one, and a search by name stops there" + at);
-      if (!names.insert(Lower(e.Name())).second)
+      if (!names.insert(FoldCase(e.Name())).second)
         add("size-list-duplicate", "tray " + Quoted(e.Name()) + " has a second size list, which is never read" + at);
     } else {
       sawUnnamed = true;
@@ -202,11 +198,11 @@ std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
     }
     const auto [lower, lowerNew] = firstByLower.try_emplace(LowerHash(name), j);
     const std::string_view other = db[lower->second].GetModelName().view();
-    if (!lowerNew && other != name && Lower(other) == Lower(name))
+    if (!lowerNew && other != name && orvx::text::EqualNoCase(other, name))
       add("case-variant", "differs from " + who(lower->second) + " only in letter case");
     const auto [trimmed, trimmedNew] = firstByTrimmed.try_emplace(Trim(name), j);
     const std::string_view spaced = db[trimmed->second].GetModelName().view();
-    if (!trimmedNew && spaced != name && Lower(spaced) != Lower(name))
+    if (!trimmedNew && spaced != name && !orvx::text::EqualNoCase(spaced, name))
       add("space-variant", "differs from " + who(trimmed->second) + " only in leading or trailing spaces");
     const auto classic = orvx::ChoosePictureRule(r.GetVenderID(), r.GetModelGroupID(), false);
     const auto extended = orvx::ChoosePictureRule(r.GetVenderID(), r.GetModelGroupID(), true);
@@ -215,9 +211,7 @@ std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
                                  std::to_string(r.GetModelGroupID()) +
                                  " select no picture rule in either entry point: every picture ID is 0");
     if (const DWORD extra = r.Fields().Flags & ~orvx::kDefinedFlagBits) {
-      char hex[16];
-      std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(extra));
-      add("unknown-flags", std::string("Flags bits ") + hex + " mean nothing");
+      add("unknown-flags", "Flags bits 0x" + orvx::text::Hex(extra, 8) + " mean nothing");
     }
     LintSizeList(r, add);
   }

@@ -23,6 +23,7 @@
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
 #include "orvx/supported_model.h"
+#include "orvx/text.h"
 #include "orvx/version.h"
 #include "orvx/whole_file.h"
 #include "picture_call.h"
@@ -40,16 +41,8 @@ int Error(const std::string& message) {
   return kExitUsage;
 }
 
-std::string Hex(const BYTE* p, std::size_t n) {
-  std::string s;
-  char buf[4];
-  for (std::size_t i = 0; i < n; ++i) {
-    std::snprintf(buf, sizeof buf, "%02x", p[i]);
-    if (i) s += ' ';
-    s += buf;
-  }
-  return s;
-}
+std::string Hex(const BYTE* p, std::size_t n) { return orvx::text::HexBytes(p, n, ' '); }
+std::string Hex32(DWORD v) { return "0x" + orvx::text::Hex(v, 8); }
 
 // Lists the entries of a size-list block, marking where it stops making sense.
 void PrintSizeLists(std::ostream& out, std::span<const BYTE> block) {
@@ -70,9 +63,7 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
   for (const auto& d : orvx::RecordFields()) {
     out << d.name << std::string(21 - std::min<std::size_t>(d.name.size(), 20), ' ');
     if (d.name == "Flags") {
-      char buf[16];
-      std::snprintf(buf, sizeof buf, "0x%08x", static_cast<unsigned>(f.Flags));
-      out << buf;
+      out << Hex32(f.Flags);
       for (const auto& flag : orvx::RecordFlags())
         if ((r.*flag.get)()) out << ' ' << flag.name;
       if (f.Flags & ~orvx::kDefinedFlagBits) out << " (other bits)";
@@ -143,10 +134,7 @@ int Find(const std::string& path, const std::string& text) {
   orvx::ModelDatabase db;
   std::string error;
   if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
-  const auto lower = [](std::string s) {
-    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return s;
-  };
+  const auto lower = [](std::string_view s) { return orvx::text::FoldCase(s); };
   const std::string needle = lower(text);
   bool any = false;
   for (std::size_t i = 0; i < db.size(); ++i) {
@@ -266,9 +254,11 @@ void PrintTrace(const orvx::PictureTrace& trace) {
     if (step.row < 0) {
       std::cout << "no row matched";
     } else {
-      char bits[16];
-      std::snprintf(bits, sizeof bits, "0x%x", static_cast<unsigned>(step.added));
-      std::cout << "row " << step.row << " (" << step.test << "), bits " << (step.added ? bits : "none");
+      std::cout << "row " << step.row << " (" << step.test << "), bits ";
+      if (step.added)
+        std::cout << "0x" << std::hex << step.added << std::dec;
+      else
+        std::cout << "none";
     }
     if (step.kind != orvx::PictureTraceStep::Option) std::cout << ", ID " << step.id;
     std::cout << "\n";
@@ -328,8 +318,7 @@ int Picture(const PictureOptions& o) {
   std::vector<DWORD> bits;
   for (int b = 0; b < 32; ++b)
     if (pictureId & (DWORD{1} << b)) bits.push_back(DWORD{1} << b);
-  char hex[16];
-  std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(pictureId));
+  const std::string hex = Hex32(pictureId);
 
   if (o.json) {
     orvdb::Json j;
@@ -366,10 +355,7 @@ int Picture(const PictureOptions& o) {
               << "\n";
     std::cout << "picture ID   " << hex << "\n";
     std::cout << "bits        ";
-    for (DWORD b : bits) {
-      std::snprintf(hex, sizeof hex, " 0x%x", static_cast<unsigned>(b));
-      std::cout << hex;
-    }
+    for (DWORD b : bits) std::cout << " 0x" << std::hex << b << std::dec;
     std::cout << (bits.empty() ? " none\n" : "\n");
     for (const auto* list : {&result.in, &result.out}) {
       const char* title = list == &result.in ? "in-tray      " : "out-tray     ";
@@ -404,8 +390,7 @@ int Supported(const std::string& model, DWORD interfaceNumber, const std::string
   const char* meaning = code == CSupportedModel::kSupported        ? "supported"
                         : code == CSupportedModel::kListedUnsupported ? "listed as unsupported"
                                                                       : "not supported";
-  char hex[16];
-  std::snprintf(hex, sizeof hex, "0x%08x", static_cast<unsigned>(code));
+  const std::string hex = Hex32(static_cast<DWORD>(code));
   if (json)
     std::cout << JsonText({{"model", model}, {"interface", interfaceNumber}, {"answer", meaning}, {"code", hex}}) << "\n";
   else
