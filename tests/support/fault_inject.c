@@ -46,27 +46,20 @@ static int open_common(const char* real, const char* path, int flags, mode_t mod
   return fd;
 }
 
-int open(const char* path, int flags, ...) {
-  mode_t mode = 0;
-  if (flags & O_CREAT) {
-    va_list ap;
-    va_start(ap, flags);
-    mode = (mode_t)va_arg(ap, int);
-    va_end(ap);
+/* open and open64 alike: the mode argument is there only with O_CREAT. */
+#define OPEN_WRAPPER(name)                           \
+  int name(const char* path, int flags, ...) {       \
+    mode_t mode = 0;                                 \
+    if (flags & O_CREAT) {                           \
+      va_list ap;                                    \
+      va_start(ap, flags);                           \
+      mode = (mode_t)va_arg(ap, int);                \
+      va_end(ap);                                    \
+    }                                                \
+    return open_common(#name, path, flags, mode);    \
   }
-  return open_common("open", path, flags, mode);
-}
-
-int open64(const char* path, int flags, ...) {
-  mode_t mode = 0;
-  if (flags & O_CREAT) {
-    va_list ap;
-    va_start(ap, flags);
-    mode = (mode_t)va_arg(ap, int);
-    va_end(ap);
-  }
-  return open_common("open64", path, flags, mode);
-}
+OPEN_WRAPPER(open)
+OPEN_WRAPPER(open64)
 
 int close(int fd) {
   if (fd == temp_fd) temp_fd = -1;
