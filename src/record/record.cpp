@@ -138,21 +138,34 @@ constexpr std::size_t StreamOffset() {
 }
 
 // The field copies are unrolled at compile time: every one is a fixed-size
-// move between the stream buffer and the field.
+// move between the stream buffer and the field, its width and both offsets
+// constants (so that instrumented builds, too, compare nothing at run time).
+template <std::size_t I>
+void DecodeField(unsigned char* fields, const BYTE* in) {
+  constexpr std::size_t width = static_cast<std::size_t>(orvx::FieldWidth(kFields[I].type));
+  constexpr std::size_t from = StreamOffset<I>();
+  constexpr std::size_t to = kFields[I].offset;
+  std::memcpy(fields + to, in + from, width);
+}
+
+template <std::size_t I>
+void EncodeField(const unsigned char* fields, BYTE* out) {
+  constexpr std::size_t width = static_cast<std::size_t>(orvx::FieldWidth(kFields[I].type));
+  constexpr std::size_t to = StreamOffset<I>();
+  constexpr std::size_t from = kFields[I].offset;
+  std::memcpy(out + to, fields + from, width);
+}
+
 template <std::size_t First, std::size_t... I>
 void Decode(PrnStaticFields& f, const BYTE* in, std::index_sequence<I...>) {
   auto* base = reinterpret_cast<unsigned char*>(&f);
-  ((std::memcpy(base + kFields[First + I].offset, in + StreamOffset<First + I>(),
-                orvx::FieldWidth(kFields[First + I].type))),
-   ...);
+  (DecodeField<First + I>(base, in), ...);
 }
 
 template <std::size_t First, std::size_t... I>
 void Encode(const PrnStaticFields& f, BYTE* out, std::index_sequence<I...>) {
   const auto* base = reinterpret_cast<const unsigned char*>(&f);
-  ((std::memcpy(out + StreamOffset<First + I>(), base + kFields[First + I].offset,
-                orvx::FieldWidth(kFields[First + I].type))),
-   ...);
+  (EncodeField<First + I>(base, out), ...);
 }
 
 using Head = std::make_index_sequence<orvx::kFieldsBeforeBlock>;
