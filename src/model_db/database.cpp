@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lookup.h"
+#include "orvx/whole_file.h"
 
 namespace orvx {
 
@@ -56,30 +57,38 @@ bool Read(CFile& file, const std::string& source, std::vector<std::unique_ptr<CP
   return true;
 }
 
+// Reads `bytes`, named `source` in errors, into `out`.
+bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
+               std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
+  try {
+    CMemFile file(bytes.data(), bytes.size());
+    return Read(file, source, out, error, consumed);
+  } catch (const std::bad_alloc&) {
+    error = {LoadError::Memory, source + ": not enough memory to load the database", 0};
+    return false;
+  }
+}
+
 }  // namespace
 
+// The whole file is read first: the platform's reader refuses what is no
+// regular file (a FIFO would block), and errors name the file.
 bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
-  CFile file;
-  CFileException openError(CFileException::none, 0, path);
-  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &openError)) {
-    error = {LoadError::Io, path + ": cannot open (" + openError.what() + ")", 0};
+  std::string bytes, problem;
+  if (!ReadWholeFile(path, bytes, problem)) {
+    error = {LoadError::Io, problem, 0};
     return false;
   }
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  if (!Read(file, path, loaded, error)) return false;
+  if (!ReadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, path, loaded, error, nullptr))
+    return false;
   records_ = std::move(loaded);
   return true;
 }
 
 bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed) {
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  try {
-    CMemFile file(bytes.data(), bytes.size());
-    if (!Read(file, "buffer", loaded, error, consumed)) return false;
-  } catch (const std::bad_alloc&) {
-    error = {LoadError::Memory, "buffer: not enough memory to load the database", 0};
-    return false;
-  }
+  if (!ReadBytes(bytes, "buffer", loaded, error, consumed)) return false;
   records_ = std::move(loaded);
   return true;
 }

@@ -86,22 +86,23 @@ std::string WriteTemp(const fs::path& target, std::string_view bytes, std::strin
   return error;
 }
 
+// Why a file of this status is no file to read or replace; "" when it is a
+// regular file (or, for a target, does not exist yet).
+std::string NotARegularFile(const fs::file_status& st) {
+  if (fs::is_directory(st)) return "is a directory";
+  if (fs::exists(st) && !fs::is_regular_file(st)) return "is not a regular file (a device, FIFO or socket)";
+  return {};
+}
+
 }  // namespace
 
 bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& error) {
   bytes.clear();
   std::error_code ec;
   const fs::file_status st = fs::status(path, ec);
-  if (!fs::exists(st)) {
-    error = path + ": no such file";
-    return false;
-  }
-  if (fs::is_directory(st)) {
-    error = path + ": is a directory";
-    return false;
-  }
-  if (!fs::is_regular_file(st)) {
-    error = path + ": is not a regular file (a device, FIFO or socket)";
+  const std::string problem = fs::exists(st) ? NotARegularFile(st) : "no such file";
+  if (!problem.empty()) {
+    error = path + ": " + problem;
     return false;
   }
   CFile file;
@@ -130,8 +131,7 @@ std::string ReplaceFile(const std::string& path, std::string_view bytes) {
   std::error_code ec;
   const fs::file_status st = fs::status(target, ec);
   const bool exists = fs::exists(st);
-  if (exists && fs::is_directory(st)) return path + ": is a directory";
-  if (exists && !fs::is_regular_file(st)) return path + ": is not a regular file (a device, FIFO or socket)";
+  if (const std::string problem = NotARegularFile(st); !problem.empty()) return path + ": " + problem;
   if (target.has_parent_path() && !fs::is_directory(target.parent_path(), ec))
     return path + ": the folder " + target.parent_path().string() + " does not exist";
 

@@ -12,12 +12,9 @@
 namespace orvdb {
 
 bool LoadDatabase(const std::string& path, orvx::ModelDatabase& db, std::string& error) {
-  std::string bytes;
-  if (!orvx::ReadWholeFile(path, bytes, error)) return false;
   orvx::LoadError e;
-  if (db.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, e)) return true;
-  // The loader names its source "buffer"; the user knows it by its path.
-  error = path + e.message.substr(e.message.find(':'));
+  if (db.LoadFile(path, e)) return true;
+  error = e.message;
   return false;
 }
 
