@@ -305,15 +305,11 @@ int Picture(const PictureOptions& o) {
   if (o.explain) trace.emplace();
   orvdb::PictureCaller caller;
   const DWORD pictureId = caller.Call(*record, r);
-  struct TrayResult {
-    std::string name;
-    int id;
+  // The trays as the rule left them: f(name, id) for each in-tray or out-tray.
+  const auto trays = [&](bool out, auto f) {
+    for (std::size_t i = 0; i < (out ? r.outCount : r.inCount); ++i)
+      out ? f(caller.Out(i).GetName().str(), caller.Out(i).GetID()) : f(caller.In(i).GetName().str(), caller.In(i).GetID());
   };
-  struct {
-    std::vector<TrayResult> in, out;
-  } result;
-  for (std::size_t i = 0; i < r.inCount; ++i) result.in.push_back({caller.In(i).GetName().str(), caller.In(i).GetID()});
-  for (std::size_t i = 0; i < r.outCount; ++i) result.out.push_back({caller.Out(i).GetName().str(), caller.Out(i).GetID()});
   const orvx::PictureRoute route = orvx::ChoosePictureRule(record->GetVenderID(), record->GetModelGroupID(), !o.classic);
   std::vector<DWORD> bits;
   for (int b = 0; b < 32; ++b)
@@ -331,9 +327,9 @@ int Picture(const PictureOptions& o) {
     j["pictureId"] = pictureId;
     j["pictureIdHex"] = hex;
     j["bits"] = bits;
-    for (const auto* list : {&result.in, &result.out}) {
-      auto& arr = j[list == &result.in ? "inTrays" : "outTrays"] = orvdb::Json::array();
-      for (const auto& t : *list) arr.push_back({{"name", t.name}, {"id", t.id}});
+    for (const bool out : {false, true}) {
+      auto& arr = j[out ? "outTrays" : "inTrays"] = orvdb::Json::array();
+      trays(out, [&](const std::string& name, int id) { arr.push_back({{"name", name}, {"id", id}}); });
     }
     if (trace) {
       auto& steps = j["explain"] = orvdb::Json::array();
@@ -357,10 +353,10 @@ int Picture(const PictureOptions& o) {
     std::cout << "bits        ";
     for (DWORD b : bits) std::cout << " 0x" << std::hex << b << std::dec;
     std::cout << (bits.empty() ? " none\n" : "\n");
-    for (const auto* list : {&result.in, &result.out}) {
-      const char* title = list == &result.in ? "in-tray      " : "out-tray     ";
-      for (const auto& t : *list) std::cout << title << "\"" << t.name << "\" -> ID " << t.id << "\n";
-    }
+    for (const bool out : {false, true})
+      trays(out, [&](const std::string& name, int id) {
+        std::cout << (out ? "out-tray     " : "in-tray      ") << "\"" << name << "\" -> ID " << id << "\n";
+      });
     if (trace) PrintTrace(*trace);
   }
   return kExitOk;
