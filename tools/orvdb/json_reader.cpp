@@ -204,7 +204,7 @@ void Reader::AddMember(const Value& key, const Value& value) {
   if (count_ == members_.size()) members_.emplace_back();
   Member& m = members_[count_];
   const std::string_view raw = key.text.substr(1, key.text.size() - 2);
-  if (raw.find('\\') == std::string_view::npos) {
+  if (!key.escaped) {
     m.key = raw;
   } else {
     m.storage.clear();
