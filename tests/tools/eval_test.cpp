@@ -238,8 +238,11 @@ TEST(Eval, SyntaxErrorsSayWhatAndWhere) {
     ASSERT_TRUE(answer.contains("error")) << c.request;
     EXPECT_NE(answer["error"].get<std::string>().find(c.error), std::string::npos) << c.request << " -> " << answer;
   }
-  // Escapes, repeated members (the last wins) and members in any order.
+  // Escapes, repeated members (the last wins) and members in any order; escaped
+  // member names survive the member list growing (a fresh evaluator's does).
   EXPECT_EQ(e.Answer(R"( {"calls":[["get",1034]],"op":"info","op":"info"} )"), R"({"results":[-1]})");
+  EXPECT_EQ(orvdb::Evaluator().Answer(R"({"o\u0070":"info","c\u0061lls":[["get",1034]],"op":"info"})"),
+            R"({"results":[-1]})");
   EXPECT_EQ(e.Answer(R"({"op":"picture","vendor":1,"group":0,"inTrays":["Cassette\u00201","\ud83d\ude00\n\"\\"]})"),
             R"({"pictureId":1,"inTrays":[{"name":"Cassette 1","id":20},{"name":"😀\u000a\"\\","id":-1}],"outTrays":[]})");
 }

@@ -194,7 +194,7 @@ bool Reader::Parse(std::string_view text) {
 
 const Value* Reader::Find(std::string_view key) const {
   for (std::size_t i = 0; i < count_; ++i)
-    if (members_[i].key == key) return &members_[i].value;
+    if (members_[i].Name() == key) return &members_[i].value;
   return nullptr;
 }
 
@@ -203,17 +203,16 @@ const Value* Reader::Find(std::string_view key) const {
 void Reader::AddMember(const Value& key, const Value& value) {
   if (count_ == members_.size()) members_.emplace_back();
   Member& m = members_[count_];
-  const std::string_view raw = key.text.substr(1, key.text.size() - 2);
-  if (!key.escaped) {
-    m.key = raw;
-  } else {
-    m.storage.clear();
-    AppendString(key, m.storage);
-    m.key = m.storage;
+  m.escaped = key.escaped;
+  m.raw = key.text.substr(1, key.text.size() - 2);
+  if (m.escaped) {
+    m.decoded.clear();
+    AppendString(key, m.decoded);
   }
+  const std::string_view name = m.Name();
   for (std::size_t i = 0; i < count_; ++i) {
-    const std::string_view k = members_[i].key;
-    if (k.size() == m.key.size() && (k.empty() || k[0] == m.key[0]) && k == m.key) {
+    const std::string_view k = members_[i].Name();
+    if (k.size() == name.size() && (k.empty() || k[0] == name[0]) && k == name) {
       members_[i].value = value;
       return;
     }

@@ -51,7 +51,7 @@ class Reader {
 
   // For an object root: its members, last one winning for a repeated key.
   std::size_t MemberCount() const { return count_; }
-  std::string_view Key(std::size_t i) const { return members_[i].key; }
+  std::string_view Key(std::size_t i) const { return members_[i].Name(); }
   const Value& MemberValue(std::size_t i) const { return members_[i].value; }
   const Value* Find(std::string_view key) const;
 
@@ -66,8 +66,11 @@ class Reader {
 
  private:
   struct Member {
-    std::string_view key;  // into the text, or into `storage` when it had escapes
-    std::string storage;
+    std::string_view raw;  // the name as it stands in the text
+    std::string decoded;   // the name, when it had escapes
+    bool escaped = false;
+    // Not a view kept into `decoded`: growing the member list moves the strings.
+    std::string_view Name() const { return escaped ? std::string_view(decoded) : raw; }
     Value value;
   };
   const char* ParseValue(const char* p, Value& out, int depth);
