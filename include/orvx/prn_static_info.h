@@ -143,10 +143,6 @@ class ORVX_API COptOutTray : public CObject {
   std::int32_t AddUnit = 0;
 };
 
-namespace orvx::picture {
-struct Dispatch;
-}
-
 class ORVX_API CPrnStaticInfo : public CObject {
   ORVX_DECLARE_DYNCREATE(CPrnStaticInfo)
  public:
@@ -228,8 +224,24 @@ class ORVX_API CPrnStaticInfo : public CObject {
   PrnStaticFields& Fields() { return F; }
 
  protected:
-  friend struct orvx::picture::Dispatch;
+  // One rule function per model group; GetPictureID / GetPictureIDEx choose
+  // among them by vendor and group.
+#define ORVX_CLASSIC(name, printer, copier) \
+  DWORD GetOptionFlag_##name(CPtrArray& inTrays, CPtrArray& outTrays, int duplexUnit, int outputUnit);
+#define ORVX_CLASSIC_DUPLEX(name, printer, copier) \
+  DWORD GetOptionFlag_##name(CPtrArray& inTrays, CPtrArray& outTrays, int duplexUnit);
+#define ORVX_EXTENDED(name, printer, copier) \
+  DWORD GetOptionFlagEx_##name(CPtrArray& inTrays, CPtrArray& outTrays, CStringList& optionNames);
+#define ORVX_EXTENDED_DOCS(name, printer, copier)                                                        \
+  DWORD GetOptionFlagEx_##name(CPtrArray& inTrays, CPtrArray& outTrays, CStringList& optionNames, \
+                               CStringList& docOptionNames);
+#define ORVX_CLASSIC_FIXED(result, printer, copier)
 #include "orvx/picture_rules.inc"
+#undef ORVX_CLASSIC
+#undef ORVX_CLASSIC_DUPLEX
+#undef ORVX_EXTENDED
+#undef ORVX_EXTENDED_DOCS
+#undef ORVX_CLASSIC_FIXED
 
  private:
   void SetFlag(DWORD mask, int on) { F.Flags = on ? (F.Flags | mask) : (F.Flags & ~mask); }

@@ -159,6 +159,7 @@ void ScanOut(Scan& s, std::span<const OutRow> rows, CPtrArray& trays, Hook<COptO
 }
 
 DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists) {
+  if (rule.own) return rule.own(record, lists);
   Scan s{record};
   s.result = rule.start;
   s.duplexUnit = lists.duplexUnit;

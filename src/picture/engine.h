@@ -147,6 +147,16 @@ enum class BitPair : std::uint8_t {
   ReplacesStart,  // always; a document unit replaces the start value
 };
 
+// Lists a rule reads; the classic rules have no unit-name lists.
+struct Lists {
+  CPtrArray& in;
+  CPtrArray& out;
+  const CStringList* options = nullptr;
+  const CStringList* docOptions = nullptr;
+  int duplexUnit = 0;
+  int outputUnit = 0;
+};
+
 inline constexpr UINT kManualTray = 9481;
 inline constexpr UINT kDefaultTray = 9482;
 
@@ -154,6 +164,9 @@ inline constexpr UINT kDefaultTray = 9482;
 // bit pair, in-trays, bits by drawer count, zero fallback, out-trays, final
 // bits.
 struct Rule {
+  // The group's own code where rows cannot say it; when set, it runs instead
+  // of everything below.
+  DWORD (*own)(const CPrnStaticInfo&, const Lists&) = nullptr;
   DWORD start = 0;
   std::span<const NameRow> options{};       // each option name, first match
   std::span<const NameRow> moreOptions{};   // a second table each name also goes through
@@ -171,15 +184,6 @@ struct Rule {
   DWORD finalBits = 0;
 };
 
-// Lists a rule reads; the classic rules have no unit-name lists.
-struct Lists {
-  CPtrArray& in;
-  CPtrArray& out;
-  const CStringList* options = nullptr;
-  const CStringList* docOptions = nullptr;
-  int duplexUnit = 0;
-  int outputUnit = 0;
-};
 
 DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists);
 

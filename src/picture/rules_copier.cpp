@@ -1,9 +1,8 @@
 // Classic option rules of the copier line (vendor 2).
 #include "auklet_tables.h"
-#include "engine.h"
+#include "rules.h"
 
 namespace orvx::picture {
-namespace {
 
 // ---- Bunting -------------------------------------------------------------------
 constexpr InRow kBuntingIn[] = {
@@ -18,7 +17,7 @@ constexpr OutRow kBuntingOut[] = {
     {.test = Any(B("Inne", 4)), .id = 51},
 };
 // Out-trays of no row get ID -1.
-constexpr Rule kBunting{.in = kBuntingIn, .byCount = kBuntingByCount, .out = kBuntingOut, .outMissId = -1};
+constexpr Rule classic::Bunting{.in = kBuntingIn, .byCount = kBuntingByCount, .out = kBuntingOut, .outMissId = -1};
 
 // ---- Redshank ------------------------------------------------------------------
 constexpr InRow kRedshankIn[] = {
@@ -31,7 +30,7 @@ constexpr OutRow kRedshankOut[] = {
     {.test = Any(B("Z-2966", 6), B("Job Se", 6)), .bits = 0x400000, .id = 90},
     {.test = Any(B("Face D", 6)), .bits = 0x800000, .id = 51},
 };
-constexpr Rule kRedshank{.in = kRedshankIn, .byCount = kRedshankByCount, .out = kRedshankOut, .duplexBit = 0x10000};
+constexpr Rule classic::Redshank{.in = kRedshankIn, .byCount = kRedshankByCount, .out = kRedshankOut, .duplexBit = 0x10000};
 
 // ---- Tern (three drawers show as four) --------------------------------------------
 constexpr InRow kTernIn[] = {
@@ -47,7 +46,7 @@ constexpr OutRow kTernOut[] = {
     {.test = Any(B("Left", 4)), .id = 50},
     {.test = Any(B("R-9591", 6), B("Mailbo", 6)), .bits = 0x800000, .id = 87},
 };
-constexpr Rule kTern{.in = kTernIn, .byCount = kTernByCount, .out = kTernOut};
+constexpr Rule classic::Tern{.in = kTernIn, .byCount = kTernByCount, .out = kTernOut};
 
 // ---- Ibis (Tern's out-trays without the mailbox) -------------------------------------
 constexpr InRow kIbisIn[] = {
@@ -56,7 +55,7 @@ constexpr InRow kIbisIn[] = {
     {.test = Any(B("Tray", 4)), .step = Step::Count},
 };
 constexpr CountBits kIbisByCount[] = {{2, 2, 0x4003}, {3, 4, 0x400F}};
-constexpr Rule kIbis{.in = kIbisIn, .byCount = kIbisByCount, .out = std::span(kTernOut).first(3)};
+constexpr Rule classic::Ibis{.in = kIbisIn, .byCount = kIbisByCount, .out = std::span(kTernOut).first(3)};
 
 // ---- Avocet (the sixth in-tray is a side feeder; finisher trays counted) -------------
 constexpr InRow kAvocetIn[] = {
@@ -72,7 +71,7 @@ constexpr OutRow kAvocetOut[] = {
     {.test = Any(B("HI-372", 6), B("Multi F", 7), B("Sub T", 5)), .bits = 0x500000, .id = 91, .step = Step::Finisher},
     {.test = Any(B("RJ-7", 4), B("Multi T", 7)), .bits = 0x800000, .id = 92},
 };
-constexpr Rule kAvocet{.in = kAvocetIn, .zeroFallback = 0x100F, .out = kAvocetOut};
+constexpr Rule classic::Avocet{.in = kAvocetIn, .zeroFallback = 0x100F, .out = kAvocetOut};
 
 // ---- Quail ---------------------------------------------------------------------
 constexpr InRow kQuailIn[] = {
@@ -85,7 +84,7 @@ constexpr OutRow kQuailOut[] = {
     {.test = Any(B("Face D", 6), B("Face-d", 6)), .id = 51},
     {.test = Any(B("V-3084", 6), Is("HI-24"), B("Docume", 6)), .bits = 0x100000, .id = 86},
 };
-constexpr Rule kQuail{.in = kQuailIn, .byCount = kQuailByCount, .out = kQuailOut};
+constexpr Rule classic::Quail{.in = kQuailIn, .byCount = kQuailByCount, .out = kQuailOut};
 
 // ---- Auklet: two in-tray tables, chosen by the fifth in-tray's name -------------------
 // Fifth tray "Cassette 4": cassettes are drawers up to four, then a side feeder.
@@ -97,37 +96,12 @@ constexpr InRow kAukletFourCassettesIn[] = {
 };
 // Otherwise: the cassette table the extended rule shares (auklet_tables.h).
 constexpr Rule kAukletFourCassettes{.in = kAukletFourCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
-constexpr Rule kAuklet{.in = kAukletCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
-
-}  // namespace
-}  // namespace orvx::picture
-
-using orvx::picture::Lists;
-using orvx::picture::Run;
-
-DWORD CPrnStaticInfo::GetOptionFlag_Bunting(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kBunting, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Ibis(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kIbis, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Tern(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kTern, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Redshank(CPtrArray& in, CPtrArray& out, int duplexUnit, int) {
-  return Run(orvx::picture::kRedshank, *this, Lists{in, out, nullptr, nullptr, duplexUnit});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Quail(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kQuail, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Bittern(CPtrArray& in, CPtrArray& out, int duplexUnit, int outputUnit) {
-  return GetOptionFlag_Grebe(in, out, duplexUnit, outputUnit);
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Avocet(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kAvocet, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Auklet(CPtrArray& in, CPtrArray& out, int) {
+constexpr Rule kAukletCassettes{.in = kAukletCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
+static DWORD ChooseAuklet(const CPrnStaticInfo& record, const Lists& lists) {
   const bool fourCassettes =
-      in.GetSize() > 4 && static_cast<COptInTray*>(in.GetAt(4))->GetName() == "Cassette 4";
-  return Run(fourCassettes ? orvx::picture::kAukletFourCassettes : orvx::picture::kAuklet, *this, Lists{in, out});
+      lists.in.GetSize() > 4 && static_cast<const COptInTray*>(lists.in.GetAt(4))->GetName() == "Cassette 4";
+  return Run(fourCassettes ? kAukletFourCassettes : kAukletCassettes, record, lists);
 }
+constexpr Rule classic::Auklet{.own = ChooseAuklet};
+
+}  // namespace orvx::picture

@@ -4,10 +4,9 @@
 #include <array>
 
 #include "auklet_tables.h"
-#include "engine.h"
+#include "rules.h"
 
 namespace orvx::picture {
-namespace {
 
 // ---- Plover --------------------------------------------------------------------
 // One feeder configuration: in-tray count, "GX-268" units, "GX-261" and
@@ -53,6 +52,51 @@ constexpr OutRow kPloverOut[] = {
      .id = 92},
 };
 
+// The configuration is the first row that has this many in-trays and units;
+// without one, no bits and the slots of row 1.
+static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
+  std::array<int, kPloverUnits> units{};
+  if (lists.options)
+    for (const CString& name : *lists.options) {
+      for (std::size_t u = 0; u < units.size(); ++u) {
+        if (kPloverUnitTests[u].Matches(name.view())) {
+          ++units[u];
+          break;
+        }
+      }
+    }
+  bool docUnit = false;
+  if (lists.docOptions)
+    for (const CString& name : *lists.docOptions) docUnit = docUnit || name.view().starts_with("NMFR-8");
+
+  Scan s{record};
+  if (record.GetVenderID() == 2) s.result = 0x800 | (docUnit ? 0x4000000 : 0x2000000);
+
+  const int c = lists.in.GetSize();
+  const FeederConfig* chosen = &kPloverFeeders[0];
+  for (const auto& row : kPloverFeeders) {
+    if (row.inTrays == c && row.gx268 == units[kGX268] && row.gx261 == (units[kGX261] > 0) &&
+        row.gx266 == (units[kGX266] > 0)) {
+      s.result |= static_cast<DWORD>(row.bits);
+      chosen = &row;
+      break;
+    }
+  }
+  if (c <= 6)
+    for (int j = 0; j < c; ++j)
+      static_cast<COptInTray*>(lists.in.GetAt(j))->SetID(chosen->slots[static_cast<std::size_t>(j)]);
+
+  ScanOut(s, kPloverOut, lists.out);
+
+  if (units[kHI331] || units[kHI372]) s.result |= 0x100000;
+  if (units[kRJ7]) s.result |= 0x800000;
+  if (units[kFU2]) s.result |= 0x400000;
+  // The configurations' 0x1000000 needs a finisher unit.
+  if (!(s.result & 0x100000)) s.result &= ~DWORD{0x1000000};
+  return s.result;
+}
+constexpr Rule extended::Plover{.own = PloverByFeeders};
+
 // ---- Auklet ----------------------------------------------------------------------
 // The "(J)" models: cassettes are drawers up to four, then the side feeder.
 constexpr InRow kAukletJIn[] = {
@@ -63,7 +107,13 @@ constexpr InRow kAukletJIn[] = {
 };
 // Other models: the cassette table of the classic rule (auklet_tables.h).
 constexpr Rule kAukletJ{.in = kAukletJIn, .out = kAukletOut};
-constexpr Rule kAukletEx{.in = kAukletCassettesIn, .out = kAukletOut};
+constexpr Rule kAukletCassettes{.in = kAukletCassettesIn, .out = kAukletOut};
+static DWORD ChooseAuklet(const CPrnStaticInfo& record, const Lists& lists) {
+  const CString& model = record.GetModelName();
+  const bool jModel = model == "WR-4697(J)" || model == "WR-1949(J)";
+  return Run(jModel ? kAukletJ : kAukletCassettes, record, lists);
+}
+constexpr Rule extended::Auklet{.own = ChooseAuklet};
 
 // ---- Gannet ----------------------------------------------------------------------
 constexpr NameRow kGannetOptions[] = {
@@ -88,67 +138,10 @@ constexpr OutRow kGannetOut[] = {
                  B("Finisher Tray 4", 15), B("Finisher Tray 5", 15), B("Multi Tray", 10)),
      .bits = 0x800000, .id = 92},
 };
-constexpr Rule kGannet{.options = kGannetOptions,
+constexpr Rule extended::Gannet{.options = kGannetOptions,
                        .moreOptions = kGannetFeederOptions,
                        .in = kGannetIn,
                        .zeroFallback = 0x100F,
                        .out = kGannetOut};
 
-}  // namespace
 }  // namespace orvx::picture
-
-using orvx::picture::Lists;
-using orvx::picture::Run;
-
-DWORD CPrnStaticInfo::GetOptionFlagEx_Plover(CPtrArray& in, CPtrArray& out, CStringList& options,
-                                             CStringList& docOptions) {
-  using namespace orvx::picture;
-  std::array<int, kPloverUnits> units{};
-  for (const CString& name : options) {
-    for (std::size_t u = 0; u < units.size(); ++u) {
-      if (kPloverUnitTests[u].Matches(name.view())) {
-        ++units[u];
-        break;
-      }
-    }
-  }
-  bool docUnit = false;
-  for (const CString& name : docOptions) docUnit = docUnit || name.view().starts_with("NMFR-8");
-
-  Scan s{*this};
-  if (GetVenderID() == 2) s.result = 0x800 | (docUnit ? 0x4000000 : 0x2000000);
-
-  // The configuration is the first row that has this many in-trays and units;
-  // without one, no bits and the slots of row 1.
-  const int c = in.GetSize();
-  const FeederConfig* chosen = &kPloverFeeders[0];
-  for (const auto& row : kPloverFeeders) {
-    if (row.inTrays == c && row.gx268 == units[kGX268] && row.gx261 == (units[kGX261] > 0) &&
-        row.gx266 == (units[kGX266] > 0)) {
-      s.result |= static_cast<DWORD>(row.bits);
-      chosen = &row;
-      break;
-    }
-  }
-  if (c <= 6)
-    for (int j = 0; j < c; ++j) static_cast<COptInTray*>(in.GetAt(j))->SetID(chosen->slots[static_cast<std::size_t>(j)]);
-
-  ScanOut(s, kPloverOut, out);
-
-  if (units[kHI331] || units[kHI372]) s.result |= 0x100000;
-  if (units[kRJ7]) s.result |= 0x800000;
-  if (units[kFU2]) s.result |= 0x400000;
-  // The configurations' 0x1000000 needs a finisher unit.
-  if (!(s.result & 0x100000)) s.result &= ~DWORD{0x1000000};
-  return s.result;
-}
-
-DWORD CPrnStaticInfo::GetOptionFlagEx_Auklet(CPtrArray& in, CPtrArray& out, CStringList&) {
-  const CString& model = GetModelName();
-  const bool jModel = model == "WR-4697(J)" || model == "WR-1949(J)";
-  return Run(jModel ? orvx::picture::kAukletJ : orvx::picture::kAukletEx, *this, Lists{in, out});
-}
-
-DWORD CPrnStaticInfo::GetOptionFlagEx_Gannet(CPtrArray& in, CPtrArray& out, CStringList& options, CStringList&) {
-  return Run(orvx::picture::kGannet, *this, Lists{in, out, &options});
-}

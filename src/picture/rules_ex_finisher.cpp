@@ -1,9 +1,8 @@
 // Extended option rules of the groups with finishers, job separators,
 // mailboxes and the document-unit bit pair.
-#include "engine.h"
+#include "rules.h"
 
 namespace orvx::picture {
-namespace {
 
 // ---- Kestrel (and Osprey) --------------------------------------------------------
 constexpr NameRow kKestrelOptions[] = {
@@ -28,11 +27,13 @@ constexpr OutRow kKestrelOut[] = {
     {.test = Any(B("Z-2335", 6), B("ZB-283", 6), B("Job Se", 6)), .bits = 0x400000, .id = 90},
     {.test = Any(B("R-9591", 6), B("RJ-272", 6), B("Mailbo", 6)), .bits = 0x800000, .id = 87},
 };
-constexpr Rule kKestrel{.options = kKestrelOptions,
+constexpr Rule extended::Kestrel{.options = kKestrelOptions,
                         .docUnit = Any(B("NMFR-9", 6), B("HG-976", 6), B("Docume", 6)),
                         .pair = BitPair::VendorTwo,
                         .in = kKestrelIn,
                         .out = kKestrelOut};
+// Osprey's units and trays are Kestrel's.
+constexpr Rule extended::Osprey = extended::Kestrel;
 
 // ---- Eider -----------------------------------------------------------------------
 constexpr NameRow kEiderOptions[] = {
@@ -54,7 +55,7 @@ constexpr OutRow kEiderOut[] = {
     {.test = Any(B("RJ-272", 6), B("RJ-284", 6), B("Mailbo", 6)), .bits = 0x800000, .id = 95},
     {.test = Any(B("FU-404", 6), B("Bookle", 6)), .bits = 0x200000},
 };
-constexpr Rule kEider{.options = kEiderOptions,
+constexpr Rule extended::Eider{.options = kEiderOptions,
                       .docUnit = Any(B("HG-937", 6), B("HG-918", 6), B("HG-942", 6)),
                       .pair = BitPair::VendorTwo,
                       .in = kEiderIn,
@@ -70,7 +71,7 @@ constexpr OutRow kWagtailOut[] = {
     {.test = Any(B("HI-678", 6), B("Inner", 5)), .bits = 0x100000, .id = 89},
     {.test = Any(B("ZB-033", 6), B("Job Se", 6)), .bits = 0x400000, .id = 90},
 };
-constexpr Rule kWagtail{
+constexpr Rule extended::Wagtail{
     .docUnit = Any(B("HG-388", 6)), .pair = BitPair::VendorTwo, .in = kWagtailIn, .out = kWagtailOut};
 
 // ---- Shrike ----------------------------------------------------------------------
@@ -85,7 +86,7 @@ constexpr OutRow kShrikeOut[] = {
     {.test = Any(B("HI-31", 5), B("Inner", 5)), .bits = 0x1000000, .id = 89},
     {.test = Any(B("ZB-182", 6), B("Job Se", 6)), .bits = 0x400000, .id = 90},
 };
-constexpr Rule kShrike{
+constexpr Rule extended::Shrike{
     .docUnit = Any(B("HG-706", 6), B("Docume", 6)), .pair = BitPair::VendorTwo, .in = kShrikeIn, .out = kShrikeOut};
 
 // ---- Lapwing (starts at 0x2000000 on every vendor) -----------------------------------
@@ -96,36 +97,10 @@ constexpr InRow kLapwingIn[] = {
 constexpr OutRow kLapwingOut[] = {
     {.test = Any(B("Face D", 6), B("Face-d", 6), B("Top Tr", 6)), .bits = 0x40000, .id = 51},
 };
-constexpr Rule kLapwing{.start = 0x2000000,
+constexpr Rule extended::Lapwing{.start = 0x2000000,
                         .docUnit = Any(B("HG-", 3), B("Doc-", 4)),
                         .pair = BitPair::ReplacesStart,
                         .in = kLapwingIn,
                         .out = kLapwingOut};
 
-}  // namespace
 }  // namespace orvx::picture
-
-using orvx::picture::Lists;
-using orvx::picture::Run;
-
-DWORD CPrnStaticInfo::GetOptionFlagEx_Kestrel(CPtrArray& in, CPtrArray& out, CStringList& options,
-                                              CStringList& docOptions) {
-  return Run(orvx::picture::kKestrel, *this, Lists{in, out, &options, &docOptions});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Osprey(CPtrArray& in, CPtrArray& out, CStringList& options,
-                                             CStringList& docOptions) {
-  return GetOptionFlagEx_Kestrel(in, out, options, docOptions);
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Eider(CPtrArray& in, CPtrArray& out, CStringList& options,
-                                            CStringList& docOptions) {
-  return Run(orvx::picture::kEider, *this, Lists{in, out, &options, &docOptions});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Wagtail(CPtrArray& in, CPtrArray& out, CStringList&, CStringList& docOptions) {
-  return Run(orvx::picture::kWagtail, *this, Lists{in, out, nullptr, &docOptions});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Shrike(CPtrArray& in, CPtrArray& out, CStringList&, CStringList& docOptions) {
-  return Run(orvx::picture::kShrike, *this, Lists{in, out, nullptr, &docOptions});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Lapwing(CPtrArray& in, CPtrArray& out, CStringList&, CStringList& docOptions) {
-  return Run(orvx::picture::kLapwing, *this, Lists{in, out, nullptr, &docOptions});
-}

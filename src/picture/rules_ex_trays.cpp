@@ -1,9 +1,8 @@
 // Extended option rules of the groups that know trays, feeders and duplex
 // units only.
-#include "engine.h"
+#include "rules.h"
 
 namespace orvx::picture {
-namespace {
 
 // ---- Nightjar: the default of the printer line ---------------------------------------
 constexpr NameRow kNightjarOptions[] = {
@@ -26,7 +25,7 @@ constexpr OutRow kNightjarOut[] = {
     {.test = Any(B("IL", 2), B("Bulk", 4), B("Pape", 4)), .bits = 0x200000, .id = 72},
     {.test = Any(B("HH", 2)), .bits = 0x10000},  // a duplex unit listed as an out-tray
 };
-constexpr Rule kNightjar{.options = kNightjarOptions, .in = kNightjarIn, .out = kNightjarOut};
+constexpr Rule extended::Nightjar{.options = kNightjarOptions, .in = kNightjarIn, .out = kNightjarOut};
 
 // ---- Dunlin (no drawer counter; always 0x4000000) ---------------------------------------
 constexpr InRow kDunlinIn[] = {
@@ -41,7 +40,7 @@ constexpr OutRow kDunlinOut[] = {
     {.test = Any(B("Face U", 6)), .id = 50},
     {.test = Any(B("Face D", 6), B("Top Tr", 6)), .id = 51},
 };
-constexpr Rule kDunlin{.in = kDunlinIn, .out = kDunlinOut, .finalBits = 0x4000000};
+constexpr Rule extended::Dunlin{.in = kDunlinIn, .out = kDunlinOut, .finalBits = 0x4000000};
 
 // ---- Wren ----------------------------------------------------------------------
 constexpr NameRow kWrenOptions[] = {
@@ -55,7 +54,7 @@ constexpr OutRow kWrenOut[] = {
     {.test = Any(B("Rear T", 6)), .id = 50},
     {.test = Any(B("Top T", 5)), .id = 51},
 };
-constexpr Rule kWren{.options = kWrenOptions, .in = kWrenIn, .out = kWrenOut};
+constexpr Rule extended::Wren{.options = kWrenOptions, .in = kWrenIn, .out = kWrenOut};
 
 // ---- Yellowlegs (the second in-tray is the standard cassette) ----------------------------
 constexpr InRow kYellowlegsIn[] = {
@@ -68,7 +67,7 @@ constexpr OutRow kHyphenFaceOut[] = {
     {.test = Any(B("Face-u", 6)), .id = 50},
     {.test = Any(B("Face-d", 6)), .id = 51},
 };
-constexpr Rule kYellowlegs{.in = kYellowlegsIn, .out = kHyphenFaceOut};
+constexpr Rule extended::Yellowlegs{.in = kYellowlegsIn, .out = kHyphenFaceOut};
 
 // ---- Heron (the fourth of four in-trays is no drawer) ------------------------------------
 constexpr InRow kHeronExIn[] = {
@@ -76,26 +75,6 @@ constexpr InRow kHeronExIn[] = {
     {.test = Any(B("Cassette 1", 10)), .bits = 0x1, .id = 20},
     {.test = Any(B("GX-966", 6), B("Cass", 4), B("Feed", 4)), .when = kNotFourthOfFour, .step = Step::LowDrawer},
 };
-constexpr Rule kHeronEx{.in = kHeronExIn, .out = kHyphenFaceOut};
+constexpr Rule extended::Heron{.in = kHeronExIn, .out = kHyphenFaceOut};
 
-}  // namespace
 }  // namespace orvx::picture
-
-using orvx::picture::Lists;
-using orvx::picture::Run;
-
-DWORD CPrnStaticInfo::GetOptionFlagEx_Nightjar(CPtrArray& in, CPtrArray& out, CStringList& options) {
-  return Run(orvx::picture::kNightjar, *this, Lists{in, out, &options});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Dunlin(CPtrArray& in, CPtrArray& out, CStringList&) {
-  return Run(orvx::picture::kDunlin, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Wren(CPtrArray& in, CPtrArray& out, CStringList& options) {
-  return Run(orvx::picture::kWren, *this, Lists{in, out, &options});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Yellowlegs(CPtrArray& in, CPtrArray& out, CStringList&) {
-  return Run(orvx::picture::kYellowlegs, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlagEx_Heron(CPtrArray& in, CPtrArray& out, CStringList&) {
-  return Run(orvx::picture::kHeronEx, *this, Lists{in, out});
-}

@@ -1,23 +1,22 @@
 // Classic option rules of the printer line (vendor 1).
-#include "engine.h"
+#include "rules.h"
 
 namespace orvx::picture {
-namespace {
 
 // ---- Jacana ------------------------------------------------------------------
 // An in-tray with an add-on unit is the "GX-1" feeder whatever its name.
-void JacanaInPre(Scan&, COptInTray& tray) {
+static void JacanaInPre(Scan&, COptInTray& tray) {
   if (tray.GetAddUnit()) tray.SetName("GX-1");
 }
 // An out-tray with an add-on unit is named after it: bit 0x1 "IL-4", else 0x2 "IL-2".
-void JacanaOutPre(Scan&, COptOutTray& tray) {
+static void JacanaOutPre(Scan&, COptOutTray& tray) {
   const int u = tray.GetAddUnit();
   if (!u) return;
   const CString name = (u & 0x1) ? CString("IL-4") : (u & 0x2) ? CString("IL-2") : tray.GetName();
   tray.SetName(name);
 }
 // The "IL-2" stacker with unit bit 0x4 has a second bin.
-void JacanaStackerBin(Scan& s, COptOutTray& tray) {
+static void JacanaStackerBin(Scan& s, COptOutTray& tray) {
   if (tray.GetAddUnit() & 0x4) {
     s.result |= 0x400000;
     tray.SetID(6);
@@ -41,7 +40,7 @@ constexpr OutRow kJacanaOut[] = {
     {.test = Any(B("IL-2", 4)), .bits = 0x200000, .id = 2, .stacker = true, .hook = JacanaStackerBin},
     {.test = Any(B("IL-4", 4)), .bits = 0x8000, .id = 1},
 };
-constexpr Rule kJacana{.inPre = JacanaInPre, .in = kJacanaIn, .outPre = JacanaOutPre, .out = kJacanaOut,
+constexpr Rule classic::Jacana{.inPre = JacanaInPre, .in = kJacanaIn, .outPre = JacanaOutPre, .out = kJacanaOut,
                        .duplexBit = 0x10000, .outputUnitBit = 0x8000};
 
 // ---- Crake ---------------------------------------------------------------------
@@ -58,11 +57,11 @@ constexpr OutRow kFaceUpDownOut[] = {
     {.test = Any(B("Face U", 6)), .id = 50},
     {.test = Any(B("Face D", 6)), .id = 51},
 };
-constexpr Rule kCrake{.in = kCrakeIn, .out = kFaceUpDownOut};
+constexpr Rule classic::Crake{.in = kCrakeIn, .out = kFaceUpDownOut};
 
 // ---- Finch ---------------------------------------------------------------------
 // With the output unit installed, the face-up tray is the unit's tray.
-void FinchOutPre(Scan& s, COptOutTray& tray) {
+static void FinchOutPre(Scan& s, COptOutTray& tray) {
   if (tray.GetName() == "Face Up Tray" && s.outputUnit == 1) tray.SetName("IL-15 / IL-17");
 }
 
@@ -82,12 +81,12 @@ constexpr OutRow kFinchOut[] = {
     {.test = Any(B("IL-2C", 5)), .bits = 0x200000, .id = 72, .stacker = true},
     {.test = Any(B("IL-15", 5)), .bits = 0x8000, .id = 70},
 };
-constexpr Rule kFinch{.in = kFinchIn, .outPre = FinchOutPre, .out = kFinchOut, .duplexBit = 0x10000,
+constexpr Rule classic::Finch{.in = kFinchIn, .outPre = FinchOutPre, .out = kFinchOut, .duplexBit = 0x10000,
                       .outputUnitBit = 0x8000};
 
 // ---- Vireo ---------------------------------------------------------------------
 // The sorter's tray named exactly after its code tells its delivery side.
-void VireoDeliverySuffix(Scan&, COptOutTray& tray) {
+static void VireoDeliverySuffix(Scan&, COptOutTray& tray) {
   const int d = tray.GetDerivery();
   if (d == 3) tray.SetName(tray.GetName() + " Face Up");
   if (d == 4) tray.SetName(tray.GetName() + " Face Down");
@@ -111,7 +110,7 @@ constexpr OutRow kVireoOut[] = {
     {.test = Any(B("Document Finisher", 17)), .bits = 0x200000, .id = 81},
     {.test = Any(B("9bin Sorter", 11)), .bits = 0x400000, .id = 83},
 };
-constexpr Rule kVireo{.in = kVireoIn, .byCount = kVireoByCount, .out = kVireoOut};
+constexpr Rule classic::Vireo{.in = kVireoIn, .byCount = kVireoByCount, .out = kVireoOut};
 
 // ---- Fulmar (no drawer counter: every second drawer is slot 21) -----------------
 constexpr InRow kFulmarIn[] = {
@@ -122,7 +121,7 @@ constexpr InRow kFulmarIn[] = {
     {.test = Any(Is("Cassette 1")), .bits = 0x1, .id = 20},
     {.test = Any(Is("Cassette 2")), .bits = 0x2, .id = 21},
 };
-constexpr Rule kFulmar{.in = kFulmarIn, .out = kFaceUpDownOut};
+constexpr Rule classic::Fulmar{.in = kFulmarIn, .out = kFaceUpDownOut};
 
 // ---- Egret ---------------------------------------------------------------------
 constexpr InRow kEgretIn[] = {
@@ -131,7 +130,7 @@ constexpr InRow kEgretIn[] = {
     {.test = Any(B("Defa", 4)), .bits = 0x1, .id = 20, .rename = kDefaultTray},
     {.test = Any(B("GX", 2), B("Feed", 4)), .step = Step::Drawer},
 };
-constexpr Rule kEgret{.in = kEgretIn, .out = kFaceUpDownOut, .duplexBit = 0x10000};
+constexpr Rule classic::Egret{.in = kEgretIn, .out = kFaceUpDownOut, .duplexBit = 0x10000};
 
 // ---- Mallard -------------------------------------------------------------------
 constexpr InRow kMallardIn[] = {
@@ -141,7 +140,7 @@ constexpr InRow kMallardIn[] = {
     {.test = Any(B("GX", 2), B("Feed", 4)), .step = Step::Count},
 };
 constexpr CountBits kMallardByCount[] = {{2, INT_MAX, 0x4}};
-constexpr Rule kMallard{.in = kMallardIn, .byCount = kMallardByCount, .out = kFaceUpDownOut};
+constexpr Rule classic::Mallard{.in = kMallardIn, .byCount = kMallardByCount, .out = kFaceUpDownOut};
 
 // ---- Dipper --------------------------------------------------------------------
 constexpr InRow kDipperIn[] = {
@@ -160,7 +159,7 @@ constexpr OutRow kDipperOut[] = {
     {.test = Any(B("NE", 2), B("5bin", 4)), .bits = 0x100000, .id = 57},
     {.test = Any(B("IL", 2), B("Bulk", 4), B("Pape", 4)), .bits = 0x200000, .id = 72},
 };
-constexpr Rule kDipper{.in = kDipperIn, .out = kDipperOut, .duplexBit = 0x10000};
+constexpr Rule classic::Dipper{.in = kDipperIn, .out = kDipperOut, .duplexBit = 0x10000};
 
 // ---- Curlew (the low n bits, plus 0x10000 for an odd n) --------------------------
 constexpr InRow kCurlewIn[] = {
@@ -176,7 +175,7 @@ constexpr OutRow kCurlewOut[] = {
     {.test = Any(B("HI-2", 4), B("Docu", 4)), .bits = 0x200000, .id = 81},
     {.test = Any(B("NE-9", 4), B("9bin", 4)), .bits = 0x400000, .id = 83},
 };
-constexpr Rule kCurlew{.in = kCurlewIn, .byCount = kCurlewByCount, .out = kCurlewOut};
+constexpr Rule classic::Curlew{.in = kCurlewIn, .byCount = kCurlewByCount, .out = kCurlewOut};
 
 // ---- Grebe (the fourth of four in-trays can only be a large-capacity feeder) ----
 constexpr InRow kGrebeIn[] = {
@@ -196,7 +195,9 @@ constexpr OutRow kGrebeOut[] = {
     {.test = Any(B("Z-2335", 6), B("Job Se", 6)), .bits = 0x400000, .id = 90},
     {.test = Any(B("R-9591", 6), B("Mailbo", 6)), .bits = 0x800000, .id = 87},
 };
-constexpr Rule kGrebe{.in = kGrebeIn, .out = kGrebeOut};
+constexpr Rule classic::Grebe{.in = kGrebeIn, .out = kGrebeOut};
+// The copier line's Bittern group draws exactly like Grebe.
+constexpr Rule classic::Bittern = classic::Grebe;
 
 // ---- Heron (only the hyphenated face-up / face-down names count) ------------------
 constexpr InRow kHeronIn[] = {
@@ -208,44 +209,6 @@ constexpr OutRow kHeronOut[] = {
     {.test = Any(B("Face-u", 6)), .id = 50},
     {.test = Any(B("Face-d", 6)), .id = 51},
 };
-constexpr Rule kHeron{.in = kHeronIn, .out = kHeronOut, .duplexBit = 0x10000};
+constexpr Rule classic::Heron{.in = kHeronIn, .out = kHeronOut, .duplexBit = 0x10000};
 
-}  // namespace
 }  // namespace orvx::picture
-
-using orvx::picture::Lists;
-using orvx::picture::Run;
-
-DWORD CPrnStaticInfo::GetOptionFlag_Jacana(CPtrArray& in, CPtrArray& out, int duplexUnit, int outputUnit) {
-  return Run(orvx::picture::kJacana, *this, Lists{in, out, nullptr, nullptr, duplexUnit, outputUnit});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Crake(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kCrake, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Finch(CPtrArray& in, CPtrArray& out, int duplexUnit, int outputUnit) {
-  return Run(orvx::picture::kFinch, *this, Lists{in, out, nullptr, nullptr, duplexUnit, outputUnit});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Vireo(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kVireo, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Fulmar(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kFulmar, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Egret(CPtrArray& in, CPtrArray& out, int duplexUnit, int) {
-  return Run(orvx::picture::kEgret, *this, Lists{in, out, nullptr, nullptr, duplexUnit});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Mallard(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kMallard, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Dipper(CPtrArray& in, CPtrArray& out, int duplexUnit, int) {
-  return Run(orvx::picture::kDipper, *this, Lists{in, out, nullptr, nullptr, duplexUnit});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Curlew(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kCurlew, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Grebe(CPtrArray& in, CPtrArray& out, int, int) {
-  return Run(orvx::picture::kGrebe, *this, Lists{in, out});
-}
-DWORD CPrnStaticInfo::GetOptionFlag_Heron(CPtrArray& in, CPtrArray& out, int duplexUnit) {
-  return Run(orvx::picture::kHeron, *this, Lists{in, out, nullptr, nullptr, duplexUnit});
-}
