@@ -1,6 +1,6 @@
 // Classic option rules of the copier line (vendor 2).
-#include "auklet_tables.h"
 #include "rules.h"
+#include "shared_rows.h"
 
 namespace orvx::picture {
 
@@ -94,7 +94,7 @@ constexpr InRow kAukletFourCassettesIn[] = {
     {.test = Any(B("Casse", 5)), .when = CountBelow(4), .step = Step::LowDrawer},
     {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
 };
-// Otherwise: the cassette table the extended rule shares (auklet_tables.h).
+// Otherwise: the cassette table the extended rule shares (shared_rows.h).
 constexpr Rule kAukletFourCassettes{.in = kAukletFourCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
 constexpr Rule kAukletCassettes{.in = kAukletCassettesIn, .zeroFallback = 0x100F, .out = kAukletOut};
 static DWORD ChooseAuklet(const CPrnStaticInfo& record, const Lists& lists) {

@@ -3,8 +3,8 @@
 // finisher trays.
 #include <array>
 
-#include "auklet_tables.h"
 #include "rules.h"
+#include "shared_rows.h"
 
 namespace orvx::picture {
 
@@ -105,7 +105,7 @@ constexpr InRow kAukletJIn[] = {
     {.test = Any(B("Casse", 5)), .when = CountIs(4), .bits = 0x200, .id = 88},
     {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
 };
-// Other models: the cassette table of the classic rule (auklet_tables.h).
+// Other models: the cassette table of the classic rule (shared_rows.h).
 constexpr Rule kAukletJ{.in = kAukletJIn, .out = kAukletOut};
 constexpr Rule kAukletCassettes{.in = kAukletCassettesIn, .out = kAukletOut};
 static DWORD ChooseAuklet(const CPrnStaticInfo& record, const Lists& lists) {

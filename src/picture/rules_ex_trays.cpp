@@ -1,6 +1,7 @@
 // Extended option rules of the groups that know trays, feeders and duplex
 // units only.
 #include "rules.h"
+#include "shared_rows.h"
 
 namespace orvx::picture {
 
@@ -61,11 +62,6 @@ constexpr InRow kYellowlegsIn[] = {
     {.test = Any(B("Multi", 5), B("Bypas", 5), B("Manual", 6), B("MP", 2)), .bits = 0x800, .id = 12},
     {.test = Any(B("Cass", 4)), .when = IndexIs(1), .bits = 0x1, .id = 20},
     {.test = Any(B("GX-5", 4), B("Cass", 4), B("Feed", 4)), .step = Step::Drawer},
-};
-// Only the hyphenated face-up / face-down names count.
-constexpr OutRow kHyphenFaceOut[] = {
-    {.test = Any(B("Face-u", 6)), .id = 50},
-    {.test = Any(B("Face-d", 6)), .id = 51},
 };
 constexpr Rule extended::Yellowlegs{.in = kYellowlegsIn, .out = kHyphenFaceOut};
 

@@ -1,5 +1,6 @@
 // Classic option rules of the printer line (vendor 1).
 #include "rules.h"
+#include "shared_rows.h"
 
 namespace orvx::picture {
 
@@ -205,10 +206,6 @@ constexpr InRow kHeronIn[] = {
     {.test = Any(B("Cassette 1", 10)), .bits = 0x1, .id = 20},
     {.test = Any(B("GX-966", 6), B("Cass", 4), B("Feed", 4)), .step = Step::Drawer},
 };
-constexpr OutRow kHeronOut[] = {
-    {.test = Any(B("Face-u", 6)), .id = 50},
-    {.test = Any(B("Face-d", 6)), .id = 51},
-};
-constexpr Rule classic::Heron{.in = kHeronIn, .out = kHeronOut, .duplexBit = 0x10000};
+constexpr Rule classic::Heron{.in = kHeronIn, .out = kHyphenFaceOut, .duplexBit = 0x10000};
 
 }  // namespace orvx::picture

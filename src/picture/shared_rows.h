@@ -1,4 +1,4 @@
-// Rows that the classic and the extended Auklet rules share word for word.
+// Rows that a group's classic and extended rules share word for word.
 #pragma once
 
 #include "engine.h"
@@ -23,6 +23,13 @@ inline constexpr OutRow kAukletOut[] = {
     {.test = Any(B("Face-d", 6), B("Face-u", 6)), .bits = 0x40000, .id = 51},
     {.test = Any(B("HI-372", 6), B("Multi F", 7), B("Sub T", 5)), .bits = 0x500000, .id = 91, .step = Step::Finisher},
     {.test = Any(B("RJ-7", 4), B("Multi T", 7)), .bits = 0x800000, .id = 92},
+};
+
+// Heron (and Yellowlegs, the same family): only the hyphenated face-up and
+// face-down names count.
+inline constexpr OutRow kHyphenFaceOut[] = {
+    {.test = Any(B("Face-u", 6)), .id = 50},
+    {.test = Any(B("Face-d", 6)), .id = 51},
 };
 
 }  // namespace orvx::picture
