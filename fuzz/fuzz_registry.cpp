@@ -27,27 +27,27 @@ bool SameContent(const Document& a, const Document& b) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  orvx::registry::ParseError error;
-  const auto doc = orvx::registry::Parse(std::string_view(reinterpret_cast<const char*>(data), size), error);
-  if (!doc) {
-    if (error.line < 1 || error.message.empty()) abort();
+  Document doc;
+  if (const orvx::Error error = orvx::registry::Parse(std::string_view(reinterpret_cast<const char*>(data), size), doc);
+      error.Failed()) {
+    if (error.where < 1) abort();
     return 0;
   }
-  const auto text = orvx::registry::Serialize(*doc);
-  if (!text) return 0;  // a UTF-16 file whose text is no longer UTF-8: the write is refused
-  orvx::registry::ParseError again;
-  const auto reread = orvx::registry::Parse(*text, again);
-  if (!reread || !SameContent(*doc, *reread)) abort();
-  const auto second = orvx::registry::Serialize(*reread);
-  if (!second || *second != *text) abort();
+  std::string text;
+  // A UTF-16 file whose text is no longer UTF-8: the write is refused.
+  if (orvx::registry::Serialize(doc, text).Failed()) return 0;
+  Document reread;
+  if (orvx::registry::Parse(text, reread).Failed() || !SameContent(doc, reread)) abort();
+  std::string second;
+  if (orvx::registry::Serialize(reread, second).Failed() || second != text) abort();
 
   // Changing a value keeps every other one.
-  Document changed = *doc;
+  Document changed = doc;
   if (!changed.keys.empty()) {
     orvx::registry::SetValue(changed.keys.front(), {"fuzz", REG_BINARY, {1, 2, 3}});
-    if (const auto out = orvx::registry::Serialize(changed)) {
-      const auto back = orvx::registry::Parse(*out, again);
-      if (!back || !SameContent(changed, *back)) abort();
+    if (std::string out; !orvx::registry::Serialize(changed, out).Failed()) {
+      Document back;
+      if (orvx::registry::Parse(out, back).Failed() || !SameContent(changed, back)) abort();
     }
   }
   return 0;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "orvx/afx_types.h"
+#include "orvx/error.h"
 #include "orvx/export.h"
 
 #if !defined(_WIN32)
@@ -103,7 +104,7 @@ ORVX_API std::string RegistryFile(HKEY hive);
 #endif
 
 namespace orvx::registry {
-// Checks that a store file parses. On failure `error` says why and `line` is
-// the line (from 1) where the problem is.
-ORVX_API bool CheckFile(const std::string& path, std::string& error, int& line);
+// Checks that a store file parses. A failure's `where` is the line (from 1)
+// of the problem, or 0 when the file could not be read.
+ORVX_API Error CheckFile(const std::string& path);
 }  // namespace orvx::registry

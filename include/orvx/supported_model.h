@@ -13,16 +13,16 @@ class ORVX_API CSMModelInfo : public CObject {
   CSMModelInfo() = default;
   ~CSMModelInfo() override;
 
-  const CString& GetModelName() const { return m_strModelName; }
-  void SetModelName(const char* name) { m_strModelName = name; }
-  DWORD GetState() const { return m_dwState; }
-  void SetState(DWORD state) { m_dwState = state; }
+  const CString& GetModelName() const { return modelName_; }
+  void SetModelName(const char* name) { modelName_ = name; }
+  DWORD GetState() const { return state_; }
+  void SetState(DWORD state) { state_ = state; }
   // Whether the state allows the interface (1 to 5) on that platform.
   int IsIFSupported(DWORD interfaceNumber, DWORD platformId) const;
 
  private:
-  DWORD m_dwState = 0;
-  CString m_strModelName;
+  DWORD state_ = 0;
+  CString modelName_;
 };
 
 class ORVX_API CSupportedModel {

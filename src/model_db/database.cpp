@@ -74,9 +74,9 @@ bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
 // The whole file is read first: the platform's reader refuses what is no
 // regular file (a FIFO would block), and errors name the file.
 bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
-  std::string bytes, problem;
-  if (!ReadWholeFile(path, bytes, problem)) {
-    error = {LoadError::Io, problem, 0};
+  std::string bytes;
+  if (const Error problem = ReadWholeFile(path, bytes); problem.Failed()) {
+    error = {LoadError::Io, problem.message, 0};
     return false;
   }
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;

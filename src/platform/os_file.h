@@ -16,6 +16,9 @@ constexpr FileHandle kNoFile = -1;
 FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError);
 // Bytes read (0 at the end of the file), or -1 with `osError` set.
 std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError);
+// Reads to the end of the file, appending to `out`; 0 or the system's error
+// code. (Built on ReadSome, once for every platform.)
+int ReadAll(FileHandle file, std::string& out);
 // Bytes written, or -1 with `osError` set.
 std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError);
 // Length of a regular file, or UINT64_MAX.

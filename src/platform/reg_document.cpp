@@ -2,6 +2,7 @@
 
 #include "orvx/text.h"
 
+#include <optional>
 #include <algorithm>
 #include <cstdio>
 
@@ -105,62 +106,62 @@ bool ParseHexBytes(std::string_view s, std::vector<BYTE>& out) {
   }
 }
 
-std::optional<std::string> ParseValue(std::string_view line, Value& v) {
+Error ParseValue(std::string_view line, Value& v) {
   std::string_view rest;
   if (line.front() == '@') {
     rest = line.substr(1);
   } else {
     const auto after = Quoted(line, v.name);
-    if (!after) return "a value name must be quoted or @";
+    if (!after) return {"a value name must be quoted or @"};
     rest = *after;
   }
   rest = Trim(rest);
-  if (rest.empty() || rest.front() != '=') return "expected = after the value name";
+  if (rest.empty() || rest.front() != '=') return {"expected = after the value name"};
   rest = Trim(rest.substr(1));
-  if (rest == "-") return "value deletion entries are not supported";
+  if (rest == "-") return {"value deletion entries are not supported"};
   if (!rest.empty() && rest.front() == '"') {
     std::string text;
     const auto after = Quoted(rest, text);
-    if (!after) return "unterminated string";
-    if (!Trim(*after).empty()) return "unexpected text after the string";
+    if (!after) return {"unterminated string"};
+    if (!Trim(*after).empty()) return {"unexpected text after the string"};
     v.type = REG_SZ;
     v.data.assign(text.begin(), text.end());
     v.data.push_back(0);
-    return std::nullopt;
+    return {};
   }
   if (rest.starts_with("dword:")) {
     const std::string_view digits = Trim(rest.substr(6));
-    if (digits.empty() || digits.size() > 8) return "a dword needs 1 to 8 hex digits";
+    if (digits.empty() || digits.size() > 8) return {"a dword needs 1 to 8 hex digits"};
     DWORD d = 0;
     for (char c : digits) {
       const int x = HexDigit(c);
-      if (x < 0) return "a dword needs 1 to 8 hex digits";
+      if (x < 0) return {"a dword needs 1 to 8 hex digits"};
       d = d * 16 + static_cast<DWORD>(x);
     }
     v.type = REG_DWORD;
     v.data = {static_cast<BYTE>(d), static_cast<BYTE>(d >> 8), static_cast<BYTE>(d >> 16), static_cast<BYTE>(d >> 24)};
-    return std::nullopt;
+    return {};
   }
   if (rest.starts_with("hex")) {
     rest.remove_prefix(3);
     v.type = REG_BINARY;
     if (!rest.empty() && rest.front() == '(') {
       const std::size_t close = rest.find(')');
-      if (close == std::string_view::npos || close == 1 || close > 9) return "malformed hex(type)";
+      if (close == std::string_view::npos || close == 1 || close > 9) return {"malformed hex(type)"};
       DWORD t = 0;
       for (char c : rest.substr(1, close - 1)) {
         const int x = HexDigit(c);
-        if (x < 0) return "malformed hex(type)";
+        if (x < 0) return {"malformed hex(type)"};
         t = t * 16 + static_cast<DWORD>(x);
       }
       v.type = t;
       rest.remove_prefix(close + 1);
     }
-    if (rest.empty() || rest.front() != ':') return "expected : after hex";
-    if (!ParseHexBytes(rest.substr(1), v.data)) return "malformed hex bytes";
-    return std::nullopt;
+    if (rest.empty() || rest.front() != ':') return {"expected : after hex"};
+    if (!ParseHexBytes(rest.substr(1), v.data)) return {"malformed hex bytes"};
+    return {};
   }
-  return "unknown value form";
+  return {"unknown value form"};
 }
 
 std::string QuotedText(std::string_view s) {
@@ -211,15 +212,18 @@ std::string FormatValue(const Value& v, std::string_view eol) {
 
 bool EqualNoCase(std::string_view a, std::string_view b) { return orvx::text::EqualNoCase(a, b); }
 
-std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
+static Error Malformed(long long line, std::string message) {
+  return {std::move(message), 0, line};
+}
+
+Error Parse(std::string_view bytes, Document& parsed) {
   Document doc;
   doc.preamble.clear();
   std::string text;
   if (bytes.starts_with("\xFF\xFE")) {
     doc.encoding = Document::Encoding::Utf16;
     if (!Utf16ToUtf8(bytes.substr(2), text)) {
-      error = {1, "the UTF-16 text is malformed"};
-      return std::nullopt;
+      return Malformed(1, "the UTF-16 text is malformed");
     }
   } else if (bytes.starts_with("\xEF\xBB\xBF")) {
     doc.encoding = Document::Encoding::Utf8Bom;
@@ -228,8 +232,7 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
     text = bytes;
   }
   if (text.find('\0') != std::string::npos) {
-    error = {1, "the file holds zero bytes (not a text file)"};
-    return std::nullopt;
+    return Malformed(1, "the file holds zero bytes (not a text file)");
   }
   doc.crlf = text.find("\r\n") != std::string::npos;
 
@@ -250,8 +253,7 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
   std::size_t i = 0;
   while (i < lines.size() && Trim(lines[i]).empty()) ++i;
   if (i == lines.size() || (Trim(lines[i]) != kHeader5 && Trim(lines[i]) != kHeader4)) {
-    error = {static_cast<int>(i + 1), "expected the header \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
-    return std::nullopt;
+    return Malformed(static_cast<long long>(i + 1), "expected the header \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\"");
   }
   doc.header = std::string(Trim(lines[i]));
   Key* key = nullptr;
@@ -267,25 +269,21 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
     }
     if (t.front() == '[') {
       if (t.back() != ']' || t.size() < 3) {
-        error = {lineNo, "a key line must be [path]"};
-        return std::nullopt;
+        return Malformed(lineNo, "a key line must be [path]");
       }
       const std::string_view path = t.substr(1, t.size() - 2);
       if (path.front() == '-') {
-        error = {lineNo, "key deletion entries are not supported"};
-        return std::nullopt;
+        return Malformed(lineNo, "key deletion entries are not supported");
       }
       if (!path.starts_with("HKEY_")) {
-        error = {lineNo, "a key path must start with a hive name such as HKEY_CURRENT_USER"};
-        return std::nullopt;
+        return Malformed(lineNo, "a key path must start with a hive name such as HKEY_CURRENT_USER");
       }
       key = FindKey(doc, path);  // a repeated section adds to the key
       if (!key) key = &doc.keys.emplace_back(Key{std::string(path), {}});
       continue;
     }
     if (!key) {
-      error = {lineNo, "a value before the first key"};
-      return std::nullopt;
+      return Malformed(lineNo, "a value before the first key");
     }
     // Join continuation lines; the lines as written are kept for writing back.
     std::string logical(t);
@@ -297,10 +295,7 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
       raw += lines[i];
     }
     Value v;
-    if (auto problem = ParseValue(logical, v)) {
-      error = {lineNo, *problem};
-      return std::nullopt;
-    }
+    if (Error problem = ParseValue(logical, v); problem.Failed()) return Malformed(lineNo, std::move(problem.message));
     // A name given twice (in any letter case) keeps its first spelling and
     // takes the later data, written anew; a first one keeps its text.
     if (FindValue(*key, v.name))
@@ -308,10 +303,11 @@ std::optional<Document> Parse(std::string_view bytes, ParseError& error) {
     else
       key->items.push_back(Item{true, std::move(raw), std::move(v)});  // in file order
   }
-  return doc;
+  parsed = std::move(doc);
+  return {};
 }
 
-std::optional<std::string> Serialize(const Document& doc) {
+Error Serialize(const Document& doc, std::string& bytes) {
   const std::string_view eol = doc.crlf ? "\r\n" : "\n";
   std::string text = doc.header + std::string(eol);
   for (const auto& l : doc.preamble) text += l + std::string(eol);
@@ -328,15 +324,14 @@ std::optional<std::string> Serialize(const Document& doc) {
     }
   }
   switch (doc.encoding) {
-    case Document::Encoding::Utf8: return text;
-    case Document::Encoding::Utf8Bom: return "\xEF\xBB\xBF" + text;
-    case Document::Encoding::Utf16: {
-      std::string out = "\xFF\xFE";
-      if (!Utf8ToUtf16(text, out)) return std::nullopt;
-      return out;
-    }
+    case Document::Encoding::Utf8: bytes = std::move(text); break;
+    case Document::Encoding::Utf8Bom: bytes = "\xEF\xBB\xBF" + text; break;
+    case Document::Encoding::Utf16:
+      bytes = "\xFF\xFE";
+      if (!Utf8ToUtf16(text, bytes)) return {"a name or value is not UTF-8, so it cannot be written as UTF-16"};
+      break;
   }
-  return std::nullopt;
+  return {};
 }
 
 namespace {

@@ -3,12 +3,12 @@
 // only what was changed.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "orvx/afx_registry.h"
+#include "orvx/error.h"
 
 namespace orvx::registry {
 
@@ -39,15 +39,11 @@ struct Document {
   std::vector<Key> keys;
 };
 
-struct ParseError {
-  int line = 0;
-  std::string message;
-};
-
-std::optional<Document> Parse(std::string_view bytes, ParseError& error);
-// The file's bytes; nullopt when the text cannot be encoded as the document's
+// Fails with the line of the first fault in `where`; `parsed` is then unchanged.
+Error Parse(std::string_view bytes, Document& parsed);
+// The file's bytes. Fails when the text cannot be encoded as the document's
 // encoding asks (a UTF-16 file and a name that is not UTF-8).
-std::optional<std::string> Serialize(const Document& doc);
+Error Serialize(const Document& doc, std::string& bytes);
 
 bool EqualNoCase(std::string_view a, std::string_view b);
 

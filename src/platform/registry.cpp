@@ -106,17 +106,6 @@ Cache& TheCache() {
   return c;
 }
 
-bool ReadAll(os::FileHandle file, std::string& out) {
-  char buf[65536];
-  int osError = 0;
-  for (;;) {
-    const std::int64_t n = os::ReadSome(file, buf, sizeof buf, osError);
-    if (n < 0) return false;
-    if (n == 0) return true;
-    out.append(buf, static_cast<std::size_t>(n));
-  }
-}
-
 // The file's current content, parsed; served from the cache while the file is unchanged.
 Snapshot Load(const std::string& file) {
   int cause = 0, osError = 0;
@@ -138,15 +127,12 @@ Snapshot Load(const std::string& file) {
     }
   }
   std::string bytes;
-  const bool read = ReadAll(fd, bytes);
+  const bool read = os::ReadAll(fd, bytes) == 0;
   os::CloseFile(fd);
   Snapshot snap{true, false, nullptr};
-  ParseError error;
-  if (read) {
-    if (auto doc = Parse(bytes, error)) {
-      snap.valid = true;
-      snap.doc = std::make_shared<const Document>(std::move(*doc));
-    }
+  if (Document doc; read && !Parse(bytes, doc).Failed()) {
+    snap.valid = true;
+    snap.doc = std::make_shared<const Document>(std::move(doc));
   }
   std::lock_guard lock(TheCache().mutex);
   TheCache().entries[file] = {id, snap};
@@ -178,8 +164,8 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
     bool dirty = false;
     result = change(doc, dirty);
     if (result == ERROR_SUCCESS && dirty) {
-      const auto bytes = Serialize(doc);
-      if (!bytes || !orvx::ReplaceFile(file, *bytes).empty()) result = ERROR_REGISTRY_IO_FAILED;
+      std::string bytes;
+      if (Serialize(doc, bytes).Failed() || orvx::ReplaceFile(file, bytes).Failed()) result = ERROR_REGISTRY_IO_FAILED;
     }
   }
   os::CloseFile(lockFd);  // releases the lock

@@ -5,15 +5,11 @@
 
 namespace orvx::registry {
 
-bool CheckFile(const std::string& path, std::string& error, int& line) {
-  line = 0;
+Error CheckFile(const std::string& path) {
   std::string bytes;
-  if (!ReadWholeFile(path, bytes, error)) return false;
-  ParseError e;
-  if (Parse(bytes, e)) return true;
-  error = e.message;
-  line = e.line;
-  return false;
+  if (Error error = ReadWholeFile(path, bytes); error.Failed()) return error;
+  Document doc;
+  return Parse(bytes, doc);
 }
 
 }  // namespace orvx::registry

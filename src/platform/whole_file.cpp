@@ -61,27 +61,33 @@ void RemoveStaleTemps(const fs::path& target) {
   }
 }
 
+Error SystemError(const std::string& path, const char* what, int osError) {
+  return {path + ": " + what + " (" + os::ErrorText(osError) + ")", osError};
+}
+
 // Writes `bytes` into a new temporary file; its name in `temp`.
-std::string WriteTemp(const fs::path& target, std::string_view bytes, std::string& temp) {
+Error WriteTemp(const std::string& path, const fs::path& target, std::string_view bytes, std::string& temp) {
   int osError = 0;
   os::FileHandle file = os::kNoFile;
   for (int attempt = 0; attempt < 8 && file == os::kNoFile; ++attempt) {
     temp = TempName(target);
     file = os::CreateNewFile(temp.c_str(), osError);
   }
-  if (file == os::kNoFile) return "cannot create a file beside it (" + os::ErrorText(osError) + ")";
-  std::string error;
+  if (file == os::kNoFile) return SystemError(path, "cannot create a file beside it", osError);
+  Error error;
   std::size_t done = 0;
-  while (done < bytes.size() && error.empty()) {
+  while (done < bytes.size() && !error.Failed()) {
     const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, 1u << 20));
     const std::int64_t n = os::WriteSome(file, bytes.data() + done, chunk, osError);
-    if (n <= 0)
-      error = "cannot write (" + (n < 0 ? os::ErrorText(osError) : std::string("nothing written")) + ")";
+    if (n < 0)
+      error = SystemError(path, "cannot write", osError);
+    else if (n == 0)
+      error = {path + ": cannot write (nothing written)"};
     else
       done += static_cast<std::size_t>(n);
   }
-  if (error.empty())
-    if (const int e = os::FlushFile(file)) error = "cannot flush (" + os::ErrorText(e) + ")";
+  if (!error.Failed())
+    if (const int e = os::FlushFile(file)) error = SystemError(path, "cannot flush", e);
   os::CloseFile(file);
   return error;
 }
@@ -96,61 +102,68 @@ std::string NotARegularFile(const fs::file_status& st) {
 
 }  // namespace
 
-bool ReadWholeFile(const std::string& path, std::string& bytes, std::string& error) {
+Error ReadWholeFile(const std::string& path, std::string& bytes) {
   bytes.clear();
   std::error_code ec;
   const fs::file_status st = fs::status(path, ec);
   const std::string problem = fs::exists(st) ? NotARegularFile(st) : "no such file";
-  if (!problem.empty()) {
-    error = path + ": " + problem;
-    return false;
-  }
-  CFile file;
-  CFileException openError(CFileException::none, 0, path);
-  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &openError)) {
-    error = path + ": cannot open (" + openError.what() + ")";
-    return false;
-  }
-  try {
-    char buffer[64 * 1024];
-    while (const UINT n = file.Read(buffer, sizeof buffer)) bytes.append(buffer, n);
-  } catch (const CFileException& e) {
+  if (!problem.empty()) return {path + ": " + problem};
+  int cause = 0, osError = 0;
+  const os::FileHandle file = os::OpenFile(path.c_str(), CFile::modeRead, cause, osError);
+  if (file == os::kNoFile) return SystemError(path, "cannot open", osError);
+  osError = os::ReadAll(file, bytes);
+  os::CloseFile(file);
+  if (osError) {
     bytes.clear();
-    error = path + ": cannot read (" + e.what() + ")";
-    return false;
+    return SystemError(path, "cannot read", osError);
   }
-  return true;
+  return {};
 }
 
-std::string ReplaceFile(const std::string& path, std::string_view bytes) {
+Error ReplaceFile(const std::string& path, std::string_view bytes) {
   fs::path target;
-  std::string error;
-  if (path.empty()) return "an empty path";
-  if (!Resolve(path, target, error)) return path + ": " + error;
+  std::string problem;
+  if (path.empty()) return {"an empty path"};
+  if (!Resolve(path, target, problem)) return {path + ": " + problem};
 
   std::error_code ec;
   const fs::file_status st = fs::status(target, ec);
   const bool exists = fs::exists(st);
-  if (const std::string problem = NotARegularFile(st); !problem.empty()) return path + ": " + problem;
+  if (problem = NotARegularFile(st); !problem.empty()) return {path + ": " + problem};
   if (target.has_parent_path() && !fs::is_directory(target.parent_path(), ec))
-    return path + ": the folder " + target.parent_path().string() + " does not exist";
+    return {path + ": the folder " + target.parent_path().string() + " does not exist"};
 
   RemoveStaleTemps(target);
   std::string temp;
-  error = WriteTemp(target, bytes, temp);
-  if (error.empty() && exists) {
+  Error error = WriteTemp(path, target, bytes, temp);
+  if (!error.Failed() && exists) {
     fs::permissions(temp, st.permissions(), fs::perm_options::replace, ec);
-    if (ec) error = "cannot keep the file's permissions (" + ec.message() + ")";
+    if (ec) error = {path + ": cannot keep the file's permissions (" + ec.message() + ")", ec.value()};
   }
-  if (error.empty())
-    if (const int e = os::RenameOver(temp.c_str(), target.string().c_str())) error = "cannot replace (" + os::ErrorText(e) + ")";
-  if (!error.empty()) {
+  if (!error.Failed())
+    if (const int e = os::RenameOver(temp.c_str(), target.string().c_str())) error = SystemError(path, "cannot replace", e);
+  if (error.Failed()) {
     fs::remove(temp, ec);
-    return path + ": " + error;
+    return error;
   }
   const fs::path dir = target.parent_path();
   os::SyncDirectory(dir.empty() ? "." : dir.string().c_str());
   return {};
 }
+
+namespace os {
+
+int ReadAll(FileHandle file, std::string& out) {
+  char buffer[64 * 1024];
+  int osError = 0;
+  for (;;) {
+    const std::int64_t n = ReadSome(file, buffer, sizeof buffer, osError);
+    if (n < 0) return osError;
+    if (n == 0) return 0;
+    out.append(buffer, static_cast<std::size_t>(n));
+  }
+}
+
+}  // namespace os
 
 }  // namespace orvx

@@ -34,14 +34,14 @@ int CSMModelInfo::IsIFSupported(DWORD interfaceNumber, DWORD platformId) const {
     case 5: mask = 0x0800; break;
     default: break;
   }
-  const DWORD kind = m_dwState & 0xFF00;
+  const DWORD kind = state_ & 0xFF00;
   if (kind == 0x0100) {
     if (interfaceNumber == 5) return 0;
     if (platformId == VER_PLATFORM_WIN32_NT && interfaceNumber == 3) return 0;
   } else if (kind != 0x0200) {
     return 0;
   }
-  return (mask & (m_dwState >> 16)) ? 1 : 0;
+  return (mask & (state_ >> 16)) ? 1 : 0;
 }
 
 CSupportedModel::CSupportedModel(int listMode) : m_nListMode(listMode) {

@@ -92,9 +92,8 @@ TEST_F(Reliability, AWriterKilledAtAnyMomentLeavesOldOrNew) {
     int status = 0;
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
 
-    std::string error;
-    int line = 0;
-    ASSERT_TRUE(orvx::registry::CheckFile(user_, error, line)) << error << " at line " << line;
+    const orvx::Error e = orvx::registry::CheckFile(user_);
+    ASSERT_FALSE(e.Failed()) << e.message << " at line " << e.where;
     std::vector<BYTE> loaded(256);
     ASSERT_EQ(ORVX_LoadCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(loaded.data())), 1);
     const int round = RoundOf(loaded, 1, kMaxRound);

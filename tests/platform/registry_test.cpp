@@ -113,9 +113,8 @@ TEST_F(Store, WrittenFilesParseAndRewriteUnchanged) {
   ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\App\\Com", 0, KEY_READ, &key), ERROR_SUCCESS);
   RegCloseKey(key);
 
-  std::string error;
-  int line = 0;
-  EXPECT_TRUE(orvx::registry::CheckFile(user_, error, line)) << error << " at line " << line;
+  const orvx::Error e = orvx::registry::CheckFile(user_);
+  EXPECT_FALSE(e.Failed()) << e.message << " at line " << e.where;
   const std::string before = Read(user_);
   ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\App\\Com", 0, KEY_WRITE, &key), ERROR_SUCCESS);
   ASSERT_EQ(RegSetValueExA(key, "COM3", 0, REG_BINARY, big.data(), static_cast<DWORD>(big.size())), ERROR_SUCCESS);
@@ -168,10 +167,9 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     Write(user_, c.bytes);
-    std::string error;
-    int line = -1;
-    EXPECT_FALSE(orvx::registry::CheckFile(user_, error, line));
-    EXPECT_EQ(line, c.line) << error;
+    const orvx::Error e = orvx::registry::CheckFile(user_);
+    EXPECT_TRUE(e.Failed());
+    EXPECT_EQ(e.where, c.line) << e.message;
     HKEY key;
     EXPECT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "A", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
     EXPECT_NE(RegCreateKeyExA(HKEY_CURRENT_USER, "A", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr), ERROR_SUCCESS);
@@ -199,10 +197,7 @@ TEST_F(Store, Utf16SurrogatePairsAndBrokenOnes) {
                                        std::u16string(u"REGEDIT4\r\n") + char16_t(0xDC00),
                                        std::u16string(u"REGEDIT4\r\n") + char16_t(0xD83D)}) {
     Write(user_, Utf16File(broken));
-    std::string error;
-    int line = 0;
-    EXPECT_FALSE(orvx::registry::CheckFile(user_, error, line));
-    EXPECT_EQ(error, "the UTF-16 text is malformed");
+    EXPECT_EQ(orvx::registry::CheckFile(user_).message, "the UTF-16 text is malformed");
   }
 }
 

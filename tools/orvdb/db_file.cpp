@@ -41,7 +41,7 @@ bool WriteOutput(const std::string& path, std::string_view bytes, std::string& e
     std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return true;  // a failed write shows when the tool flushes at its end
   }
-  error = orvx::ReplaceFile(path, bytes);
+  error = orvx::ReplaceFile(path, bytes).message;
   return error.empty();
 }
 

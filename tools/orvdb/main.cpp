@@ -159,7 +159,10 @@ int Export(const std::string& path) {
 // A database from its JSON source, or an error line naming the file.
 bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error) {
   std::string text;
-  if (!orvx::ReadWholeFile(source, text, error)) return false;
+  if (const orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) {
+    error = e.message;
+    return false;
+  }
   try {
     db = orvdb::ModelsFromJson(orvdb::Json::parse(text));
   } catch (const orvdb::Json::parse_error& e) {
@@ -195,7 +198,7 @@ void PrintFindings(const std::string& file, const std::vector<orvdb::Finding>& f
 
 int Lint(const std::string& path, bool json) {
   std::string bytes, error;
-  if (!orvx::ReadWholeFile(path, bytes, error)) return Error(error);
+  if (const orvx::Error e = orvx::ReadWholeFile(path, bytes); e.Failed()) return Error(e.message);
   orvx::ModelDatabase db;
   std::vector<orvdb::Finding> findings;
   const auto first = bytes.find_first_not_of(" \t\r\n");
@@ -373,11 +376,9 @@ int Supported(const std::string& model, DWORD interfaceNumber, const std::string
     std::cerr << "orvdb: no registry store file " << store << " (set ORVX_HKLM_FILE)\n";
     return kExitNoStore;
   }
-  std::string error;
-  int line = 0;
-  if (!orvx::registry::CheckFile(store, error, line)) {
-    std::cerr << "orvdb: " << (line ? store + ":" + std::to_string(line) + ": " : "") << error << "\n";
-    return line ? kExitBadStore : kExitUsage;
+  if (const orvx::Error e = orvx::registry::CheckFile(store); e.Failed()) {
+    std::cerr << "orvdb: " << (e.where ? store + ":" + std::to_string(e.where) + ": " : "") << e.message << "\n";
+    return e.where ? kExitBadStore : kExitUsage;
   }
 #endif
   CSupportedModel lists(direct ? 0 : 1);
@@ -395,14 +396,13 @@ int Supported(const std::string& model, DWORD interfaceNumber, const std::string
 }
 
 int RegistryCheck(const std::string& file) {
-  std::string error;
-  int line = 0;
-  if (orvx::registry::CheckFile(file, error, line)) {
+  const orvx::Error e = orvx::registry::CheckFile(file);
+  if (!e.Failed()) {
     std::cout << file << ": ok\n";
     return kExitOk;
   }
-  if (line == 0) return Error(error);
-  std::cerr << file << ":" << line << ": " << error << "\n";
+  if (e.where == 0) return Error(e.message);
+  std::cerr << file << ":" << e.where << ": " << e.message << "\n";
   return kExitFallback;
 }
 
