@@ -82,11 +82,12 @@ FileHandle CreateNewFile(const char* name, int& osError) {
 
 int RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? 0 : errno; }
 
-void SyncDirectory(const char* dir) {
+int SyncDirectory(const char* dir) {
   const int fd = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
+  if (fd < 0) return errno;
+  const int error = ::fsync(fd) == 0 ? 0 : errno;
   ::close(fd);
+  return error;
 }
 
 std::string ErrorText(int osError) { return std::strerror(osError); }

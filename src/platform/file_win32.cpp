@@ -87,7 +87,7 @@ int RenameOver(const char* from, const char* to) {
                                                                                      : static_cast<int>(::GetLastError());
 }
 
-void SyncDirectory(const char*) {}  // MOVEFILE_WRITE_THROUGH already waits for the rename
+int SyncDirectory(const char*) { return 0; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
 FileStamp Stamp(FileHandle file) {
   BY_HANDLE_FILE_INFORMATION info;

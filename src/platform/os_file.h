@@ -30,8 +30,9 @@ void CloseFile(FileHandle file);
 FileHandle CreateNewFile(const char* name, int& osError);
 // Renames `from` over `to` in one step; 0 or the system's error code.
 int RenameOver(const char* from, const char* to);
-// Makes a rename in `dir` durable, where the platform needs that.
-void SyncDirectory(const char* dir);
+// Makes the entries of `dir` durable, where the platform needs that; 0 or
+// the system's error code.
+int SyncDirectory(const char* dir);
 // What tells one state of a file's content from another.
 struct FileStamp {
   bool regular = false;

@@ -140,14 +140,20 @@ Error ReplaceFile(const std::string& path, std::string_view bytes) {
     fs::permissions(temp, st.permissions(), fs::perm_options::replace, ec);
     if (ec) error = {path + ": cannot keep the file's permissions (" + ec.message() + ")", ec.value()};
   }
+  // The folder is synced before the rename too: a folder that cannot be
+  // synced fails the call while the old file is still in place.
+  const fs::path parent = target.parent_path();
+  const std::string dir = parent.empty() ? "." : parent.string();
+  if (!error.Failed())
+    if (const int e = os::SyncDirectory(dir.c_str())) error = SystemError(path, "cannot sync its folder", e);
   if (!error.Failed())
     if (const int e = os::RenameOver(temp.c_str(), target.string().c_str())) error = SystemError(path, "cannot replace", e);
   if (error.Failed()) {
     fs::remove(temp, ec);
     return error;
   }
-  const fs::path dir = target.parent_path();
-  os::SyncDirectory(dir.empty() ? "." : dir.string().c_str());
+  if (const int e = os::SyncDirectory(dir.c_str()))
+    return SystemError(path, "replaced, but its folder cannot be synced, so the change may not survive a power cut", e);
   return {};
 }
 

@@ -6,6 +6,7 @@
  *   short   the first write to it writes half, the next fail with ENOSPC
  *   fsync   flushing the temporary file
  *   rename  renaming it over the target
+ *   dirsync flushing a directory
  * Everything else passes through to the C library. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -19,6 +20,7 @@
 #include <unistd.h>
 
 static int temp_fd = -1;
+static int dir_fd = -1;
 static int wrote_short = 0;
 
 static int is(const char* call) {
@@ -43,6 +45,7 @@ static int open_common(const char* real, const char* path, int flags, mode_t mod
   }
   const int fd = REAL(real, open_fn)(path, flags, mode);
   if (temp && fd >= 0) temp_fd = fd;
+  if ((flags & O_DIRECTORY) && fd >= 0) dir_fd = fd;
   return fd;
 }
 
@@ -63,6 +66,7 @@ OPEN_WRAPPER(open64)
 
 int close(int fd) {
   if (fd == temp_fd) temp_fd = -1;
+  if (fd == dir_fd) dir_fd = -1;
   return REAL("close", int (*)(int))(fd);
 }
 
@@ -94,7 +98,7 @@ ssize_t write(int fd, const void* buffer, size_t count) {
 }
 
 int fsync(int fd) {
-  if (fd >= 0 && fd == temp_fd && is("fsync")) {
+  if (fd >= 0 && ((fd == temp_fd && is("fsync")) || (fd == dir_fd && is("dirsync")))) {
     errno = fault_errno();
     return -1;
   }

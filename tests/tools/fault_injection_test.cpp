@@ -35,7 +35,7 @@ TEST(FaultInjection, TheStoreKeepsItsOldBytes) {
   const std::string old = orvx_test::ReadAll(store);
   ASSERT_FALSE(old.empty());
 
-  for (const char* fault : {"open", "lock", "write:5", "short", "write:28", "fsync:5", "rename:18"}) {
+  for (const char* fault : {"open", "lock", "write:5", "short", "write:28", "fsync:5", "rename:18", "dirsync:5"}) {
     SCOPED_TRACE(fault);
     std::string err;
     const auto r = orvx_test::RunOrvdb("comcfg save --hex --port 0x30 < '" + (tmp.path() / "new.hex").string() + "'",
@@ -57,7 +57,7 @@ TEST(FaultInjection, BuildKeepsTheOldDatabase) {
   const fs::path out = tmp.path() / "ORVDB.dat";
   const std::string old = "the old database";
   std::ofstream(out) << old;
-  for (const char* fault : {"open", "write:5", "short", "write:28", "fsync:5", "rename:18"}) {
+  for (const char* fault : {"open", "write:5", "short", "write:28", "fsync:5", "rename:18", "dirsync:5"}) {
     SCOPED_TRACE(fault);
     std::string err;
     const auto r = orvx_test::RunOrvdb("build '" + std::string(ORVX_SAMPLE_JSON) + "' -o '" + out.string() + "'", &err,
