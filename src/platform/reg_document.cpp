@@ -19,50 +19,6 @@ std::string_view Trim(std::string_view s) {
   return s;
 }
 
-// UTF-16LE (after its byte-order mark) to UTF-8; false on a broken surrogate pair.
-bool Utf16ToUtf8(std::string_view in, std::string& out) {
-  if (in.size() % 2) return false;
-  for (std::size_t i = 0; i < in.size(); i += 2) {
-    std::uint32_t c = static_cast<unsigned char>(in[i]) | (static_cast<unsigned char>(in[i + 1]) << 8);
-    if (c >= 0xD800 && c <= 0xDBFF) {
-      if (i + 3 >= in.size()) return false;
-      const std::uint32_t d = static_cast<unsigned char>(in[i + 2]) | (static_cast<unsigned char>(in[i + 3]) << 8);
-      if (d < 0xDC00 || d > 0xDFFF) return false;
-      c = 0x10000 + ((c - 0xD800) << 10) + (d - 0xDC00);
-      i += 2;
-    } else if (c >= 0xDC00 && c <= 0xDFFF) {
-      return false;
-    }
-    orvx::text::AppendUtf8(out, c);
-  }
-  return true;
-}
-
-// UTF-8 to UTF-16LE; false on bytes that are not UTF-8.
-bool Utf8ToUtf16(std::string_view in, std::string& out) {
-  const auto put = [&](std::uint32_t u) {
-    out += static_cast<char>(u & 0xFF);
-    out += static_cast<char>(u >> 8);
-  };
-  std::uint32_t c;
-  for (std::size_t i = 0; i < in.size();) {
-    if (!orvx::text::DecodeUtf8(in, i, c)) return false;
-    if (c >= 0x10000) {
-      put(0xD800 + ((c - 0x10000) >> 10));
-      put(0xDC00 + ((c - 0x10000) & 0x3FF));
-    } else {
-      put(c);
-    }
-  }
-  return true;
-}
-
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
 
 // Reads a quoted string at the start of `s` ("..." with \\ and \" escapes);
 // returns the rest after the closing quote, or nullopt.
@@ -95,7 +51,7 @@ bool ParseHexBytes(std::string_view s, std::vector<BYTE>& out) {
     if (tok.size() > 2) return false;
     int v = 0;
     for (char c : tok) {
-      const int d = HexDigit(c);
+      const int d = orvx::text::HexDigit(c);
       if (d < 0) return false;
       v = v * 16 + d;
     }
@@ -134,7 +90,7 @@ Error ParseValue(std::string_view line, Value& v) {
     if (digits.empty() || digits.size() > 8) return {"a dword needs 1 to 8 hex digits"};
     DWORD d = 0;
     for (char c : digits) {
-      const int x = HexDigit(c);
+      const int x = orvx::text::HexDigit(c);
       if (x < 0) return {"a dword needs 1 to 8 hex digits"};
       d = d * 16 + static_cast<DWORD>(x);
     }
@@ -150,7 +106,7 @@ Error ParseValue(std::string_view line, Value& v) {
       if (close == std::string_view::npos || close == 1 || close > 9) return {"malformed hex(type)"};
       DWORD t = 0;
       for (char c : rest.substr(1, close - 1)) {
-        const int x = HexDigit(c);
+        const int x = orvx::text::HexDigit(c);
         if (x < 0) return {"malformed hex(type)"};
         t = t * 16 + static_cast<DWORD>(x);
       }
@@ -222,7 +178,7 @@ Error Parse(std::string_view bytes, Document& parsed) {
   std::string text;
   if (bytes.starts_with("\xFF\xFE")) {
     doc.encoding = Document::Encoding::Utf16;
-    if (!Utf16ToUtf8(bytes.substr(2), text)) {
+    if (!orvx::text::Utf16ToUtf8(bytes.substr(2), text)) {
       return Malformed(1, "the UTF-16 text is malformed");
     }
   } else if (bytes.starts_with("\xEF\xBB\xBF")) {
@@ -328,7 +284,7 @@ Error Serialize(const Document& doc, std::string& bytes) {
     case Document::Encoding::Utf8Bom: bytes = "\xEF\xBB\xBF" + text; break;
     case Document::Encoding::Utf16:
       bytes = "\xFF\xFE";
-      if (!Utf8ToUtf16(text, bytes)) return {"a name or value is not UTF-8, so it cannot be written as UTF-16"};
+      if (!orvx::text::Utf8ToUtf16(text, bytes)) return {"a name or value is not UTF-8, so it cannot be written as UTF-16"};
       break;
   }
   return {};

@@ -56,6 +56,42 @@ void AppendUtf8(std::string& out, std::uint32_t c) {
   }
 }
 
+bool Utf16ToUtf8(std::string_view in, std::string& out) {
+  if (in.size() % 2) return false;
+  for (std::size_t i = 0; i < in.size(); i += 2) {
+    std::uint32_t c = static_cast<unsigned char>(in[i]) | (static_cast<unsigned char>(in[i + 1]) << 8);
+    if (c >= 0xD800 && c <= 0xDBFF) {
+      if (i + 3 >= in.size()) return false;
+      const std::uint32_t d = static_cast<unsigned char>(in[i + 2]) | (static_cast<unsigned char>(in[i + 3]) << 8);
+      if (d < 0xDC00 || d > 0xDFFF) return false;
+      c = JoinSurrogates(c, d);
+      i += 2;
+    } else if (c >= 0xDC00 && c <= 0xDFFF) {
+      return false;
+    }
+    AppendUtf8(out, c);
+  }
+  return true;
+}
+
+bool Utf8ToUtf16(std::string_view in, std::string& out) {
+  const auto put = [&](std::uint32_t u) {
+    out += static_cast<char>(u & 0xFF);
+    out += static_cast<char>(u >> 8);
+  };
+  std::uint32_t c;
+  for (std::size_t i = 0; i < in.size();) {
+    if (!DecodeUtf8(in, i, c)) return false;
+    if (c >= 0x10000) {
+      put(0xD800 + ((c - 0x10000) >> 10));
+      put(0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+      put(c);
+    }
+  }
+  return true;
+}
+
 std::string FoldCase(std::string_view s) {
   std::string out(s);
   for (char& c : out) c = FoldCase(c);

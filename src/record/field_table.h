@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "orvx/record_fields.h"
+#include "orvx/text.h"
 
 namespace orvx::detail {
 
@@ -14,8 +15,7 @@ constexpr DWORD KeyOf(std::string_view name) {
   if (!name.starts_with("Info")) return 0;
   DWORD key = 0;
   for (char c : name.substr(4)) {
-    const DWORD digit = (c >= '0' && c <= '9') ? DWORD(c - '0') : DWORD(c - 'A' + 10);
-    key = key * 16 + digit;
+    key = key * 16 + static_cast<DWORD>(orvx::text::HexDigit(c));
   }
   return key;
 }

@@ -50,9 +50,9 @@ inline CStringList Names(const std::vector<std::string>& names) {
 }
 
 template <class Tray>
-std::vector<std::unique_ptr<Tray>> Build(const std::vector<T>& specs, CPtrArray& array) {
+std::vector<std::unique_ptr<Tray>> Build(const std::vector<T>& given, CPtrArray& array) {
   std::vector<std::unique_ptr<Tray>> trays;
-  for (const auto& s : specs) {
+  for (const auto& s : given) {
     auto t = std::make_unique<Tray>();
     t->SetName(s.name.c_str());
     t->SetAddUnit(s.addUnit);

@@ -15,16 +15,11 @@ constexpr int kMaxDepth = 512;
 bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-int HexValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
+using orvx::text::HexDigit;
 
 unsigned Hex4(const char* p) {
   unsigned v = 0;
-  for (int i = 0; i < 4; ++i) v = v * 16 + static_cast<unsigned>(HexValue(p[i]));
+  for (int i = 0; i < 4; ++i) v = v * 16 + static_cast<unsigned>(HexDigit(p[i]));
   return v;
 }
 
@@ -105,7 +100,7 @@ void AppendString(const Value& v, std::string& out) {
         std::uint32_t cp = Hex4(p);
         p += 4;
         if (cp >= 0xD800 && cp <= 0xDBFF) {  // checked: a low surrogate follows
-          cp = 0x10000 + ((cp - 0xD800) << 10) + (Hex4(p + 2) - 0xDC00);
+          cp = orvx::text::JoinSurrogates(cp, Hex4(p + 2));
           p += 6;
         }
         orvx::text::AppendUtf8(out, cp);
@@ -243,13 +238,13 @@ const char* Reader::ParseValue(const char* p, Value& out, int depth) {
           if (p + 1 >= end_) return FailAt(p, "a string that does not end");
           const char e = p[1];
           if (e == 'u') {
-            if (end_ - p < 6 || HexValue(p[2]) < 0 || HexValue(p[3]) < 0 || HexValue(p[4]) < 0 || HexValue(p[5]) < 0)
+            if (end_ - p < 6 || HexDigit(p[2]) < 0 || HexDigit(p[3]) < 0 || HexDigit(p[4]) < 0 || HexDigit(p[5]) < 0)
               return FailAt(p, "a \\u escape without four hex digits");
             const unsigned cp = Hex4(p + 2);
             if (cp >= 0xDC00 && cp <= 0xDFFF) return FailAt(p, "a lone low surrogate in a \\u escape");
             if (cp >= 0xD800 && cp <= 0xDBFF) {
-              if (end_ - p < 12 || p[6] != '\\' || p[7] != 'u' || HexValue(p[8]) < 0 || HexValue(p[9]) < 0 ||
-                  HexValue(p[10]) < 0 || HexValue(p[11]) < 0 || Hex4(p + 8) < 0xDC00 || Hex4(p + 8) > 0xDFFF)
+              if (end_ - p < 12 || p[6] != '\\' || p[7] != 'u' || HexDigit(p[8]) < 0 || HexDigit(p[9]) < 0 ||
+                  HexDigit(p[10]) < 0 || HexDigit(p[11]) < 0 || Hex4(p + 8) < 0xDC00 || Hex4(p + 8) > 0xDFFF)
                 return FailAt(p, "a high surrogate in a \\u escape without its low surrogate");
               p += 12;
             } else {

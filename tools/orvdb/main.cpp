@@ -412,11 +412,9 @@ bool ParseHex(const std::string& text, std::vector<BYTE>& out) {
     if (!std::isspace(static_cast<unsigned char>(c))) digits += c;
   if (digits.size() % 2) return false;
   for (std::size_t i = 0; i < digits.size(); i += 2) {
-    unsigned v = 0;
-    if (std::sscanf(digits.substr(i, 2).c_str(), "%2x", &v) != 1 || !std::isxdigit(static_cast<unsigned char>(digits[i])) ||
-        !std::isxdigit(static_cast<unsigned char>(digits[i + 1])))
-      return false;
-    out.push_back(static_cast<BYTE>(v));
+    const int high = orvx::text::HexDigit(digits[i]), low = orvx::text::HexDigit(digits[i + 1]);
+    if (high < 0 || low < 0) return false;
+    out.push_back(static_cast<BYTE>(high * 16 + low));
   }
   return true;
 }
