@@ -5,12 +5,11 @@
 
 namespace orvdb {
 
-bool IsValidUtf8(std::string_view s) { return orvx::text::IsValidUtf8(s); }
 
 Json RecordToJson(const CPrnStaticInfo& record) {
   Json j = Json::object();
   const std::string& name = record.GetModelName().str();
-  if (IsValidUtf8(name)) {
+  if (orvx::text::IsValidUtf8(name)) {
     j["ModelName"] = name;
   } else {
     Json bytes = Json::array();

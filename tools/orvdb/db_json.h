@@ -31,6 +31,5 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
 // Every record of a database document, in order. Throws ImportError.
 orvx::ModelDatabase ModelsFromJson(const Json& document);
 
-bool IsValidUtf8(std::string_view s);
 
 }  // namespace orvdb

@@ -8,6 +8,7 @@
 
 #include "db_file.h"
 #include "db_json.h"
+#include "orvx/text.h"
 
 namespace orvdb {
 namespace {
@@ -74,7 +75,7 @@ void AppendJsonString(std::string& out, std::string_view s) {
     out += '"';
     return;
   }
-  const bool utf8 = IsValidUtf8(s);
+  const bool utf8 = orvx::text::IsValidUtf8(s);
   out += '"';
   std::size_t run = 0;  // start of the bytes that need no escape
   for (std::size_t i = 0; i < s.size(); ++i) {
