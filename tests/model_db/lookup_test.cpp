@@ -1,81 +1,124 @@
+// Model lookup, through the model array and through databases a caller owns;
+// owned loads that fail cleanly; several databases read from several threads.
 #include <gtest/gtest.h>
 
-#include "orvx/model_db.h"
+#include <fstream>
+#include <thread>
+
+#include "orvx/database.h"
 #include "test_util.h"
+
+using orvx::Match;
+using orvx_test::Bytes;
 
 namespace {
 
-// Fills the model array with records of these names.
-void Fill(std::initializer_list<const char*> names) {
-  CPrnStaticInfoArray_RemoveAll();
+Bytes DatabaseOf(const std::vector<const char*>& names) {
+  orvx::ModelDatabase db;
   for (const char* n : names) {
-    auto* r = new CPrnStaticInfo;
+    auto r = std::make_unique<CPrnStaticInfo>();
     r->SetModelName(n);
-    CPrnStaticInfoArray.Add(r);
+    db.Add(std::move(r));
   }
-}
-
-int IndexOf(const CPrnStaticInfo* r) {
-  for (int i = 0; i < CPrnStaticInfoArray.GetSize(); ++i)
-    if (CPrnStaticInfoArray[i] == r) return i;
-  return -1;
+  return orvx_test::Store([&](CArchive& ar) { db.Store(ar); });
 }
 
 }  // namespace
 
-TEST(Lookup, EmptyArrayGivesNull) {
-  orvx_test::ModelArrayGuard guard;
-  EXPECT_EQ(GetPointerToCPrnStaticInfo("anything"), nullptr);
-  EXPECT_EQ(GetPointerToCPrnStaticInfo(""), nullptr);
-  EXPECT_EQ(GetPointerToCPrnStaticInfo(nullptr), nullptr);
-}
-
-TEST(Lookup, PassesAndFallbacks) {
+TEST(Lookup, PassesFallbacksAndHowTheNameMatched) {
   orvx_test::ModelArrayGuard guard;
   struct Case {
-    std::initializer_list<const char*> records;
+    std::vector<const char*> records;
     const char* key;
-    int expected;
+    int index;
+    Match how;
   };
+  const std::vector<const char*> hp = {"Other Printer", "LaserJet 4", "HP", "HP LaserJet 5", "Vantor LP-1200"};
   const Case cases[] = {
-      // exact pass wins even over an earlier substring
-      {{"Default", "LP-1", "LP-1100"}, "LP-1100", 2},
-      // substring pass: first record whose name occurs in the key
-      {{"Default", "LP-1", "LP-1100"}, "Vantor LP-1100 PS", 1},
-      {{"Default", "LP-1100"}, "Vantor LP-1100 PS", 1},
-      // no match: element 0
-      {{"Default", "LP-1100"}, "DC-2000", 0},
-      {{"Default", "LP-1100"}, "", 0},
-      // "hp" becomes "HP" before the substring pass
-      {{"Default", "HP LaserPrinter 5"}, "hp LaserPrinter 5 PCL", 1},
-      {{"Default", "HP LaserPrinter 5"}, "Hp LaserPrinter 5", 0},
-      {{"Default", "HP LaserPrinter 5"}, "hP LaserPrinter 5", 0},
-      {{"Default", "hp x"}, "hp x", 1},  // the exact pass sees the key as given
-      {{"Default", "h"}, "h", 1},
-      // a record named exactly "HP"
-      {{"Default", "HP", "Vantor HP"}, "Vantor HP", 2},  // exact
-      {{"Default", "HP", "Vantor HP"}, "Vantor HP 2", 0},
-      {{"Default", "HP", "Vantor HP"}, "HP Vantor", 1},
-      {{"Default", "HP", "Vantor HP"}, "hp Vantor", 1},
+      {{"Default", "LP-1", "LP-1100"}, "LP-1100", 2, Match::Exact},  // even over an earlier substring
+      {{"Default", "LP-1", "LP-1100"}, "Vantor LP-1100 PS", 1, Match::Substring},  // the first name inside the key
+      {{"Default", "LP-1100"}, "DC-2000", 0, Match::Default},
+      {{"Default", "LP-1100"}, "", 0, Match::Default},
+      {{"Default", "lp-1100"}, "LP-1100", 0, Match::Default},  // letter case counts
+      // "hp" in front becomes "HP" for the substring pass
+      {{"Default", "HP LaserPrinter 5"}, "hp LaserPrinter 5 PCL", 1, Match::HpFix},
+      {{"Default", "HP LaserPrinter 5"}, "Hp LaserPrinter 5", 0, Match::Default},
+      {{"Default", "HP LaserPrinter 5"}, "hP LaserPrinter 5", 0, Match::Default},
+      {{"Default", "hp x"}, "hp x", 1, Match::Exact},  // the exact pass sees the key as given
+      {{"Default", "h"}, "h", 1, Match::Exact},
+      {hp, "hp LaserJet 5", 2, Match::HpFix},      // "HP LaserJet 5" contains "HP", which comes first
+      {hp, "hpLaserJet 4", 1, Match::Substring},   // found without the fix
+      {hp, "xx HP LaserJet 5", 0, Match::Default},  // "HP" inside but not in front ends the search
+      {{"Default", "HP", "Vantor HP"}, "Vantor HP 2", 0, Match::Default},
+      {{"Default", "HP", "Vantor HP"}, "HP Vantor", 1, Match::Substring},
       // an empty model name matches every key from its position on
-      {{"Default", "", "LP-1100"}, "LP-1100 PS", 1},
-      {{"Default", "LP-1100", ""}, "LP-1100 PS", 1},
-      // a longer, better match later in the array loses to an earlier one
-      {{"Default", "LP", "LP-1100"}, "LP-1100 PS", 1},
+      {{"Default", "", "LP-1100"}, "LP-1100 PS", 1, Match::Substring},
+      {{"Default", "LP-1100", ""}, "LP-1100 PS", 1, Match::Substring},
+      {{"Default", "LP", "LP-1100"}, "LP-1100 PS", 1, Match::Substring},  // an earlier, shorter match wins
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.key);
-    Fill(c.records);
-    EXPECT_EQ(IndexOf(GetPointerToCPrnStaticInfo(c.key)), c.expected);
+    const Bytes bytes = DatabaseOf(c.records);
+    orvx::ModelDatabase db;
+    orvx::LoadError error;
+    ASSERT_TRUE(db.LoadBytes(bytes, error)) << error.message;
+    const orvx::LookupResult found = db.Lookup(c.key);
+    EXPECT_EQ(found.index, c.index);
+    EXPECT_EQ(found.how, c.how);
+    CPrnStaticInfoArray_RemoveAll();
+    orvx_test::LoadArray(bytes);
+    EXPECT_EQ(GetPointerToCPrnStaticInfo(c.key), CPrnStaticInfoArray.GetAt(c.index));
   }
+  CPrnStaticInfoArray_RemoveAll();
+  EXPECT_EQ(GetPointerToCPrnStaticInfo(""), nullptr);
+  EXPECT_EQ(GetPointerToCPrnStaticInfo(nullptr), nullptr);
+  EXPECT_EQ(orvx::ModelDatabase().Lookup("x").index, -1);
+  EXPECT_STREQ(orvx::MatchName(Match::HpFix), "hp");
+  EXPECT_STREQ(orvx::MatchName(Match::Default), "default");
 }
 
-TEST(Lookup, EmptyAfterRemoveAll) {
-  orvx_test::ModelArrayGuard guard;
-  Fill({"A", "B"});
-  ASSERT_NE(GetPointerToCPrnStaticInfo("B"), nullptr);
-  CPrnStaticInfoArray_RemoveAll();
-  EXPECT_EQ(GetPointerToCPrnStaticInfo("B"), nullptr);
-  CPrnStaticInfoArray_RemoveAll();  // already empty: nothing happens
-  EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
+TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
+  std::ifstream in(ORVX_SAMPLE_DB, std::ios::binary);
+  const Bytes sample(std::istreambuf_iterator<char>(in), {});
+  orvx::ModelDatabase db;
+  orvx::LoadError error;
+  ASSERT_TRUE(db.LoadBytes(sample, error));
+  const std::size_t count = db.size();
+  // Every cut inside the data fails where the data ends.
+  for (std::size_t n = 0; n < sample.size(); n += (n < 200 ? 1 : 97)) {
+    ASSERT_FALSE(db.LoadBytes(std::span(sample).first(n), error)) << n;
+    EXPECT_EQ(error.kind, orvx::LoadError::Format) << n;
+    EXPECT_EQ(error.offset, n);
+    EXPECT_NE(error.message.find("at byte " + std::to_string(n)), std::string::npos) << error.message;
+  }
+  EXPECT_FALSE(db.LoadBytes(Bytes{0x00, 0x00, 0x00, 0x80}, error));
+  EXPECT_NE(error.message.find("negative"), std::string::npos);
+  orvx_test::TempDir dir;
+  for (const std::string& path : {dir.path().string(), (dir.path() / "missing.dat").string()}) {
+    EXPECT_FALSE(db.LoadFile(path, error)) << path;
+    EXPECT_EQ(error.kind, orvx::LoadError::Io) << path;
+    EXPECT_EQ(error.message.rfind(path, 0), 0u) << error.message;
+  }
+  EXPECT_EQ(db.size(), count);
+  EXPECT_EQ(db[2].GetModelName(), "Vantor LP-1200");
+}
+
+TEST(Database, TwoDatabasesReadFromTwoThreads) {
+  orvx::ModelDatabase sample, other;
+  orvx::LoadError error;
+  ASSERT_TRUE(sample.LoadFile(ORVX_SAMPLE_DB, error)) << error.message;
+  ASSERT_TRUE(other.LoadBytes(DatabaseOf({"Default", "Vantor LP-1200"}), error));
+  const auto reader = [](const orvx::ModelDatabase& db, std::ptrdiff_t expected, int& mismatches) {
+    for (int round = 0; round < 2000; ++round) {
+      const auto found = db.Lookup("Vantor LP-1200 PCL6");
+      if (found.index != expected || db[static_cast<std::size_t>(found.index)].GetModelName() != "Vantor LP-1200")
+        ++mismatches;
+    }
+  };
+  int bad1 = 0, bad2 = 0;
+  std::thread t1(reader, std::cref(sample), 2, std::ref(bad1)), t2(reader, std::cref(other), 1, std::ref(bad2));
+  t1.join();
+  t2.join();
+  EXPECT_EQ(bad1 + bad2, 0);
+  EXPECT_TRUE(CPrnStaticInfoArray.IsEmpty());  // owned databases never touch the model array
 }
