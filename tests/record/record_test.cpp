@@ -6,30 +6,18 @@
 TEST(Record, NewRecordHoldsTheDefaults) {
   CPrnStaticInfo r;
   EXPECT_EQ(r.GetModelName(), "Other Printer");
-  EXPECT_EQ(r.GetVenderID(), 0);
-  EXPECT_EQ(r.GetModelGroupID(), 0);
-  EXPECT_EQ(r.GetBasedModelGroupID(), 0);
-  EXPECT_EQ(r.GetIconBaseIdx(), 0);
-  EXPECT_EQ(r.Fields().Flags, 0u);
-  EXPECT_EQ(r.GetInTraySPSZSizeList(nullptr), 0);
-  // Information fields with a non-zero default.
-  struct Case {
-    DWORD key;
-    int value;
-  };
-  for (const Case c : {Case{0x0108, -1}, {0x0105, -1}, {0x0302, -1}, {0x0303, -1}, {0x0308, -1}, {0x20000, -1},
-                       {0x30000, -1}, {0x040A, -1}, {0x70000, -1}, {0x0707, -1}, {0x0711, -1}, {0x0B05, -1},
-                       {0x0301, 0}, {0x0D08, 0}, {0x1400000, 0}, {0x1620000, 0}}) {
-    EXPECT_EQ(r.GetInfo(c.key), c.value) << std::hex << c.key;
-  }
+  EXPECT_EQ(std::tuple(r.GetVenderID(), r.GetModelGroupID(), r.GetBasedModelGroupID(), r.GetIconBaseIdx()),
+            std::tuple(0, 0, 0, 0));
+  EXPECT_EQ(r.Fields().Flags + r.Fields().SpareByte + r.GetInTraySPSZSizeList(nullptr), 0u);
+  // Information fields with a non-zero default, and some without.
+  for (const auto& [key, value] : {std::pair<DWORD, int>{0x0108, -1}, {0x0105, -1}, {0x0302, -1}, {0x0303, -1},
+                                   {0x0308, -1}, {0x20000, -1}, {0x30000, -1}, {0x040A, -1}, {0x70000, -1},
+                                   {0x0707, -1}, {0x0711, -1}, {0x0B05, -1}, {0x0301, 0}, {0x0D08, 0},
+                                   {0x1400000, 0}, {0x1620000, 0}})
+    EXPECT_EQ(r.GetInfo(key), value) << std::hex << key;
   EXPECT_EQ(r.Fields().Info040A, 0xFF);
-  EXPECT_EQ(r.Fields().SpareByte, 0);
-}
-
-TEST(Record, IconIndexKeepsTheLowByte) {
-  CPrnStaticInfo r;
   r.SetIconBaseIdx(300);
-  EXPECT_EQ(r.GetIconBaseIdx(), 44);
+  EXPECT_EQ(r.GetIconBaseIdx(), 44);  // the low byte
 }
 
 TEST(Record, SetPicNameHead) {
@@ -99,26 +87,16 @@ TEST(Record, CloseFreesTheBlockAndKeepsTheRecordUsable) {
   EXPECT_EQ(r.SetInTraySPSZSizeList(3, block), 3);
 }
 
-TEST(TrayRecords, Defaults) {
+TEST(TrayRecords, DefaultsSignExtensionAndDeliveryLimits) {
   COptInTray in;
-  EXPECT_EQ(in.GetName(), "");
-  EXPECT_EQ(in.GetDescription(), "");
-  EXPECT_EQ(in.GetID(), -1);
-  EXPECT_EQ(in.GetAddUnit(), 0);
-  EXPECT_EQ(in.GetTrayIndex(), 0);
-  EXPECT_EQ(in.GetPaperLevel(), -1);
-  EXPECT_EQ(in.GetPaperMax(), -1);
-  EXPECT_EQ(in.GetGroup(), -1);
-  COptOutTray out;
-  EXPECT_EQ(out.GetName(), "");
-  EXPECT_EQ(out.GetID(), -1);
-  EXPECT_EQ(out.GetDerivery(), 2);
-  EXPECT_EQ(out.GetTrayIndex(), 0);
-  EXPECT_EQ(out.GetAddUnit(), 0);
-}
+  EXPECT_EQ(in.GetName().str() + in.GetDescription().str(), "");
+  EXPECT_EQ(std::tuple(in.GetID(), in.GetAddUnit(), in.GetTrayIndex(), in.GetPaperLevel(), in.GetPaperMax(), in.GetGroup()),
+            std::tuple(-1, 0, 0, -1, -1, -1));
+  const COptOutTray fresh;
+  EXPECT_EQ(fresh.GetName(), "");
+  EXPECT_EQ(std::tuple(fresh.GetID(), fresh.GetDerivery(), fresh.GetTrayIndex(), fresh.GetAddUnit()),
+            std::tuple(-1, 2, 0, 0));
 
-TEST(TrayRecords, ByteFieldsAreSignExtendedAndDeliveryIsLimited) {
-  COptInTray in;
   in.SetTrayIndex(200);
   in.SetGroup(0x1FF);
   in.SetTrayLabelIdx(128);
