@@ -12,6 +12,17 @@
 #include "os_file.h"
 
 namespace orvx::os {
+namespace {
+// Calls `call` again while a signal interrupts it; a negative result comes
+// back with errno as the call left it.
+template <typename Call>
+auto Retry(Call call) {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0 || errno != EINTR) return result;
+  }
+}
+}  // namespace
 
 FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) {
   int flags = O_CLOEXEC;
@@ -21,9 +32,7 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
     default: flags |= O_RDWR; break;
   }
   if (openFlags & CFile::modeCreate) flags |= O_CREAT | ((openFlags & CFile::modeNoTruncate) ? 0 : O_TRUNC);
-  int fd;
-  do fd = ::open(name, flags, 0666);
-  while (fd < 0 && errno == EINTR);
+  const int fd = Retry([&] { return ::open(name, flags, 0666); });
   if (fd < 0) {
     osError = errno;
     cause = errno == ENOENT ? CFileException::fileNotFound : CFileException::accessDenied;
@@ -39,27 +48,16 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
   return fd;
 }
 
-namespace {
-// Runs a read or write call again when a signal interrupted it.
-template <typename Call>
-std::int64_t Retrying(Call call, int& osError) {
-  for (;;) {
-    const ssize_t n = call();
-    if (n >= 0) return n;
-    if (errno != EINTR) {
-      osError = errno;
-      return -1;
-    }
-  }
-}
-}  // namespace
-
 std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
-  return Retrying([&] { return ::read(static_cast<int>(file), buffer, count); }, osError);
+  const ssize_t n = Retry([&] { return ::read(static_cast<int>(file), buffer, count); });
+  if (n < 0) osError = errno;
+  return n;
 }
 
 std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError) {
-  return Retrying([&] { return ::write(static_cast<int>(file), buffer, count); }, osError);
+  const ssize_t n = Retry([&] { return ::write(static_cast<int>(file), buffer, count); });
+  if (n < 0) osError = errno;
+  return n;
 }
 
 std::uint64_t FileLength(FileHandle file) {
@@ -73,17 +71,18 @@ int FlushFile(FileHandle file) { return ::fsync(static_cast<int>(file)) != 0 && 
 void CloseFile(FileHandle file) { ::close(static_cast<int>(file)); }
 
 FileHandle CreateNewFile(const char* name, int& osError) {
-  int fd;
-  do fd = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  while (fd < 0 && errno == EINTR);
-  if (fd < 0) osError = errno;
-  return fd < 0 ? kNoFile : fd;
+  const int fd = Retry([&] { return ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); });
+  if (fd < 0) {
+    osError = errno;
+    return kNoFile;
+  }
+  return fd;
 }
 
 int RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? 0 : errno; }
 
 int SyncDirectory(const char* dir) {
-  const int fd = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int fd = Retry([&] { return ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
   if (fd < 0) return errno;
   const int error = ::fsync(fd) == 0 ? 0 : errno;
   ::close(fd);
@@ -101,9 +100,7 @@ FileStamp Stamp(FileHandle file) {
 }
 
 int LockExclusive(FileHandle file) {
-  while (::flock(static_cast<int>(file), LOCK_EX) != 0)
-    if (errno != EINTR) return errno;
-  return 0;
+  return Retry([&] { return ::flock(static_cast<int>(file), LOCK_EX); }) == 0 ? 0 : errno;
 }
 
 std::uint64_t CurrentProcessId() { return static_cast<std::uint64_t>(::getpid()); }

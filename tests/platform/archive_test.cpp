@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "orvx/afx_file.h"
+#include "orvx/whole_file.h"
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
 #include "test_util.h"
 
 using orvx_test::Bytes;
@@ -162,3 +166,23 @@ TEST(File, ReadAheadKeepsPositionsAndBytesExact) {
     EXPECT_EQ(e.m_offset, data.size());
   }
 }
+
+#if !defined(_WIN32)
+// A host that closed its standard input gets descriptor 0 for the next file it
+// opens: that is a file like any other.
+TEST(File, DescriptorZeroIsAFile) {
+  orvx_test::TempDir dir(true);
+  const int saved = ::dup(0);
+  ::close(0);
+  EXPECT_FALSE(orvx::ReplaceFile("zero.bin", "abc").Failed());  // its temporary file takes descriptor 0
+  std::string bytes;
+  ::close(0);
+  EXPECT_FALSE(orvx::ReadWholeFile("zero.bin", bytes).Failed());
+  EXPECT_EQ(bytes, "abc");
+  ::close(0);
+  CFile f;
+  EXPECT_TRUE(f.Open("zero.bin", CFile::modeRead));
+  ::dup2(saved, 0);
+  ::close(saved);
+}
+#endif
