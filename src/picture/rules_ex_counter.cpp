@@ -19,7 +19,7 @@ struct FeederConfig {
   std::int32_t bits;
   std::array<std::int32_t, 6> slots;
 };
-constexpr std::array<FeederConfig, 13> kPloverFeeders = {{
+constexpr FeederConfig kPloverFeeders[] = {
     {2, 0, 0, 0, 0x1001, {31, 21, 0, 0, 0, 0}},
     {3, 1, 0, 0, 0x1003, {31, 21, 22, 0, 0, 0}},
     {4, 2, 0, 0, 0x1007, {31, 21, 22, 23, 0, 0}},
@@ -33,7 +33,7 @@ constexpr std::array<FeederConfig, 13> kPloverFeeders = {{
     {6, 1, 0, 1, 0x1001343, {31, 21, 22, 36, 37, 38}},
     {4, 0, 0, 1, 0x11340, {31, 36, 37, 38, 0, 0}},
     {5, 1, 0, 1, 0x1011342, {31, 21, 36, 37, 38, 0}},
-}};
+};
 
 // Installed units that the rule counts, in test order.
 enum PloverUnit { kGX268, kGX261, kGX266, kHI331, kHI372, kRJ7, kFU2, kPloverUnits };

@@ -37,7 +37,7 @@ void CArchive::ThrowEndOfFile() const {
 }
 
 void CArchive::Flush() {
-  if (loading_ || !file_) return;
+  if (!file_) return;  // only storing archives flush
   const auto n = static_cast<UINT>(cur_ - buf_);
   if (n) file_->Write(buf_, n);
   base_ += n;

@@ -139,13 +139,22 @@ TEST(Extended, PloverFeederTable) {
     DWORD bits;  // on a vendor-1 record, after the final step
     std::vector<int> ids;
   };
+  const std::vector<std::string> r7 = {"GX-268", "GX-261"};
   const Row rows[] = {
       // A feeder configuration is the count of in-trays and of GX-268 units and
       // whether a GX-261 or a GX-266 is there.
       {2, {}, 0x1001, {31, 21}},
+      {3, {"GX-268"}, 0x1003, {31, 21, 22}},
       {4, {"GX-268", "GX-268"}, 0x1007, {31, 21, 22, 23}},
       {2, {"GX-268"}, 0x11002, {31, 21}},
-      {6, {"GX-268", "GX-261"}, 0x103B, {31, 21, 22, 33, 34, 35}},
+      {3, {"GX-268", "GX-268"}, 0x11006, {31, 21, 22}},
+      {5, {"GX-261"}, 0x1039, {31, 21, 33, 34, 35}},
+      {6, r7, 0x103B, {31, 21, 22, 33, 34, 35}},
+      {4, {"GX-261"}, 0x11038, {31, 33, 34, 35}},
+      {5, r7, 0x1103A, {31, 21, 33, 34, 35}},
+      {5, {"GX-266"}, 0x1341, {31, 21, 36, 37, 38}},
+      {6, {"GX-268", "GX-266"}, 0x1343, {31, 21, 22, 36, 37, 38}},
+      {4, {"GX-266"}, 0x11340, {31, 36, 37, 38}},
       {5, {"GX-268", "GX-266"}, 0x11342, {31, 21, 36, 37, 38}},
       // no configuration: no bits, the slots of the first
       {1, {}, 0, {31}},

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "orvx/afx_registry.h"
 #include "registry_fixture.h"
@@ -115,11 +116,16 @@ TEST_F(RegistryApi, BufferLimits) {
   std::vector<DWORD> lengths;
   int tooLong = 0;
   for (DWORD i = 0; i < 3; ++i) {
-    char name[32];
-    DWORD length = sizeof name;
+    char name[33];
+    std::memset(name, 0x7F, sizeof name);
+    DWORD length = 32;
     const LONG r = RegEnumValueA(key, i, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (r == ERROR_MORE_DATA) ++tooLong;
-    if (r == ERROR_SUCCESS) lengths.push_back(length);
+    if (r == ERROR_SUCCESS) {
+      lengths.push_back(length);
+      EXPECT_EQ(name[length], '\0');
+      EXPECT_EQ(name[length + 1], 0x7F);  // nothing past the terminating zero
+    }
   }
   std::sort(lengths.begin(), lengths.end());
   EXPECT_EQ(tooLong, 1);

@@ -108,6 +108,37 @@ TEST_F(Store, WrittenFilesParseAndRewriteUnchanged) {
   EXPECT_EQ(Read(user_), before);
 }
 
+TEST_F(Store, EachValueIsWrittenInTheFormThatKeepsItsTypeAndBytes) {
+  struct Case {
+    DWORD type;
+    std::vector<BYTE> data;
+    const char* line;
+  };
+  const Case cases[] = {
+      {REG_DWORD, {0x0D, 0x0C, 0x0B, 0xFA}, "\"v\"=dword:fa0b0c0d"},
+      {REG_DWORD, {1, 2}, "\"v\"=hex(4):01,02"},       // no dword without four bytes
+      {REG_BINARY, {1, 2, 3, 4}, "\"v\"=hex:01,02,03,04"},  // four bytes but no dword
+      {REG_SZ, {'a', '"', '\\', 0}, "\"v\"=\"a\\\"\\\\\""},
+      {REG_SZ, {'a', '\n', 0}, "\"v\"=hex(1):61,0a,00"},  // a line break cannot stand in a string
+      {REG_SZ, {'a'}, "\"v\"=hex(1):61"},                 // nor can text without its zero
+      {REG_EXPAND_SZ, {'%', 0}, "\"v\"=hex(2):25,00"},
+      {REG_BINARY, {}, "\"v\"=hex:"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.line);
+    Write(user_, "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n");
+    HKEY key;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "K", 0, KEY_WRITE | KEY_READ, &key), ERROR_SUCCESS);
+    ASSERT_EQ(RegSetValueExA(key, "v", 0, c.type, c.data.data(), static_cast<DWORD>(c.data.size())), ERROR_SUCCESS);
+    EXPECT_EQ(Read(user_), "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n" + std::string(c.line) + "\n");
+    const auto values = Enumerate(key);  // and it reads back as it was written
+    RegCloseKey(key);
+    ASSERT_EQ(values.size(), 1u);
+    EXPECT_EQ(values[0].type, c.type);
+    EXPECT_EQ(values[0].data, c.data);
+  }
+}
+
 TEST_F(Store, Utf16AndRegedit4Files) {
   const std::string utf16 =
       Utf16File(u"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Caf\u00E9]\r\n"
@@ -150,6 +181,10 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
       {"key deletion", "REGEDIT4\n[-HKEY_CURRENT_USER\\A]\n", 2},
       {"value deletion", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=-\n", 3},
       {"not a hive", "REGEDIT4\n[SOFTWARE\\A]\n", 2},
+      {"no closing bracket", "REGEDIT4\n[HKEY_CURRENT_USER\\A\n", 2},
+      {"empty key", "REGEDIT4\n[]\n", 2},
+      {"hex type too long", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex(123456789):00\n", 3},
+      {"empty hex type", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex():00\n", 3},
       {"binary junk", std::string("REGEDIT4\n\0\1\2", 12), 1},
       {"odd UTF-16", "\xFF\xFEW\0x", 1},
   };

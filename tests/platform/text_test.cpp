@@ -9,6 +9,8 @@ TEST(Text, Utf8AtItsBoundaries) {
   const std::pair<std::string_view, bool> cases[] = {
       {"plain", true},
       {"\x7F", true},
+      {"\x80", false},              // a continuation byte cannot lead
+      {"\xBF", false},
       {"\xC2\x80", true},            // U+0080, the first two-byte form
       {"\xC1\xBF", false},           // U+007F overlong
       {"\xE0\xA0\x80", true},        // U+0800
