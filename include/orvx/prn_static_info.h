@@ -237,11 +237,6 @@ class ORVX_API CPrnStaticInfo : public CObject {
                                CStringList& docOptionNames);
 #define ORVX_CLASSIC_FIXED(result, printer, copier)
 #include "orvx/picture_rules.inc"
-#undef ORVX_CLASSIC
-#undef ORVX_CLASSIC_DUPLEX
-#undef ORVX_EXTENDED
-#undef ORVX_EXTENDED_DOCS
-#undef ORVX_CLASSIC_FIXED
 
  private:
   void SetFlag(DWORD mask, int on) { F.Flags = on ? (F.Flags | mask) : (F.Flags & ~mask); }

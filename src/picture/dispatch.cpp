@@ -48,11 +48,6 @@ struct Route {
 constexpr Route kClassic[] = {
 #include "orvx/picture_rules.inc"
 };
-#undef ORVX_CLASSIC
-#undef ORVX_CLASSIC_DUPLEX
-#undef ORVX_CLASSIC_FIXED
-#undef ORVX_EXTENDED
-#undef ORVX_EXTENDED_DOCS
 
 #define ORVX_CLASSIC(name, printer, copier)
 #define ORVX_CLASSIC_DUPLEX(name, printer, copier)
@@ -64,11 +59,6 @@ constexpr Route kClassic[] = {
 constexpr Route kExtended[] = {
 #include "orvx/picture_rules.inc"
 };
-#undef ORVX_CLASSIC
-#undef ORVX_CLASSIC_DUPLEX
-#undef ORVX_CLASSIC_FIXED
-#undef ORVX_EXTENDED
-#undef ORVX_EXTENDED_DOCS
 #undef ORVX_GROUPS
 
 // The row that names the group on the vendor's line, else the line's row for
@@ -198,8 +188,3 @@ orvx::PictureRoute orvx::ChoosePictureRule(int vendor, int group, bool extended)
     return Run(orvx::picture::extended::name, *this, Lists{inTrays, outTrays, &optionNames, &docOptionNames});   \
   }
 #include "orvx/picture_rules.inc"
-#undef ORVX_CLASSIC
-#undef ORVX_CLASSIC_DUPLEX
-#undef ORVX_CLASSIC_FIXED
-#undef ORVX_EXTENDED
-#undef ORVX_EXTENDED_DOCS

@@ -13,11 +13,6 @@ namespace classic {
 #define ORVX_EXTENDED_DOCS(name, printer, copier)
 #define ORVX_CLASSIC_FIXED(result, printer, copier)
 #include "orvx/picture_rules.inc"
-#undef ORVX_CLASSIC
-#undef ORVX_CLASSIC_DUPLEX
-#undef ORVX_EXTENDED
-#undef ORVX_EXTENDED_DOCS
-#undef ORVX_CLASSIC_FIXED
 }  // namespace classic
 
 namespace extended {
@@ -27,11 +22,6 @@ namespace extended {
 #define ORVX_EXTENDED_DOCS(name, printer, copier) extern const Rule name;
 #define ORVX_CLASSIC_FIXED(result, printer, copier)
 #include "orvx/picture_rules.inc"
-#undef ORVX_CLASSIC
-#undef ORVX_CLASSIC_DUPLEX
-#undef ORVX_EXTENDED
-#undef ORVX_EXTENDED_DOCS
-#undef ORVX_CLASSIC_FIXED
 }  // namespace extended
 
 }  // namespace orvx::picture
