@@ -46,8 +46,7 @@ class DllHost : public testing::Test {
     }
   }
   void PutDatabase(std::size_t keepBytes = SIZE_MAX) {
-    std::ifstream in(ORVX_SAMPLE_DB, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string bytes = orvx_test::ReadAll(ORVX_SAMPLE_DB);
     ASSERT_GT(bytes.size(), 4u) << ORVX_SAMPLE_DB;
     std::ofstream(dir_.path() / "ORVDB.dat", std::ios::binary) << bytes.substr(0, keepBytes);
   }

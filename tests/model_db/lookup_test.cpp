@@ -78,8 +78,7 @@ TEST(Lookup, PassesFallbacksAndHowTheNameMatched) {
 }
 
 TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
-  std::ifstream in(ORVX_SAMPLE_DB, std::ios::binary);
-  const Bytes sample(std::istreambuf_iterator<char>(in), {});
+  const Bytes sample = orvx_test::ReadBytes(ORVX_SAMPLE_DB);
   orvx::ModelDatabase db;
   orvx::LoadError error;
   ASSERT_TRUE(db.LoadBytes(sample, error));

@@ -128,9 +128,7 @@ TEST(SerializeArray, TruncationAtEveryByteKeepsCompletedRecords) {
 
 TEST(SerializeArray, SampleDatabaseRoundTripsByteForByte) {
   orvx_test::ModelArrayGuard guard;
-  std::ifstream in(ORVX_SAMPLE_DB, std::ios::binary);
-  ASSERT_TRUE(in) << ORVX_SAMPLE_DB;
-  const Bytes file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const Bytes file = orvx_test::ReadBytes(ORVX_SAMPLE_DB);
   orvx_test::LoadArray(file);
   EXPECT_GT(CPrnStaticInfoArray.GetSize(), 50);
   EXPECT_EQ(orvx_test::StoreArray(), file);

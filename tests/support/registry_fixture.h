@@ -106,10 +106,7 @@ class RegistryFixture : public testing::Test {
   static void Write(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
   }
-  static std::string Read(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  }
+  static std::string Read(const std::string& path) { return ReadAll(path); }
 
   const std::string tag_ = UniqueTag();
   std::vector<std::pair<HKEY, std::string>> owned_;

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -40,6 +41,16 @@ inline void LoadArray(const Bytes& bytes, int bufferSize = 1024) {
 
 inline Bytes StoreArray() {
   return Store([](CArchive& ar) { CPrnStaticInfoArray_Serialize(ar); });
+}
+
+// The whole of a file, as bytes (empty when it cannot be read).
+inline std::string ReadAll(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+inline Bytes ReadBytes(const std::filesystem::path& path) {
+  const std::string s = ReadAll(path);
+  return Bytes(s.begin(), s.end());
 }
 
 // Eight random hex digits: names that tests running at the same time (in

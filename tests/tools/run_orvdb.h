@@ -22,11 +22,6 @@ struct ToolResult {
   std::string out;
 };
 
-inline std::string ReadAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 #if defined(_WIN32)
 
 // `args` as a POSIX shell splits them: words, 'single-quoted' text, and one
