@@ -25,10 +25,11 @@ ModelDatabase::~ModelDatabase() = default;
 
 namespace {
 
-// Reads a whole database from `file` into `out`; `source` names it in errors.
-bool Read(CFile& file, const std::string& source, std::vector<std::unique_ptr<CPrnStaticInfo>>& out,
-          LoadError& error, std::uint64_t* consumed = nullptr) {
+// Reads a whole database from `bytes` into `out`; `source` names it in errors.
+bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
+               std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
   try {
+    CMemFile file(bytes.data(), bytes.size());
     CArchive ar(&file, CArchive::load);
     const DWORD count = ar.ReadScalar<DWORD>();
     if (count > 0x7FFFFFFFu) {
@@ -39,7 +40,6 @@ bool Read(CFile& file, const std::string& source, std::vector<std::unique_ptr<CP
     detail::ReadRecords(ar, static_cast<std::int32_t>(count),
                         [&](std::unique_ptr<CPrnStaticInfo> r) { out.push_back(std::move(r)); });
     if (consumed) *consumed = ar.GetPosition();
-    ar.Close();
   } catch (const CArchiveException& e) {
     error = {LoadError::Format,
              source + ": not a complete model database (" +
@@ -47,26 +47,11 @@ bool Read(CFile& file, const std::string& source, std::vector<std::unique_ptr<CP
                  std::to_string(e.m_offset) + ")",
              e.m_offset};
     return false;
-  } catch (const CException& e) {
-    error = {LoadError::Io, source + ": " + e.what(), 0};
-    return false;
   } catch (const std::bad_alloc&) {
     error = {LoadError::Memory, source + ": not enough memory to load the database", 0};
     return false;
   }
   return true;
-}
-
-// Reads `bytes`, named `source` in errors, into `out`.
-bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
-               std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
-  try {
-    CMemFile file(bytes.data(), bytes.size());
-    return Read(file, source, out, error, consumed);
-  } catch (const std::bad_alloc&) {
-    error = {LoadError::Memory, source + ": not enough memory to load the database", 0};
-    return false;
-  }
 }
 
 }  // namespace

@@ -4,8 +4,10 @@
 
 #include "orvx/model_db.h"
 
-static_assert(DLL_PROCESS_ATTACH == ORVX_PROCESS_ATTACH && DLL_PROCESS_DETACH == ORVX_PROCESS_DETACH &&
-              DLL_THREAD_ATTACH == ORVX_THREAD_ATTACH && DLL_THREAD_DETACH == ORVX_THREAD_DETACH);
+static_assert(DLL_PROCESS_ATTACH == ORVX_PROCESS_ATTACH);
+static_assert(DLL_PROCESS_DETACH == ORVX_PROCESS_DETACH);
+static_assert(DLL_THREAD_ATTACH == ORVX_THREAD_ATTACH);
+static_assert(DLL_THREAD_DETACH == ORVX_THREAD_DETACH);
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) {
   return ORVX_LibraryEntry(module, reason, reserved);

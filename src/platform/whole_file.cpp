@@ -1,7 +1,8 @@
 #include "orvx/whole_file.h"
 
-#include <filesystem>
+#include <climits>
 #include <cstdlib>
+#include <filesystem>
 #include <random>
 #include <system_error>
 
@@ -77,7 +78,7 @@ Error WriteTemp(const std::string& path, const fs::path& target, std::string_vie
   Error error;
   std::size_t done = 0;
   while (done < bytes.size() && !error.Failed()) {
-    const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, 1u << 20));
+    const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, UINT_MAX));
     const std::int64_t n = os::WriteSome(file, bytes.data() + done, chunk, osError);
     if (n < 0)
       error = SystemError(path, "cannot write", osError);

@@ -67,19 +67,17 @@ void CSupportedModel::SetRegistoryPath(const char* path) {
 }
 
 int CSupportedModel::LoadFromRegistory() {
-  // A key whose enumeration keeps failing without reporting its end stops
-  // after this many indices.
-  constexpr DWORD kMaxIndex = 1 << 20;
   const auto load = [&](const char* subKey, CObList& list, bool supported) {
     HKEY key;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, (m_strRegistryPath + subKey).c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
       return;
-    for (DWORD index = 0; index < kMaxIndex; ++index) {
+    for (DWORD index = 0;; ++index) {
       char name[32] = {};
       DWORD nameLength = sizeof name;
       const LONG r = RegEnumValueA(key, index, name, &nameLength, nullptr, nullptr, nullptr, nullptr);
-      if (r == ERROR_NO_MORE_ITEMS) break;
-      if (r != ERROR_SUCCESS) continue;  // for instance a name of 32 or more characters
+      if (r == ERROR_MORE_DATA) continue;  // a name of 32 or more characters: skipped
+      // The end of the list, or a key that fails at every index (deleted meanwhile): stop.
+      if (r != ERROR_SUCCESS) break;
       auto* info = new CSMModelInfo;
       info->SetModelName(name);
       DWORD state = 1;

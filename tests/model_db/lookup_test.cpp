@@ -46,6 +46,7 @@ TEST(Lookup, PassesFallbacksAndHowTheNameMatched) {
       {{"Default", "HP LaserPrinter 5"}, "hP LaserPrinter 5", 0, Match::Default},
       {{"Default", "hp x"}, "hp x", 1, Match::Exact},  // the exact pass sees the key as given
       {{"Default", "h"}, "h", 1, Match::Exact},
+      {{"Default", "HP"}, "hp", 1, Match::HpFix},  // the shortest key the fix applies to
       {hp, "hp LaserJet 5", 2, Match::HpFix},      // "HP LaserJet 5" contains "HP", which comes first
       {hp, "hpLaserJet 4", 1, Match::Substring},   // found without the fix
       {hp, "xx HP LaserJet 5", 0, Match::Default},  // "HP" inside but not in front ends the search
@@ -92,6 +93,8 @@ TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
   }
   EXPECT_FALSE(db.LoadBytes(Bytes{0x00, 0x00, 0x00, 0x80}, error));
   EXPECT_NE(error.message.find("negative"), std::string::npos);
+  EXPECT_FALSE(db.LoadBytes(Bytes{1, 0, 0, 0, 0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00}, error));  // a wide-string name
+  EXPECT_EQ(error.message, "buffer: not a complete model database (malformed data at byte 5)");
   orvx_test::TempDir dir;
   for (const std::string& path : {dir.path().string(), (dir.path() / "missing.dat").string()}) {
     EXPECT_FALSE(db.LoadFile(path, error)) << path;

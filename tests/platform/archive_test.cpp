@@ -58,12 +58,12 @@ TEST(Archive, StringLengthPrefixForms) {
 TEST(Archive, BadStringLengthsThrowWhereTheyAre) {
   // A length past the end of the data stops at the end; the wide-string form
   // (0xFFFE after 0xFF) is not ours.
-  const std::tuple<Bytes, UINT, std::uint64_t> cases[] = {
-      {{5, 'a', 'b'}, CArchiveException::endOfFile, 3},
-      {{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 'a'}, CArchiveException::endOfFile, 8},
-      {{0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00}, CArchiveException::badSchema, 1},
+  const std::tuple<Bytes, UINT, std::uint64_t, const char*> cases[] = {
+      {{5, 'a', 'b'}, CArchiveException::endOfFile, 3, "data ended early at byte 3"},
+      {{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 'a'}, CArchiveException::endOfFile, 8, "data ended early at byte 8"},
+      {{0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00}, CArchiveException::badSchema, 1, "malformed data at byte 1"},
   };
-  for (const auto& [data, cause, offset] : cases) {
+  for (const auto& [data, cause, offset, text] : cases) {
     CMemFile f(data);
     CArchive ar(&f, CArchive::load, 1024);
     CString s;
@@ -73,6 +73,7 @@ TEST(Archive, BadStringLengthsThrowWhereTheyAre) {
     } catch (const CArchiveException& e) {
       EXPECT_EQ(e.m_cause, static_cast<int>(cause));
       EXPECT_EQ(e.m_offset, offset);
+      EXPECT_STREQ(e.what(), text);
     }
   }
 }

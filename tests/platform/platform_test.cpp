@@ -33,6 +33,8 @@ TEST(RuntimeClass, CreatesTheThreeRecordClassesByName) {
     EXPECT_EQ(obj->IsSerializable(), c.schema != 0xFFFF);
   }
   EXPECT_EQ(CRuntimeClass::CreateObject("CNoSuchClass"), nullptr);
+  COptInTray tray;
+  EXPECT_FALSE(tray.IsKindOf(CRuntimeClass::FromName("CPrnStaticInfo")));
   std::unique_ptr<CPrnStaticInfo> r(static_cast<CPrnStaticInfo*>(CPrnStaticInfo::CreateObject()));
   EXPECT_EQ(r->GetModelName(), "Other Printer");
 }

@@ -159,10 +159,12 @@ TEST_F(Store, Utf16AndRegedit4Files) {
   EXPECT_EQ(Read(machine_), after);
   RegCloseKey(key);
 
-  Write(machine_, "REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\A]\n\"B\"=\"c\"\n");
+  // Spaces and tabs around lines do not count.
+  Write(machine_, "REGEDIT4 \n\n [HKEY_LOCAL_MACHINE\\A] \t\n\t\"B\" = dword:0000002a \n");
   ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "A", 0, KEY_READ, &key), ERROR_SUCCESS);
   size = sizeof buf;
   EXPECT_EQ(RegQueryValueExA(key, "B", nullptr, nullptr, buf, &size), ERROR_SUCCESS);
+  EXPECT_EQ(buf[0], 0x2A);
   RegCloseKey(key);
 }
 
@@ -183,6 +185,7 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
       {"not a hive", "REGEDIT4\n[SOFTWARE\\A]\n", 2},
       {"no closing bracket", "REGEDIT4\n[HKEY_CURRENT_USER\\A\n", 2},
       {"empty key", "REGEDIT4\n[]\n", 2},
+      {"an empty byte between commas", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex:01,,02\n", 3},
       {"hex type too long", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex(123456789):00\n", 3},
       {"empty hex type", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex():00\n", 3},
       {"binary junk", std::string("REGEDIT4\n\0\1\2", 12), 1},
