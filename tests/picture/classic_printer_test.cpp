@@ -194,3 +194,33 @@ TEST_F(ClassicPrinter, LetterCaseCounts) {
   CheckAll({{"lower-case multi", {.group = 12, .in = {"multi purpose tray", "cassette 1"}}, {0, {-1, -1}, {}}}},
            kClassic);
 }
+
+// One tray alone, or the duplex unit alone, adds only its own bits: the other
+// cases install several trays at once, whose bits can hide one another's.
+TEST_F(ClassicPrinter, TheFirstFeederOrTheDuplexUnitAlone) {
+  struct Case {
+    int vendor, group;
+    const char* tray;
+    DWORD bits;
+    int id;
+    DWORD duplexAlone;
+  };
+  const Case cases[] = {
+      {1, 1, "Multi Purpose Tray", 0x800, 12, 0x10000}, {1, 1, "Manual Feed", 0x1, 10, 0x10000},
+      {1, 2, "Multi Purpose Tray", 0x800, 12, 0},
+      {1, 2, "Manual Feed", 0x800, 10, 0},              {1, 3, "Multi Purpose Tray", 0x800, 12, 0x10000},
+      {1, 5, "Multi Purpose Tray", 0x800, 12, 0},       {1, 6, "Multi Purpose Tray", 0x800, 12, 0},
+      {1, 8, "Multi Purpose Tray", 0x800, 12, 0x10000}, {1, 10, "Multi Purpose Tray", 0x800, 12, 0},
+      {1, 12, "Multi Purpose Tray", 0x800, 12, 0x10000}, {1, 13, "Multi Purpose Tray", 0x800, 12, 0},
+      {1, 15, "Multi Purpose Tray", 0x1000, 31, 0},     {1, 16, "Multi Purpose Tray", 0x800, 12, 0x10000},
+      {2, 1, "Bypass", 0x1000, 31, 0},                  {2, 2, "Bypass", 0x1000, 31, 0},
+      {2, 4, "Bypass", 0x1000, 31, 0},                  {2, 6, "Bypass", 0x1000, 31, 0x10000},
+      {2, 9, "Bypass", 0x1000, 31, 0},                  {2, 13, "Bypass", 0x1000, 31, 0x100F},
+      {2, 14, "Bypass", 0x1000, 31, 0x100F},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.vendor << "/" << c.group << " " << c.tray);
+    Check({.vendor = c.vendor, .group = c.group, .in = {c.tray}}, {c.bits, {c.id}, {}}, kClassic);
+    Check({.vendor = c.vendor, .group = c.group, .duplexUnit = 1}, {c.duplexAlone, {}, {}}, kClassic);
+  }
+}

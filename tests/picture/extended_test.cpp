@@ -242,3 +242,18 @@ TEST(Extended, DefaultTrayRenameUsesTheHostString) {
   EXPECT_EQ(o.inNames, std::vector<std::string>{""});
   EXPECT_EQ(o.result, 0x4000001u);
 }
+
+// The first feeder alone adds only its own bits (and the vendor's pair).
+TEST(Extended, TheFirstFeederAlone) {
+  const std::tuple<int, int, const char*, DWORD, int> cases[] = {
+      {1, 0, "Multi Purpose Tray", 0x800, 12},   {1, 19, "Multi", 0x4000800, 12},  {1, 22, "MP Tray", 0x1000, 31},
+      {1, 31, "MP Tray", 0x800, 12},             {1, 16, "Bypass Tray", 0x800, 12}, {1, 20, "Multi Purpose Tray", 0x1000, 31},
+      {1, 28, "MP Tray", 0x1000, 31},            {2, 17, "Bypass", 0x2001000, 31},  {2, 19, "Bypass Tray", 0x2001000, 31},
+      {2, 26, "MP Tray", 0x2001000, 31},         {2, 29, "MP Tray", 0x2001000, 31}, {2, 20, "Bypass", 0x1000, 31},
+      {2, 14, "Bypass", 0x1000, 31},
+  };
+  for (const auto& [vendor, group, tray, bits, id] : cases) {
+    SCOPED_TRACE(testing::Message() << vendor << "/" << group);
+    Check({.vendor = vendor, .group = group, .in = {tray}}, {bits, {id}, {}}, kExtended);
+  }
+}
