@@ -71,7 +71,8 @@ TEST(Text, Utf16BothWays) {
     EXPECT_EQ(out, "kept" + utf8);
   }
   std::string out;
-  for (const std::string& broken : {le({0xD83D}), le({0xD83D, 0x41}), le({0xDC00, 0xD800}), std::string("A")})
+  for (const std::string& broken :
+       {le({0xD83D}), le({0xD83D, 0x41}), le({0xDC00, 0xD800}), le({0xDFFF}), le({0xDBFF, 0xE000}), std::string("A")})
     EXPECT_FALSE(text::Utf16ToUtf8(broken, out)) << testing::PrintToString(broken);
   EXPECT_FALSE(text::Utf8ToUtf16("\xE9", out));
 }
