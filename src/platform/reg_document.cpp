@@ -43,11 +43,7 @@ bool ParseHexBytes(std::string_view s, std::vector<BYTE>& out) {
   while (true) {
     const std::size_t comma = s.find(',', start);
     const std::string_view tok = Trim(s.substr(start, comma == std::string_view::npos ? std::string_view::npos : comma - start));
-    if (tok.empty()) {
-      // Only a trailing comma may leave an empty token.
-      if (comma != std::string_view::npos || start == 0) return false;
-      return true;
-    }
+    if (tok.empty()) return false;  // two commas in a row, or a leading one (a trailing one ends below)
     if (tok.size() > 2) return false;
     int v = 0;
     for (char c : tok) {

@@ -61,7 +61,7 @@ bool Utf16ToUtf8(std::string_view in, std::string& out) {
   for (std::size_t i = 0; i < in.size(); i += 2) {
     std::uint32_t c = static_cast<unsigned char>(in[i]) | (static_cast<unsigned char>(in[i + 1]) << 8);
     if (c >= 0xD800 && c <= 0xDBFF) {
-      if (i + 3 >= in.size()) return false;
+      if (in.size() - i < 4) return false;  // no unit after it
       const std::uint32_t d = static_cast<unsigned char>(in[i + 2]) | (static_cast<unsigned char>(in[i + 3]) << 8);
       if (d < 0xDC00 || d > 0xDFFF) return false;
       c = JoinSurrogates(c, d);

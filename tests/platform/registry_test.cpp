@@ -123,6 +123,7 @@ TEST_F(Store, EachValueIsWrittenInTheFormThatKeepsItsTypeAndBytes) {
       {REG_SZ, {'a'}, "\"v\"=hex(1):61"},                 // nor can text without its zero
       {REG_EXPAND_SZ, {'%', 0}, "\"v\"=hex(2):25,00"},
       {REG_BINARY, {}, "\"v\"=hex:"},
+      {REG_NONE, {7}, "\"v\"=hex(0):07"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.line);
@@ -185,6 +186,9 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
       {"not a hive", "REGEDIT4\n[SOFTWARE\\A]\n", 2},
       {"no closing bracket", "REGEDIT4\n[HKEY_CURRENT_USER\\A\n", 2},
       {"empty key", "REGEDIT4\n[]\n", 2},
+      {"three hex digits", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex:01,123\n", 3},
+      {"a name without its opening quote", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\nA\"=dword:1\n", 3},
+      {"a name and nothing else", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"\n", 3},
       {"an empty byte between commas", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex:01,,02\n", 3},
       {"hex type too long", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex(123456789):00\n", 3},
       {"empty hex type", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex():00\n", 3},
@@ -202,6 +206,8 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
     EXPECT_NE(RegCreateKeyExA(HKEY_CURRENT_USER, "A", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr), ERROR_SUCCESS);
     EXPECT_EQ(Read(user_), c.bytes);
   }
+  Write(user_, "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\" x\n");
+  EXPECT_EQ(orvx::registry::CheckFile(user_).message, "expected = after the value name");
 }
 
 TEST_F(Store, RewritesKeepCommentsAndLineEndsWhereTheyAre) {

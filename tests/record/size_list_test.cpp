@@ -49,6 +49,7 @@ TEST(SizeList, NumberedEntries) {
     EXPECT_EQ(ByNumber(*r, c.tray), c.list);
   }
   EXPECT_EQ(Fetch([&](BYTE* out) { return r->GetInTraySPSZSizeList(out); }), (Bytes{7, 2, 2, 0x41, 0x42, 5, 0}));
+  EXPECT_EQ(ByNumber(*WithBlock({4, 0, 1, 9}), 0), Bytes{9});  // tray number 0 is a tray like any other
   // The first entry is not named, so a name search gives up at once.
   EXPECT_EQ(ByName(*r, ""), Bytes{});
 }

@@ -83,7 +83,8 @@ TEST(SMModelInfo, InterfaceByStateAndPlatform) {
 TEST_F(SupportedModels, CachedAndDirectAnswers) {
   const Values supported = {DwordValue("LP-1100", 0x01000100), DwordValue("LP-2200", 0x0E000100),
                             DwordValue("DC-3300", 0x0E000200), DwordValue("Both", 0x0F000200),
-                            DwordValue(std::string(32, 'L'), 0x0F000200), BinaryValue("Short", {0, 2})};
+                            DwordValue(std::string(32, 'L'), 0x0F000200), BinaryValue("Short", {0, 2}),
+                            BinaryValue("Long", {0, 1, 0, 1, 9})};
   const Values unsupported = {DwordValue("Both", 0), BinaryValue("Old", {1, 2, 3, 4, 5}), BinaryValue("Old4", {1})};
   Lists(path_, &supported, &unsupported);
   struct Case {
@@ -122,6 +123,8 @@ TEST_F(SupportedModels, CachedAndDirectAnswers) {
   EXPECT_EQ(direct.Find("LP-1100"), nullptr);
   ASSERT_NE(cached.Find("LP-1100"), nullptr);
   EXPECT_EQ(cached.Find("LP-1100")->GetState(), 0x01000100u);
+  ASSERT_NE(cached.Find("Long"), nullptr);
+  EXPECT_EQ(cached.Find("Long")->GetState(), 0u);  // a state that does not fit in four bytes reads as 0
 }
 
 #if !defined(_WIN32)
