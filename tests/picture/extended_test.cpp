@@ -225,6 +225,8 @@ TEST(Extended, Gannet) {
          {0x21F, {21, 22, 23, 24, 25, 88}, {}}},
         {"option words", {.vendor = 2, .group = group, .in = {"Bypass"}, .options = {"Booklet", "GX-235", "NN-841", "FU-2"}},
          {0x401200, {31}, {}}},
+        {"a face tray beside the bypass", {.vendor = 2, .group = group, .in = {"Bypass"}, .out = {"Face-d"}},
+         {0x41000, {31}, {51}}},
         {"only out-trays: the fallback comes first",
          {.vendor = 2, .group = group, .out = {"Left Tray", "Document F", "Finisher Tray A", "HI-399", "HI-399",
                                                 "Multi Tray", "Finisher Tray 5", "Face Up"}},
@@ -246,7 +248,7 @@ TEST(Extended, DefaultTrayRenameUsesTheHostString) {
 // The first feeder alone adds only its own bits (and the vendor's pair).
 TEST(Extended, TheFirstFeederAlone) {
   const std::tuple<int, int, const char*, DWORD, int> cases[] = {
-      {1, 0, "Multi Purpose Tray", 0x800, 12},   {1, 19, "Multi", 0x4000800, 12},  {1, 22, "MP Tray", 0x1000, 31},
+      {1, 0, "Multi Purpose Tray", 0x800, 12},   {1, 0, "Internal Tray", 0x1, 20},   {1, 19, "Multi", 0x4000800, 12},  {1, 22, "MP Tray", 0x1000, 31},
       {1, 31, "MP Tray", 0x800, 12},             {1, 16, "Bypass Tray", 0x800, 12}, {1, 20, "Multi Purpose Tray", 0x1000, 31},
       {1, 28, "MP Tray", 0x1000, 31},            {2, 17, "Bypass", 0x2001000, 31},  {2, 19, "Bypass Tray", 0x2001000, 31},
       {2, 26, "MP Tray", 0x2001000, 31},         {2, 29, "MP Tray", 0x2001000, 31}, {2, 20, "Bypass", 0x1000, 31},
