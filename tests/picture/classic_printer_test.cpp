@@ -209,7 +209,7 @@ TEST_F(ClassicPrinter, TheFirstFeederOrTheDuplexUnitAlone) {
       {1, 1, "Multi Purpose Tray", 0x800, 12, 0x10000}, {1, 1, "Manual Feed", 0x1, 10, 0x10000},
       {1, 1, "Default Tray", 0, 20, 0x10000},         {1, 1, "BC Tray", 0x1000, 11, 0x10000},
       {1, 2, "Multi Purpose Tray", 0x800, 12, 0},
-      {1, 2, "Manual Feed", 0x800, 10, 0},              {1, 3, "Multi Purpose Tray", 0x800, 12, 0x10000},
+      {1, 2, "Manual Feed", 0x800, 10, 0},              {1, 2, "Default Tray", 0x1, 20, 0},              {1, 3, "Multi Purpose Tray", 0x800, 12, 0x10000},
       {1, 5, "Multi Purpose Tray", 0x800, 12, 0},       {1, 6, "Multi Purpose Tray", 0x800, 12, 0},
       {1, 8, "Multi Purpose Tray", 0x800, 12, 0x10000}, {1, 10, "Multi Purpose Tray", 0x800, 12, 0},
       {1, 12, "Multi Purpose Tray", 0x800, 12, 0x10000}, {1, 13, "Multi Purpose Tray", 0x800, 12, 0},

@@ -186,6 +186,8 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
       {"not a hive", "REGEDIT4\n[SOFTWARE\\A]\n", 2},
       {"no closing bracket", "REGEDIT4\n[HKEY_CURRENT_USER\\A\n", 2},
       {"empty key", "REGEDIT4\n[]\n", 2},
+      {"hex and nothing after it", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex\n", 3},
+      {"hex without its colon", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex;01\n", 3},
       {"three hex digits", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"=hex:01,123\n", 3},
       {"a name without its opening quote", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\nA\"=dword:1\n", 3},
       {"a name and nothing else", "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"A\"\n", 3},
