@@ -1,11 +1,11 @@
-// Choice of rule, name normalisation and the name-list entry points.
+// Choice of rule, and the name-list entry points.
+#include <gtest/gtest.h>
+
 #include <map>
 #include <sstream>
 
 #include "orvx/picture.h"
-#include "picture_harness.h"
-
-using namespace picture_test;
+#include "orvx/prn_static_info.h"
 
 TEST(Dispatch, RuleChoiceForEveryGroup) {
   // The product's group lists, one line per vendor and entry: "rule groups...;".
@@ -39,29 +39,6 @@ TEST(Dispatch, RuleChoiceForEveryGroup) {
       }
     }
   }
-}
-
-TEST(Dispatch, NormalisationByVendorAndEntry) {
-  const std::vector<T> in = {"Optional Cassette 2", "Option Tray 3", "Optional", "Optionless", "Option", "Opt", "Cassette"};
-  const std::vector<T> out = {"Optional Face Up", "Option Tray 3", "Optional"};
-  const std::vector<std::string> kept = {"Optional Cassette 2", "Option Tray 3", "Optional", "Optionless", "Option",
-                                         "Opt", "Cassette"};
-  const std::vector<std::string> stripped = {"Cassette 2", "Tray 3", "", "ess", "", "Opt", "Cassette"};
-  const std::vector<std::string> outKept = {"Optional Face Up", "Option Tray 3", "Optional"};
-  const std::vector<std::string> outStripped = {"Face Up", "Option Tray 3", ""};
-  // Stripped on the printer line and by every extended call; kept by the
-  // classic call of other vendors.
-  for (const int vendor : {1, 2, 3}) {
-    for (const bool extended : {false, true}) {
-      SCOPED_TRACE(testing::Message() << "vendor " << vendor << (extended ? " extended" : " classic"));
-      const Outcome o = Call({.vendor = vendor, .group = 7, .in = in, .out = out}, extended);
-      const bool strip = vendor == 1 || extended;
-      EXPECT_EQ(o.inNames, strip ? stripped : kept);
-      EXPECT_EQ(o.outNames, strip ? outStripped : outKept);
-    }
-  }
-  // Stripped names are what the rules see: "Optional Cassette 1" is Cassette 1.
-  Check({.vendor = 1, .group = 12, .in = {"Optional Cassette 1", "Option Cassette 2"}}, {0x3, {20, 21}, {}}, false);
 }
 
 TEST(Dispatch, NameListFormsLeaveTheCallersNamesAlone) {

@@ -1,0 +1,189 @@
+// Runs the picture cases of cases.txt (its head says how a case is written)
+// through both forms of the entry point each case names.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <memory>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "orvx/afx_host.h"
+#include "orvx/prn_static_info.h"
+
+namespace {
+
+struct Tray {
+  std::string name, after;  // as given, and as the call must leave it
+  int unit = 0, delivery = 2, id = -1;
+};
+
+std::string Trim(std::string s) {
+  s.erase(0, s.find_first_not_of(' '));
+  s.erase(s.find_last_not_of(' ') + 1);
+  return s;
+}
+
+// A name, "quoted" when its spaces count; `rest` gets what follows it.
+std::string Name(const std::string& text, std::string& rest) {
+  std::size_t end = text.find(" @");
+  if (!text.empty() && text[0] == '"') {
+    end = text.find('"', 1);
+    rest = Trim(text.substr(end + 1));
+    return text.substr(1, end - 1);
+  }
+  end = std::min(end, text.find(" > "));
+  rest = end == std::string::npos ? "" : Trim(text.substr(end));
+  return Trim(text.substr(0, end));
+}
+
+std::vector<std::string> List(const std::string& text, char separator = ';') {
+  std::vector<std::string> items;
+  std::istringstream in(text);
+  for (std::string item; std::getline(in, item, separator);) items.push_back(Trim(item));
+  return items;
+}
+
+std::vector<Tray> Trays(const std::string& text) {
+  std::vector<Tray> trays;
+  for (const std::string& item : List(text)) {
+    Tray t;
+    std::string rest;
+    t.name = t.after = Name(item, rest);
+    if (rest.rfind("> ", 0) == 0) t.after = Name(rest.substr(2), rest);
+    for (const std::string& attribute : List(rest, ' ')) {
+      const int value = std::stoi(attribute.substr(2));
+      (attribute[1] == 'u' ? t.unit : attribute[1] == 'd' ? t.delivery : t.id) = value;
+    }
+    trays.push_back(t);
+  }
+  return trays;
+}
+
+// The text after each section marker ("in:", "out:", ...); "" holds the head.
+std::map<std::string, std::string> Sections(const std::string& text) {
+  static const std::regex marker(R"((?:^| )(in|out|opt|doc): )");
+  std::map<std::string, std::string> sections;
+  std::string key;
+  std::size_t from = 0;
+  for (std::sregex_iterator m(text.begin(), text.end(), marker), end; m != end; ++m) {
+    sections[key] = text.substr(from, static_cast<std::size_t>(m->position()) - from);
+    key = (*m)[1];
+    from = static_cast<std::size_t>(m->position() + m->length());
+  }
+  sections[key] = text.substr(from);
+  return sections;
+}
+
+template <class T>
+std::vector<std::unique_ptr<T>> Build(const std::vector<Tray>& given, CPtrArray& array) {
+  std::vector<std::unique_ptr<T>> built;
+  for (const Tray& s : given) {
+    auto& t = built.emplace_back(std::make_unique<T>());
+    t->SetName(s.name.c_str());
+    t->SetAddUnit(s.unit);
+    t->SetID(s.id);
+    if constexpr (std::is_same_v<T, COptOutTray>) t->SetDerivery(s.delivery);
+    array.Add(t.get());
+  }
+  return built;
+}
+
+CStringList Names(const std::vector<std::string>& names) {
+  CStringList list;
+  for (const auto& n : names) list.AddTail(n);
+  return list;
+}
+
+template <class T>
+void CheckTrays(const std::vector<std::unique_ptr<T>>& built, const std::vector<Tray>& given, const std::string& ids) {
+  ASSERT_EQ(List(ids, ' ').size(), given.size()) << "one ID for each tray";
+  std::vector<std::string> got, want;
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    got.push_back(std::to_string(built[i]->GetID()) + " " + built[i]->GetName().str());
+    want.push_back(List(ids, ' ')[i] + " " + given[i].after);
+  }
+  EXPECT_EQ(got, want);
+}
+
+// One case: "C|X vendor/group[,group...]... [key=value...] sections => id sections".
+void RunCase(const std::string& line) {
+  const std::size_t arrow = line.find(" => ");
+  ASSERT_NE(arrow, std::string::npos);
+  auto given = Sections(line.substr(0, arrow));
+  auto expected = Sections(line.substr(arrow + 4));
+  const std::vector<Tray> in = Trays(given["in"]), out = Trays(given["out"]);
+  const bool extended = given[""][0] == 'X';
+  int duplex = 0, output = 0;
+  std::string model;
+  std::vector<std::pair<int, int>> targets;
+  std::string head;
+  for (std::string rest = given[""].substr(2); !rest.empty();) {
+    if (rest.rfind("model=", 0) == 0) {
+      model = Name(rest.substr(6), rest);
+      continue;
+    }
+    const std::size_t space = rest.find(' ');
+    head = rest.substr(0, space);
+    rest = space == std::string::npos ? "" : rest.substr(space + 1);
+    if (head.rfind("duplex=", 0) == 0) duplex = std::stoi(head.substr(7));
+    else if (head.rfind("output=", 0) == 0) output = std::stoi(head.substr(7));
+    else
+      for (const std::string& group : List(head.substr(head.find('/') + 1), ','))
+        targets.emplace_back(std::stoi(head), std::stoi(group));
+  }
+  ASSERT_FALSE(targets.empty());
+  for (const auto& [vendor, group] : targets) {
+    SCOPED_TRACE(testing::Message() << "vendor " << vendor << ", group " << group);
+    CPrnStaticInfo record;
+    record.SetVenderID(static_cast<WORD>(vendor));
+    record.SetModelGroupID(static_cast<WORD>(group));
+    record.SetModelName(model);
+    CPtrArray inArray, outArray;
+    const auto ins = Build<COptInTray>(in, inArray);
+    const auto outs = Build<COptOutTray>(out, outArray);
+    CStringList options = Names(List(given["opt"])), docs = Names(List(given["doc"]));
+    const DWORD id = extended ? record.GetPictureIDEx(inArray, outArray, options, docs)
+                              : record.GetPictureID(inArray, outArray, duplex, output);
+    EXPECT_EQ(id, std::stoul(expected[""], nullptr, 0)) << std::hex << "got 0x" << id;
+    CheckTrays(ins, in, expected["in"]);
+    CheckTrays(outs, out, expected["out"]);
+    // The name-list form answers the same for trays that carry nothing but a name.
+    bool plain = true;
+    std::vector<std::string> inNames, outNames;
+    for (const Tray& t : in) plain &= t.unit == 0 && t.id == -1, inNames.push_back(t.name);
+    for (const Tray& t : out) plain &= t.unit == 0 && t.id == -1 && t.delivery == 2, outNames.push_back(t.name);
+    if (!plain) continue;
+    CStringList inList = Names(inNames), outList = Names(outNames);
+    EXPECT_EQ(extended ? record.GetPictureIDEx(inList, outList, options, docs)
+                       : record.GetPictureID(inList, outList, duplex, output),
+              id)
+        << "the name-list form disagrees";
+  }
+}
+
+}  // namespace
+
+TEST(Picture, EveryCaseOfTheCaseFile) {
+  std::ifstream file(ORVX_PICTURE_CASES);
+  ASSERT_TRUE(file) << ORVX_PICTURE_CASES;
+  int number = 0, cases = 0;
+  for (std::string line; std::getline(file, line);) {
+    ++number;
+    line = Trim(line.substr(0, line.find(" #")));
+    if (line.empty() || line[0] == '#') continue;
+    SCOPED_TRACE(testing::Message() << "cases.txt:" << number << ": " << line);
+    if (line.rfind("strings", 0) == 0) {  // the host's string resources from here on
+      orvx::host::ClearStringResources();
+      for (const std::string& s : List(line.substr(7)))
+        if (!s.empty()) orvx::host::SetStringResource(static_cast<UINT>(std::stoul(s)), s.substr(s.find('=') + 1));
+      continue;
+    }
+    RunCase(line);
+    ++cases;
+  }
+  orvx::host::ClearStringResources();
+  EXPECT_GT(cases, 200);
+}
