@@ -1,0 +1,266 @@
+#!/usr/bin/env bash
+# orvdb end to end: answers and exit codes, the JSON round trip, the linter,
+# the registry store commands, eval, files it must not harm (also when each
+# system call on the write path fails in turn) and a full standard output.
+# Usage: orvdb_test.sh ORVDB SAMPLE_DB SAMPLE_JSON DATA_DIR FAULT_LIBRARY VERSION
+set -u
+ORVDB=$1 DB=$2 JSON=$3 DATA=$4 FAULT=$5 VERSION=$6
+cd "$(mktemp -d)" || exit 1
+trap 'chmod -R u+w . 2>/dev/null; rm -rf "$PWD"' EXIT
+export ORVX_HKCU_FILE=$PWD/hkcu.reg ORVX_HKLM_FILE=$PWD/hklm.reg
+failed=0
+fail() { echo "line ${BASH_LINENO[-2]}: $*"; failed=1; }
+
+# t CODE OUT ERR ARGS...: orvdb ARGS exits with CODE, its standard output
+# contains OUT (it goes to $OUT when set), and when ERR is given its standard
+# error is one line holding it.
+t() {
+  local code=$1 out=$2 err=$3
+  shift 3
+  "$ORVDB" "$@" >"${OUT:-out.txt}" 2>err.txt
+  local got=$?
+  [[ $got == "$code" ]] || fail "orvdb $*: exit $got, want $code: $(head -c 300 err.txt)"
+  [[ -z $out || $(cat out.txt; echo .) == *"$out"* ]] || fail "orvdb $*: no \"$out\" in: $(head -c 300 out.txt)"
+  [[ -z $err || ($(<err.txt) == *"$err"* && $(wc -l <err.txt) == 1) ]] || fail "orvdb $*: want one line with \"$err\": $(<err.txt)"
+}
+same() { cmp -s "$1" "$2" || fail "$1 and $2 differ"; }
+no_temporary_files() { ! ls -A . .. | grep -q '\.tmp-' || fail "temporary files left: $(ls -A . ..)"; }
+
+# Answers and exit codes.
+t 0 'tray "Cassette 1": 01 02 03' '' show --db "$DB" 'Vantor LP-1200'
+t 0 'Other Printer' '' show --db "$DB" 'no such model'
+t 1 '' '' show --strict --db "$DB" 'no such model'
+t 0 'Vantor LP-1300C' '' show --strict --db "$DB" 'prefix Vantor LP-1300C suffix'
+t 0 '"match":"substring"' '' show --json --db "$DB" 'Vantor LP-1200 PCL6'
+t 0 '"FlagNames":["IXDuplexer","IsOldTypePrinter","IsVantorPrinter"]' '' show --json --db "$DB" 'Vantor LP-1200'
+t 0 $'    2  Vantor LP-1200\n' '' find --db "$DB" 'lp-12'
+t 1 '' '' find --db "$DB" 'no such text'
+t 2 '' 'NAME' show --db "$DB"
+t 2 '' 'unknown option "--colour"' show --colour --db "$DB" X
+t 2 '' '/nonexistent/x.dat: no such file' show --db /nonexistent/x.dat A
+t 2 '' '/nonexistent.json: no such file' build /nonexistent.json -o x.dat
+t 2 '' 'frobnicate' frobnicate
+t 2 '' 'subcommand'
+t 0 "orvdb $VERSION"$'\n' '' --version
+t 0 'ORVX_HKLM_FILE' '' --help
+
+# Export and build give back the same bytes; ORVDB.dat of the current folder is the default.
+"$ORVDB" export --db "$DB" >db.json && t 0 '' '' build db.json -o ORVDB.dat
+same ORVDB.dat "$DB"
+t 0 $'    0  vendor 1   group 0     Other Printer\n' '' list
+# Flags by name build the same record as by number; when both are given they must agree.
+echo '{"models":[{"ModelName":"A","FlagNames":["IsColorPrinter","IXDuplexer"]}]}' >n.json
+echo '{"models":[{"ModelName":"A","Flags":9}]}' >b.json
+echo '{"models":[{"ModelName":"A","Flags":1,"FlagNames":["IsColorPrinter"]}]}' >x.json
+t 0 '' '' build n.json -o n.dat && t 0 '' '' build b.json -o b.dat && same n.dat b.dat
+t 2 '' 'FlagNames' build x.json -o x.dat
+# Names that are not UTF-8 and the extremes of every width survive export and build.
+echo '{"models":[{"ModelNameBytes":[67,97,102,233,32,255],"VenderID":65535,"Flags":4294967295,"Info0108":-128,
+  "Info040A":255,"Info0D08":65535,"Info1200000":4294967295,"Info1530000":-32768,"Info1400000":-32768,"InTraySPSZSizeList":[1]}]}' >e.json
+t 0 '' '' build e.json -o e.dat && "$ORVDB" export --db e.dat >e2.json && t 0 '' '' build e2.json -o e2.dat
+same e.dat e2.dat
+# Keys left out take a new record's values.
+echo '{"models":[{"ModelName":"A"}]}' >d.json && t 0 '' '' build d.json -o d.dat && t 0 '"Info0108": -1,' '' export --db d.dat
+[[ $(<out.txt) == *'"Info040A": 255,'* && $(<out.txt) == *'"InTraySPSZSizeList": null'* ]] || fail "defaults: $(<out.txt)"
+
+# Bad models name the model and the key, and write nothing.
+while IFS='|' read -r models error; do
+  echo "$models" >bad.json
+  t 2 '' "$error" build bad.json -o out.dat
+  [[ ! -e out.dat ]] || fail "out.dat written for $models"
+done <<'END'
+{"models":[{"ModelName":"A","Colour":1}]}|model 0 ("A"), key "Colour": unknown key
+{"models":[{"ModelName":"A"},{"ModelName":"B","VenderID":65536}]}|model 1 ("B"), key "VenderID"
+{"models":[{"ModelName":"A","Info0108":128}]}|key "Info0108"
+{"models":[{"ModelName":"A","Info0108":-129}]}|key "Info0108"
+{"models":[{"ModelName":"A","Flags":-1}]}|key "Flags"
+{"models":[{"ModelName":"A","InTraySPSZSizeList":[4,1,0]}]}|key "InTraySPSZSizeList"
+{"models":[{"ModelName":7}]}|key "ModelName"
+{"models":{}}|"models"
+{"models":[|not valid JSON
+END
+
+# Each lint finding from a small database after a clean default record; the
+# built database has the same findings, and --strict refuses to build it.
+while IFS='|' read -r models record code; do
+  echo "{\"models\":[{\"ModelName\":\"Default\",\"VenderID\":1},$models]}" >m.json
+  rm -f m.dat
+  if [[ -z $code ]]; then
+    t 0 '' '' lint m.json && t 0 '' '' build --strict m.json -o m.dat
+    continue
+  fi
+  t 1 "[$code]" '' lint m.json && t 1 '' '' build --strict m.json -o m.dat
+  [[ ! -e m.dat ]] || fail "--strict wrote m.dat for $models"
+  t 0 '' '' build m.json -o m.dat && t 1 "[$code]" '' lint m.dat
+  [[ $(<out.txt) == *": record $record \""* && $(wc -l <out.txt) == 1 ]] || fail "want one finding, record $record: $(<out.txt)"
+done <<'END'
+{"ModelName":"A","VenderID":1},{"ModelName":"A","VenderID":1}|2|duplicate-name
+{"ModelName":"","VenderID":1}|1|empty-name
+{"ModelName":"LP-1","VenderID":1},{"ModelName":"LP-10","VenderID":1}|2|shadowed-name
+{"ModelName":"Jet","VenderID":1},{"ModelName":"JET","VenderID":1}|2|case-variant
+{"ModelName":"Jet ","VenderID":1},{"ModelName":" Jet","VenderID":1}|2|space-variant
+{"ModelName":"A","VenderID":9,"ModelGroupID":9}|1|no-picture-rule
+{"ModelName":"A","VenderID":1,"Flags":8192}|1|unknown-flags
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[6,1,1,3,2,9]}|1|size-list-malformed
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[5,10,2,66,67]}|1|size-list-malformed
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[7,1,1,3,1,1,4]}|1|size-list-duplicate
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[11,10,3,97,0,1,10,3,65,0,2]}|1|size-list-duplicate
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[8,1,1,3,10,2,65,0]}|1|size-list-unreachable
+{"ModelName":"A","VenderID":2,"ModelGroupID":14,"InTraySPSZSizeList":[8,10,2,65,0,1,1,3]}||
+END
+# The file around the records.
+(cat "$DB"; printf xyz) >trailing.dat && t 1 "from byte $(stat -c %s "$DB")) are never read [trailing-bytes]" '' lint trailing.dat
+printf '\377\377\377\377' >negative.dat && t 1 '"index":null,"name":"","code":"negative-count"' '' lint --json negative.dat
+head -c 100 "$DB" >cut.dat && t 1 '[impossible-count]' '' lint cut.dat
+head -c -1 "$DB" >cut.dat && t 2 '' 'cut.dat' lint cut.dat
+
+# The registry store: supported models and COM port configurations.
+printf '%s\n' 'REGEDIT4' '[HKEY_LOCAL_MACHINE\SOFTWARE\Vantor Selby\Mon\Supported Models]' '"LP-1"=dword:01000100' \
+  '[HKEY_LOCAL_MACHINE\SOFTWARE\Vantor Selby\Mon\Unsupported Models]' '"LP-9"=dword:0' >hklm.reg
+printf 'REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\A]\nnonsense\n' >bad.reg
+t 0 $'LP-1: supported (0x00000000)\n' '' supported LP-1 --interface 1 --app Mon
+t 1 'LP-1: not supported (0x80000001)' '' supported LP-1 --interface 3 --app Mon --direct
+t 1 'LP-9: listed as unsupported (0x80000002)' '' supported LP-9 --interface 1 --app Mon
+t 0 'LP-1: supported (0x00000000)' '' supported LP-1 --interface 1 --path 'SOFTWARE\Vantor Selby\Mon'
+t 1 '{"model":"X","interface":2,"answer":"not supported","code":"0x80000001"}' '' supported X --interface 2 --json
+t 2 '' '' supported X --interface 6
+t 2 '' '' supported X --interface x
+ORVX_HKLM_FILE=$PWD/none.reg t 3 '' 'none.reg' supported X --interface 1
+ORVX_HKLM_FILE=$PWD/bad.reg t 4 '' 'bad.reg:4:' supported X --interface 1
+t 0 '' '' registry check hklm.reg
+t 1 '' 'bad.reg:4: a value name must be quoted or @' registry check bad.reg
+t 1 '' '' comcfg load --port 0x20 --app Mon --key K
+t 2 '' '' comcfg frob --port 1
+t 2 '' '' comcfg load --port 12x
+printf '04010000%0512d' 0 >big.hex && t 2 '' '260 bytes' comcfg save --hex --port 0x30 <big.hex   # could never load back
+printf '34000000%096d\n' 7 >config.hex && t 0 '' 'COM3' comcfg save --port 0x35 --hex --app Mon --key K <config.hex
+t 0 '' '' comcfg load --port 0x30 --hex --app Mon --key K
+[[ $(tr -cd '0-9a-f' <out.txt) == $(tr -cd '0-9a-f' <config.hex) ]] || fail "the configuration came back as $(<out.txt)"
+
+# picture
+t 0 $'rule         GetOptionFlagEx_Nightjar\n' '' picture --db "$DB" 'Vantor LP-2100' --in 'Multi Purpose Tray' \
+  'Optional Cassette 2' --out 'Face Down Tray' --option HH-418
+grep -q $'picture ID   0x00010802' out.txt && grep -q 'in-tray      "Cassette 2" -> ID 21' out.txt || fail "$(<out.txt)"
+t 0 '"rule":"GetOptionFlagEx_Auklet","pictureId":266241,"pictureIdHex":"0x00041001","bits":[1,4096,262144]' '' \
+  picture --vendor 2 --group 14 --model-name 'WR-4697(J)' --in Bypass 'Cassette 1' --out Face-d --json
+grep -q '"inTrays":\[{"name":"Bypass","id":31},{"name":"Cassette 1","id":21}\],"outTrays":\[{"name":"Face-d","id":51}' \
+  out.txt || fail "$(<out.txt)"
+t 0 '"pictureId":65537' '' picture --vendor 1 --group 1 --classic --in Manual --string 9481=Hand --duplex --json
+grep -q '"name":"Hand"' out.txt || fail "$(<out.txt)"
+t 2 '' '' picture
+t 2 '' '' picture X --vendor 1 --group 1
+t 2 '' '' picture --vendor 1
+t 2 '' '' picture --vendor 70000 --group 1
+t 2 '' '' picture --vendor 1 --group 1 --string 9481
+
+# eval: every request kind and every kind of bad request, answered as stored
+# (valid answers were checked against the library through its C interface).
+sed "s|@DB@|$DB|" "$DATA/eval_requests.jsonl" >requests.jsonl
+t 0 '' '' eval <requests.jsonl && cmp -s out.txt "$DATA/eval_answers.jsonl" || fail "eval: $(diff out.txt "$DATA/eval_answers.jsonl")"
+# Bad requests say what and where; escapes, repeated members (the last wins) and any order are fine.
+while read -r line; do
+  echo "${line% -> *}" | "$ORVDB" eval >out.txt
+  [[ $(<out.txt) == *"${line##* -> }"* ]] || fail "eval ${line% -> *}: $(<out.txt)"
+done <<'END'
+{"op":"info","calls":[]} x -> more text after the value at byte 25
+{"op":"info","calls":[1,]} -> at byte 24
+{"op":"info","calls":"a -> a string that does not end at byte 21
+{"op":"info","calls":"\ud800"} -> surrogate
+{"op":"info","calls":01} -> at byte 22
+{"op":"info","calls":1.} -> decimal point
+{"op":"info" "calls":1} -> at byte 13
+{"op":"picture","vendor":1e2} -> \"vendor\" must be an integer
+{"op":"picture","vendor":18446744073709551616} -> \"vendor\" must be an integer
+{"op":"picture","vendor":-9223372036854775809} -> \"vendor\" must be an integer
+ {"calls":[["get",1034]],"op":"info","op":"info"}  -> {"results":[-1]}
+{"o\u0070":"info","c\u0061lls":[["get",1034]],"op":"info"} -> {"results":[-1]}
+{"op":"picture","vendor":1,"group":0,"inTrays":["Cassette\u00201","\ud83d\ude00\n\"\\"]} -> {"pictureId":1,"inTrays":[{"name":"Cassette 1","id":20},{"name":"😀\u000a\"\\","id":-1}],"outTrays":[]}
+END
+printf '{"op":"info","calls":"\001"}\n{"op":"info","calls":"\377"}\n' | "$ORVDB" eval >out.txt
+[[ $(<out.txt) == *'a control character inside a string at byte 22'*'not UTF-8 at byte 22'* ]] || fail "$(<out.txt)"
+# Answers in order, bad lines among thousands of good ones.
+for i in $(seq 0 2999); do
+  if ((i % 500 == 7)); then echo '{broken'; else echo "{\"op\":\"info\",\"calls\":[[\"set\",19005440,$i],[\"get\",19005440]]}"; fi
+done >many.jsonl
+for i in $(seq 0 2999); do
+  if ((i % 500 == 7)); then echo '{"error":'; else echo "{\"results\":[1,$i]}"; fi
+done >many.want
+t 0 '' '' eval <many.jsonl && sed -i 's/^{"error":.*/{"error":/' out.txt && same out.txt many.want
+# A request longer than any buffer is read whole: answered in full, or refused at its end.
+{
+  printf '{"op":"picture","vendor":1,"group":0,"inTrays":["Cassette 1"'
+  printf ',"Cassette %d"' $(seq 2 100000)
+  printf ']}\n{"op":"sizelist","tray":1,"block":[7'
+  printf ',1%.0s' $(seq 299999)
+  printf ']}\n{"op":"info","calls":[%2000000s]\n' ''
+} >long.jsonl
+t 0 '{"pictureId":' '' eval <long.jsonl
+[[ $(head -1 out.txt | grep -o '"name":"Cassette [0-9]*"' | wc -l) == 100000 ]] || fail "long: $(head -c 300 out.txt)"
+[[ $(head -1 out.txt) == *'"inTrays":[{"name":"Cassette 1","id":20},'* ]] || fail "long: $(head -c 300 out.txt)"
+[[ $(sed -n 2p out.txt) == '{"result":1,"bytes":[1]}' ]] || fail "the block is its first 7 bytes: $(sed -n 2p out.txt)"
+[[ $(sed -n 3p out.txt) == *'at byte 2000023'* && $(wc -l <out.txt) == 3 ]] || fail "a long bad request: $(sed -n 3p out.txt)"
+# Through a pipe each answer comes as soon as its line is complete, though the request came in pieces.
+coproc EVAL { "$ORVDB" eval; }
+for i in 0 1 2; do
+  printf '{"op":"info","calls":[["set",3336,' >&"${EVAL[1]}"
+  printf '%s],["get",3336]]}\n' $i >&"${EVAL[1]}"
+  read -r -t 10 line <&"${EVAL[0]}"
+  [[ $line == "{\"results\":[1,$i]}" ]] || fail "eval through a pipe: $line"
+done
+eval "exec ${EVAL[1]}>&-"
+wait $EVAL_PID || fail "eval through a pipe failed"
+
+# Output it was not asked to harm stays whole.
+echo '{"models":[{"ModelName":"A","VenderID":1}]}' >models.json
+mkdir out && cd out || exit 1
+echo old >real.dat && chmod 640 real.dat && ln -s real.dat link.dat
+t 0 '' '' build ../models.json -o link.dat   # the target is written, the link stays, the mode too
+[[ -L link.dat && $(stat -c %a real.dat) == 640 ]] && ! grep -qx old real.dat || fail "a symbolic link as output"
+mkfifo fifo
+t 2 '' 'not a regular file' build ../models.json -o fifo
+t 2 '' 'is a directory' build ../models.json -o .
+t 2 '' '' build ../models.json -o /dev/null
+[[ -p fifo && -c /dev/null ]] || fail "a special file was replaced"
+mkdir ro && echo old >ro/db.dat && chmod 500 ro
+[[ $(id -u) == 0 ]] || t 2 '' '' build ../models.json -o ro/db.dat   # (root is not stopped by permissions)
+[[ $(<ro/db.dat) == old ]] || fail "the file in a read-only folder changed"
+chmod 700 ro
+echo old >limit.dat   # a write that fails halfway, at the file size limit
+(ulimit -f 1; trap '' XFSZ; t 2 '' 'cannot write' build "$JSON" -o limit.dat; exit $failed) || failed=1
+[[ $(<limit.dat) == old ]] || fail "a write cut short changed the file"
+t 0 '' '' build ../models.json -o - && cmp -s out.txt real.dat && [[ ! -e - ]] || fail "-o - is standard output"
+[[ $(ls -A | tr '\n' ' ') == "err.txt fifo limit.dat link.dat out.txt real.dat ro " ]] || fail "left: $(ls -A)"
+
+# Each system call on the write path fails in turn: exit 2, the old file byte for byte, no temporary file.
+echo '08000000aabbccdd' >old.hex && echo '0800000011223344' >new.hex
+t 0 '' '' comcfg save --hex --port 0x30 <old.hex && cp "$ORVX_HKCU_FILE" hkcu.old
+echo 'the old database' >db.dat && cp db.dat db.old
+inject() { ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=$FAULT ORVX_FAULT=$1 t "${@:2}"; }
+for fault in open lock write:5 short write:28 fsync:5 rename:18 dirsync:5; do
+  inject $fault 2 '' '' comcfg save --hex --port 0x30 <new.hex
+  same "$ORVX_HKCU_FILE" hkcu.old
+  [[ $fault == lock ]] || inject $fault 2 '' "$PWD/db.dat" build "$JSON" -o "$PWD/db.dat"
+  same db.dat db.old
+  no_temporary_files
+done
+inject none 0 '' '' comcfg save --hex --port 0x30 <new.hex
+! cmp -s "$ORVX_HKCU_FILE" hkcu.old || fail "with nothing failing, the save did not happen"
+
+# A full standard output is a failure.
+t 0 '' '' comcfg save --hex --port 0x10 <old.hex
+echo '{"op":"info","calls":[["get",1]]}' >req.jsonl
+for args in "export --db $DB" "list --db $DB" "show --db $DB X" "find --db $DB Vantor" "lint --json $DB" \
+  "picture --json --db $DB X" "comcfg load --port 0x10" "build $JSON -o -"; do
+  OUT=/dev/full t 2 '' 'write error' $args
+done
+OUT=/dev/full t 2 '' 'write error' eval <req.jsonl
+
+# Paths that are no file are one-line errors naming the path.
+for bad in "$PWD" "$PWD/fifo" "$PWD/missing"; do
+  t 2 '' "orvdb: $bad: " show --db "$bad" X
+  t 2 '' "orvdb: $bad: " build "$bad" -o o.dat
+  t 2 '' "orvdb: $bad: " registry check "$bad"
+  t 2 '' "orvdb: $bad: " lint "$bad"
+done
+
+exit $failed
