@@ -82,11 +82,8 @@ std::vector<std::unique_ptr<T>> Build(const std::vector<Tray>& given, CPtrArray&
   std::vector<std::unique_ptr<T>> built;
   for (const Tray& s : given) {
     auto& t = built.emplace_back(std::make_unique<T>());
-    t->SetName(s.name.c_str());
-    t->SetAddUnit(s.unit);
-    t->SetID(s.id);
+    t->SetName(s.name.c_str()), t->SetAddUnit(s.unit), t->SetID(s.id), array.Add(t.get());
     if constexpr (std::is_same_v<T, COptOutTray>) t->SetDerivery(s.delivery);
-    array.Add(t.get());
   }
   return built;
 }
@@ -110,29 +107,24 @@ void CheckTrays(const std::vector<std::unique_ptr<T>>& built, const std::vector<
 
 // One case: "C|X vendor/group[,group...]... [key=value...] sections => id sections".
 void RunCase(const std::string& line) {
-  const std::size_t arrow = line.find(" => ");
-  ASSERT_NE(arrow, std::string::npos);
-  auto given = Sections(line.substr(0, arrow));
-  auto expected = Sections(line.substr(arrow + 4));
+  auto given = Sections(line.substr(0, line.find(" => ")));
+  auto expected = Sections(line.substr(line.find(" => ") + 4));
   const std::vector<Tray> in = Trays(given["in"]), out = Trays(given["out"]);
-  const bool extended = given[""][0] == 'X';
   int duplex = 0, output = 0;
-  std::string model;
+  std::string model, rest = given[""].substr(2), word;
   std::vector<std::pair<int, int>> targets;
-  std::string head;
-  for (std::string rest = given[""].substr(2); !rest.empty();) {
+  while (!rest.empty()) {
     if (rest.rfind("model=", 0) == 0) {
       model = Name(rest.substr(6), rest);
       continue;
     }
-    const std::size_t space = rest.find(' ');
-    head = rest.substr(0, space);
-    rest = space == std::string::npos ? "" : rest.substr(space + 1);
-    if (head.rfind("duplex=", 0) == 0) duplex = std::stoi(head.substr(7));
-    else if (head.rfind("output=", 0) == 0) output = std::stoi(head.substr(7));
+    word = rest.substr(0, rest.find(' '));
+    rest = rest.substr(std::min(rest.size(), word.size() + 1));
+    if (word.find('=') != std::string::npos)
+      (word[0] == 'd' ? duplex : output) = std::stoi(word.substr(word.find('=') + 1));
     else
-      for (const std::string& group : List(head.substr(head.find('/') + 1), ','))
-        targets.emplace_back(std::stoi(head), std::stoi(group));
+      for (const std::string& group : List(word.substr(word.find('/') + 1), ','))
+        targets.emplace_back(std::stoi(word), std::stoi(group));
   }
   ASSERT_FALSE(targets.empty());
   for (const auto& [vendor, group] : targets) {
@@ -145,8 +137,11 @@ void RunCase(const std::string& line) {
     const auto ins = Build<COptInTray>(in, inArray);
     const auto outs = Build<COptOutTray>(out, outArray);
     CStringList options = Names(List(given["opt"])), docs = Names(List(given["doc"]));
-    const DWORD id = extended ? record.GetPictureIDEx(inArray, outArray, options, docs)
-                              : record.GetPictureID(inArray, outArray, duplex, output);
+    const auto call = [&](auto& inTrays, auto& outTrays) {
+      return given[""][0] == 'X' ? record.GetPictureIDEx(inTrays, outTrays, options, docs)
+                                 : record.GetPictureID(inTrays, outTrays, duplex, output);
+    };
+    const DWORD id = call(inArray, outArray);
     EXPECT_EQ(id, std::stoul(expected[""], nullptr, 0)) << std::hex << "got 0x" << id;
     CheckTrays(ins, in, expected["in"]);
     CheckTrays(outs, out, expected["out"]);
@@ -155,12 +150,10 @@ void RunCase(const std::string& line) {
     std::vector<std::string> inNames, outNames;
     for (const Tray& t : in) plain &= t.unit == 0 && t.id == -1, inNames.push_back(t.name);
     for (const Tray& t : out) plain &= t.unit == 0 && t.id == -1 && t.delivery == 2, outNames.push_back(t.name);
-    if (!plain) continue;
     CStringList inList = Names(inNames), outList = Names(outNames);
-    EXPECT_EQ(extended ? record.GetPictureIDEx(inList, outList, options, docs)
-                       : record.GetPictureID(inList, outList, duplex, output),
-              id)
-        << "the name-list form disagrees";
+    if (plain) {
+      EXPECT_EQ(call(inList, outList), id) << "the name-list form disagrees";
+    }
   }
 }
 
