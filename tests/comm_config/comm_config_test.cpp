@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "orvx/afx_host.h"
 #include "orvx/comm_config.h"
 #include "registry_fixture.h"
-
 
 namespace {
 
@@ -30,15 +30,9 @@ TEST_F(CommConfig, DescriptorBitsFourToSevenNameTheValue) {
     SCOPED_TRACE(c.value);
     auto cfg = Config(sizeof(COMMCONFIG), static_cast<BYTE>(c.descriptor));
     ASSERT_EQ(ORVX_SaveCommCfg(c.descriptor, reinterpret_cast<COMMCONFIG*>(cfg.data())), 1);
-    HKEY key;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, ComKey().c_str(), 0, KEY_READ, &key), ERROR_SUCCESS);
-    DWORD type = 0, size = 256;
-    BYTE data[256];
-    EXPECT_EQ(RegQueryValueExA(key, c.value, nullptr, &type, data, &size), ERROR_SUCCESS);
-    EXPECT_EQ(type, REG_BINARY);
-    EXPECT_EQ(size, sizeof(COMMCONFIG));
-    EXPECT_EQ(0, std::memcmp(data, cfg.data(), size));
-    RegCloseKey(key);
+    const auto values = Values(HKEY_CURRENT_USER, ComKey());
+    const orvx_test::RegValue stored = orvx_test::BinaryValue(c.value, {cfg.begin(), cfg.begin() + sizeof(COMMCONFIG)});
+    EXPECT_NE(std::find(values.begin(), values.end(), stored), values.end());
   }
 }
 

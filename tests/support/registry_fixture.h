@@ -21,7 +21,11 @@ struct RegValue {
   std::string name;
   DWORD type;
   std::vector<BYTE> data;
+  bool operator==(const RegValue&) const = default;
 };
+inline void PrintTo(const RegValue& v, std::ostream* os) {
+  *os << '"' << v.name << "\" type " << v.type << ' ' << testing::PrintToString(v.data);
+}
 
 inline RegValue DwordValue(std::string name, DWORD v) {
   return {std::move(name), REG_DWORD,
@@ -76,6 +80,31 @@ class RegistryFixture : public testing::Test {
   std::string Own(HKEY hive, std::string path) {
     owned_.emplace_back(hive, path);
     return path;
+  }
+
+  // Opens hive\path with `access` and closes it again: the answer to the open.
+  static LONG Open(HKEY hive, const std::string& path, REGSAM access = KEY_READ) {
+    HKEY key;
+    const LONG r = RegOpenKeyExA(hive, path.c_str(), 0, access, &key);
+    if (r == ERROR_SUCCESS) RegCloseKey(key);
+    return r;
+  }
+  // Every value of hive\path in enumeration order; none when it cannot be opened.
+  static std::vector<RegValue> Values(HKEY hive, const std::string& path) {
+    HKEY key;
+    if (RegOpenKeyExA(hive, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
+    auto values = EnumerateValues(key);
+    RegCloseKey(key);
+    return values;
+  }
+  // Sets one value of the existing key hive\path: the answer to the open or the set.
+  static LONG Set(HKEY hive, const std::string& path, const RegValue& v) {
+    HKEY key;
+    LONG r = RegOpenKeyExA(hive, path.c_str(), 0, KEY_WRITE, &key);
+    if (r != ERROR_SUCCESS) return r;
+    r = RegSetValueExA(key, v.name.c_str(), 0, v.type, v.data.data(), static_cast<DWORD>(v.data.size()));
+    RegCloseKey(key);
+    return r;
   }
 
   // Creates hive\path and sets `values` there, through the registry calls.
