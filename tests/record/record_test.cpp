@@ -2,6 +2,7 @@
 
 #include "orvx/afx_host.h"
 #include "orvx/prn_static_info.h"
+#include "orvx/record_fields.h"
 
 TEST(Record, NewRecordHoldsTheDefaults) {
   CPrnStaticInfo r;
@@ -45,34 +46,22 @@ TEST(Record, SetPicNameHead) {
 }
 
 TEST(Record, FlagsSetAndClearOnlyTheirOwnBit) {
-  struct Flag {
-    DWORD mask;
-    int (CPrnStaticInfo::*get)() const;
-    void (CPrnStaticInfo::*set)(int);
-  };
-  const Flag flags[] = {
-      {0x0001, &CPrnStaticInfo::IXDuplexer, &CPrnStaticInfo::SetIXDuplexer},
-      {0x0002, &CPrnStaticInfo::IXMediaPath, &CPrnStaticInfo::SetIXMediaPath},
-      {0x0004, &CPrnStaticInfo::IsDetailPropPage, &CPrnStaticInfo::SetDetailPropPage},
-      {0x0008, &CPrnStaticInfo::IsColorPrinter, &CPrnStaticInfo::SetColorPrinter},
-      {0x0010, &CPrnStaticInfo::IsOldTypePrinter, &CPrnStaticInfo::SetOldTypePrinter},
-      {0x0020, &CPrnStaticInfo::IsHddJobEnable, &CPrnStaticInfo::SetHddJobEnable},
-      {0x0040, &CPrnStaticInfo::IsVantorPrinter, &CPrnStaticInfo::SetVantorPrinter},
-      {0x0080, &CPrnStaticInfo::IsVantorOEMPrinter, &CPrnStaticInfo::SetVantorOEMPrinter},
-      {0x0100, &CPrnStaticInfo::IsVantorSelbyCopier, &CPrnStaticInfo::SetVantorSelbyCopier},
-      {0x0200, &CPrnStaticInfo::IsVantorSelbyOEMCopier, &CPrnStaticInfo::SetVantorSelbyOEMCopier},
-      {0x0400, &CPrnStaticInfo::IsVantorSelbyMFP, &CPrnStaticInfo::SetVantorSelbyMFP},
-      {0x0800, &CPrnStaticInfo::IsVantorSelbyADF, &CPrnStaticInfo::SetVantorSelbyADF},
-      {0x1000, &CPrnStaticInfo::IsVantorSelbyTidelinePrinter, &CPrnStaticInfo::SetVantorSelbyTidelinePrinter},
-  };
-  for (const auto& f : flags) {
-    SCOPED_TRACE(f.mask);
+  const std::string_view names[] = {"IXDuplexer", "IXMediaPath", "IsDetailPropPage", "IsColorPrinter",
+                                    "IsOldTypePrinter", "IsHddJobEnable", "IsVantorPrinter", "IsVantorOEMPrinter",
+                                    "IsVantorSelbyCopier", "IsVantorSelbyOEMCopier", "IsVantorSelbyMFP",
+                                    "IsVantorSelbyADF", "IsVantorSelbyTidelinePrinter"};  // bits 0 to 12
+  ASSERT_EQ(orvx::RecordFlags().size(), std::size(names));
+  for (DWORD i = 0; i < std::size(names); ++i) {
+    const auto& f = orvx::RecordFlags()[i];
+    SCOPED_TRACE(f.name);
+    EXPECT_EQ(f.name, names[i]);
+    EXPECT_EQ(f.bit, 1u << i);
     for (const DWORD start : {DWORD{0}, DWORD{0xFFFFFFFF}}) {
       CPrnStaticInfo r;
       r.Fields().Flags = start;
       EXPECT_EQ((r.*f.get)(), start ? 1 : 0);
       (r.*f.set)(start ? 0 : 5);
-      EXPECT_EQ(r.Fields().Flags, start ^ f.mask);
+      EXPECT_EQ(r.Fields().Flags, start ^ (1u << i));
       EXPECT_EQ((r.*f.get)(), start ? 0 : 1);
     }
   }
