@@ -135,32 +135,19 @@ TEST(SerializeArray, SampleDatabaseRoundTripsByteForByte) {
 }
 
 TEST(TrayArchive, TrayRecordsRoundTripTheirArchivedFields) {
-  COptInTray in;
-  in.SetName("Cassette 1");
-  in.SetDescription("lower");
-  in.SetID(21);
-  in.SetAddUnit(-3);
-  in.SetPaperLevel(50);
-  COptOutTray out;
-  out.SetName("Face Down Tray");
-  out.SetID(51);
-  out.SetAddUnit(2);
-  out.SetDerivery(4);
-  const Bytes b = orvx_test::Store([&](CArchive& ar) {
-    in.Serialize(ar);
-    out.Serialize(ar);
-  });
+  COptInTray in, in2;
+  in.SetName("Cassette 1"), in.SetDescription("lower"), in.SetID(21), in.SetAddUnit(-3), in.SetPaperLevel(50);
+  COptOutTray out, out2;
+  out.SetName("Face Down Tray"), out.SetID(51), out.SetAddUnit(2), out.SetDerivery(4);
+  const Bytes b = orvx_test::Store([&](CArchive& ar) { in.Serialize(ar), out.Serialize(ar); });
   EXPECT_EQ(b.size(), (1 + 10) + (1 + 5) + 4 + 4 + (1 + 14) + 4 + 4);
-
   CMemFile f(b);
   CArchive ar(&f, CArchive::load);
-  COptInTray in2;
   in2.SetPaperLevel(7);
-  COptOutTray out2;
-  in2.Serialize(ar);
-  out2.Serialize(ar);
-  EXPECT_EQ(in2.GetName().str() + "|" + in2.GetDescription().str(), "Cassette 1|lower");
-  EXPECT_EQ(std::tuple(in2.GetID(), in2.GetAddUnit(), in2.GetPaperLevel()), std::tuple(21, -3, 7));  // level: not archived
-  EXPECT_EQ(out2.GetName(), "Face Down Tray");
-  EXPECT_EQ(std::tuple(out2.GetID(), out2.GetAddUnit(), out2.GetDerivery()), std::tuple(51, 2, 2));  // delivery: not archived
+  in2.Serialize(ar), out2.Serialize(ar);
+  // The paper level and the delivery are not archived.
+  EXPECT_EQ(std::tuple(in2.GetName().str(), in2.GetDescription().str(), in2.GetID(), in2.GetAddUnit(), in2.GetPaperLevel()),
+            std::tuple("Cassette 1", "lower", 21, -3, 7));
+  EXPECT_EQ(std::tuple(out2.GetName().str(), out2.GetID(), out2.GetAddUnit(), out2.GetDerivery()),
+            std::tuple("Face Down Tray", 51, 2, 2));
 }

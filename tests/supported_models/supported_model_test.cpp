@@ -19,7 +19,7 @@ struct Probe : CSupportedModel {
 using orvx_test::BinaryValue;
 using orvx_test::DwordValue;
 using orvx_test::RegValue;
-using Values = std::vector<RegValue>;
+using ValueList = std::vector<RegValue>;
 
 // The host is "Monitor-<tag>", so the default path is the test's own.
 class SupportedModels : public RegistryFixture {
@@ -38,7 +38,7 @@ class SupportedModels : public RegistryFixture {
     RegistryFixture::TearDown();
   }
   // Lists under `path`, replacing what was there; a null list leaves its key out.
-  void Lists(const std::string& path, const Values* supported, const Values* unsupported) {
+  void Lists(const std::string& path, const ValueList* supported, const ValueList* unsupported) {
     DeleteOwnedKeys();
     if (supported) Put(HKEY_LOCAL_MACHINE, path + "\\Supported Models", *supported);
     if (unsupported) Put(HKEY_LOCAL_MACHINE, path + "\\Unsupported Models", *unsupported);
@@ -81,11 +81,11 @@ TEST(SMModelInfo, InterfaceByStateAndPlatform) {
 }
 
 TEST_F(SupportedModels, CachedAndDirectAnswers) {
-  const Values supported = {DwordValue("LP-1100", 0x01000100), DwordValue("LP-2200", 0x0E000100),
+  const ValueList supported = {DwordValue("LP-1100", 0x01000100), DwordValue("LP-2200", 0x0E000100),
                             DwordValue("DC-3300", 0x0E000200), DwordValue("Both", 0x0F000200),
                             DwordValue(std::string(32, 'L'), 0x0F000200), BinaryValue("Short", {0, 2}),
                             BinaryValue("Long", {0, 1, 0, 1, 9})};
-  const Values unsupported = {DwordValue("Both", 0), BinaryValue("Old", {1, 2, 3, 4, 5}), BinaryValue("Old4", {1})};
+  const ValueList unsupported = {DwordValue("Both", 0), BinaryValue("Old", {1, 2, 3, 4, 5}), BinaryValue("Old4", {1})};
   Lists(path_, &supported, &unsupported);
   struct Case {
     const char* model;
@@ -130,7 +130,7 @@ TEST_F(SupportedModels, CachedAndDirectAnswers) {
 #if !defined(_WIN32)
 // The platform ID is the system's own on Windows.
 TEST_F(SupportedModels, PlatformOneAllowsInterfaceThree) {
-  const Values supported = {DwordValue("LP-2200", 0x0E000100)};
+  const ValueList supported = {DwordValue("LP-2200", 0x0E000100)};
   Lists(path_, &supported, nullptr);
   orvx::host::SetPlatformId(1);
   Probe cached, direct(0);
@@ -140,7 +140,7 @@ TEST_F(SupportedModels, PlatformOneAllowsInterfaceThree) {
 #endif
 
 TEST_F(SupportedModels, MissingKeysAndLoadResult) {
-  const Values one = {DwordValue("LP-1100", 0x01000100)};
+  const ValueList one = {DwordValue("LP-1100", 0x01000100)};
   {
     Probe none;  // neither key exists
     EXPECT_EQ(none.CheckModel("LP-1100", 1), CSupportedModel::kNotSupported);
@@ -155,14 +155,14 @@ TEST_F(SupportedModels, MissingKeysAndLoadResult) {
   Lists(path_, &one, &one);
   onlySupported.Purge();
   EXPECT_EQ(onlySupported.LoadFromRegistory(), 1);
-  const Values empty;
+  const ValueList empty;
   Lists(path_, &one, &empty);
   onlySupported.Purge();
   EXPECT_EQ(onlySupported.LoadFromRegistory(), 0);  // present but empty
 }
 
 TEST_F(SupportedModels, ChangedPath) {
-  const Values at = {DwordValue("LP-1100", 0x01000100)};
+  const ValueList at = {DwordValue("LP-1100", 0x01000100)};
   Lists(elsewhere_, &at, nullptr);
   Probe cached, direct(0);
   EXPECT_EQ(cached.IsSupportedModel("LP-1100", 1), 0);
