@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "orvx/afx_host.h"
+#include "orvx/picture_trace.h"
 #include "orvx/prn_static_info.h"
 
 namespace {
@@ -105,6 +106,33 @@ void CheckTrays(const std::vector<std::unique_ptr<T>>& built, const std::vector<
   EXPECT_EQ(got, want);
 }
 
+template <class T>
+std::vector<int> Ids(const std::vector<std::unique_ptr<T>>& trays) {
+  std::vector<int> ids;
+  for (const auto& t : trays) ids.push_back(t->GetID());
+  return ids;
+}
+
+int tracedCases = 0;
+
+// The explain trace tells what the rules did: a rule's table engine runs over
+// every tray or over none, each tray's step carries the ID the tray ends
+// with, and the bits the steps added are all in the picture ID.
+void CheckTrace(const orvx::PictureTrace& trace, const std::vector<int>& inIds, const std::vector<int>& outIds, DWORD id) {
+  DWORD added = 0;
+  std::vector<int> stepIn, stepOut;
+  for (const auto& step : trace.Steps()) {
+    added |= step.added;
+    EXPECT_EQ(step.row < 0, step.test.empty());
+    if (step.kind != orvx::PictureTraceStep::Option)
+      (step.kind == orvx::PictureTraceStep::InTray ? stepIn : stepOut).push_back(step.id);
+  }
+  EXPECT_EQ(added & ~id, 0u);
+  EXPECT_TRUE(stepIn.empty() || stepIn == inIds) << testing::PrintToString(stepIn);
+  EXPECT_TRUE(stepOut.empty() || stepOut == outIds) << testing::PrintToString(stepOut);
+  tracedCases += added != 0;
+}
+
 // One case: "C|X vendor/group[,group...]... [key=value...] sections => id sections".
 void RunCase(const std::string& line) {
   auto given = Sections(line.substr(0, line.find(" => ")));
@@ -141,7 +169,12 @@ void RunCase(const std::string& line) {
       return given[""][0] == 'X' ? record.GetPictureIDEx(inTrays, outTrays, options, docs)
                                  : record.GetPictureID(inTrays, outTrays, duplex, output);
     };
-    const DWORD id = call(inArray, outArray);
+    DWORD id = 0;
+    {
+      orvx::PictureTrace trace;
+      id = call(inArray, outArray);
+      CheckTrace(trace, Ids(ins), Ids(outs), id);
+    }
     EXPECT_EQ(id, std::stoul(expected[""], nullptr, 0)) << std::hex << "got 0x" << id;
     CheckTrays(ins, in, expected["in"]);
     CheckTrays(outs, out, expected["out"]);
@@ -179,4 +212,6 @@ TEST(Picture, EveryCaseOfTheCaseFile) {
   }
   orvx::host::ClearStringResources();
   EXPECT_GT(cases, 200);
+  EXPECT_GT(tracedCases, 150);  // the trace is not silent
+  EXPECT_EQ(orvx::PictureTrace::Current(), nullptr);
 }
