@@ -60,8 +60,9 @@ echo '{"models":[{"ModelNameBytes":[67,97,102,233,32,255],"VenderID":65535,"Flag
 t 0 '' '' build e.json -o e.dat && "$ORVDB" export --db e.dat >e2.json && t 0 '' '' build e2.json -o e2.dat
 same e.dat e2.dat
 # Keys left out take a new record's values.
-echo '{"models":[{"ModelName":"A"}]}' >d.json && t 0 '' '' build d.json -o d.dat && t 0 '"Info0108": -1,' '' export --db d.dat
-[[ $(<out.txt) == *'"Info040A": 255,'* && $(<out.txt) == *'"InTraySPSZSizeList": null'* ]] || fail "defaults: $(<out.txt)"
+echo '{"models":[{"ModelName":"A"}]}' >d.json && t 0 '' '' build d.json -o d.dat && t 0 '' '' export --db d.dat
+[[ $(<out.txt) == *'"Flags": 0,'*'"FlagNames": [],'*'"Info0108": -1,'*'"Info040A": 255,'*'"InTraySPSZSizeList": null'$'\n''    }'* ]] ||
+  fail "defaults, in database order with the names beside the flags and the block last: $(<out.txt)"
 
 # Bad models name the model and the key, and write nothing.
 while IFS='|' read -r models error; do
@@ -206,6 +207,14 @@ for i in 0 1 2; do
   printf '%s],["get",3336]]}\n' $i >&"${EVAL[1]}"
   read -r -t 10 line <&"${EVAL[0]}"
   [[ $line == "{\"results\":[1,$i]}" ]] || fail "eval through a pipe: $line"
+done
+# Each database is read once: deleting its file changes nothing.
+printf '\0\0\0\0' >empty.dat
+for i in 1 2; do
+  echo "{\"op\":\"lookup\",\"db\":\"$PWD/empty.dat\",\"name\":\"x\"}" >&"${EVAL[1]}"
+  read -r -t 10 line <&"${EVAL[0]}"
+  [[ $line == '{"index":null}' ]] || fail "a database read once: $line"
+  rm -f empty.dat
 done
 eval "exec ${EVAL[1]}>&-"
 wait $EVAL_PID || fail "eval through a pipe failed"
