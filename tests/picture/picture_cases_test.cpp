@@ -2,6 +2,7 @@
 // through both forms of the entry point each case names.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -55,6 +56,7 @@ std::vector<Tray> Trays(const std::string& text) {
     t.name = t.after = Name(item, rest);
     if (rest.rfind("> ", 0) == 0) t.after = Name(rest.substr(2), rest);
     for (const std::string& attribute : List(rest, ' ')) {
+      EXPECT_TRUE(attribute.size() > 2 && attribute[0] == '@' && std::strchr("udi", attribute[1])) << attribute;
       const int value = std::stoi(attribute.substr(2));
       (attribute[1] == 'u' ? t.unit : attribute[1] == 'd' ? t.delivery : t.id) = value;
     }
@@ -135,6 +137,7 @@ void CheckTrace(const orvx::PictureTrace& trace, const std::vector<int>& inIds, 
 
 // One case: "C|X vendor/group[,group...]... [key=value...] sections => id sections".
 void RunCase(const std::string& line) {
+  ASSERT_NE(line.find(" => "), std::string::npos) << "a case says what the call answers after \" => \"";
   auto given = Sections(line.substr(0, line.find(" => ")));
   auto expected = Sections(line.substr(line.find(" => ") + 4));
   const std::vector<Tray> in = Trays(given["in"]), out = Trays(given["out"]);
@@ -148,8 +151,8 @@ void RunCase(const std::string& line) {
     }
     word = rest.substr(0, rest.find(' '));
     rest = rest.substr(std::min(rest.size(), word.size() + 1));
-    if (word.find('=') != std::string::npos)
-      (word[0] == 'd' ? duplex : output) = std::stoi(word.substr(word.find('=') + 1));
+    if (word.rfind("duplex=", 0) == 0 || word.rfind("output=", 0) == 0)
+      (word[0] == 'd' ? duplex : output) = std::stoi(word.substr(7));
     else
       for (const std::string& group : List(word.substr(word.find('/') + 1), ','))
         targets.emplace_back(std::stoi(word), std::stoi(group));
@@ -207,7 +210,11 @@ TEST(Picture, EveryCaseOfTheCaseFile) {
         if (!s.empty()) orvx::host::SetStringResource(static_cast<UINT>(std::stoul(s)), s.substr(s.find('=') + 1));
       continue;
     }
-    RunCase(line);
+    try {
+      RunCase(line);
+    } catch (const std::exception& e) {  // a number that is none
+      ADD_FAILURE() << "cannot read the case: " << e.what();
+    }
     ++cases;
   }
   orvx::host::ClearStringResources();
