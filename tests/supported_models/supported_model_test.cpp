@@ -82,9 +82,9 @@ TEST(SMModelInfo, InterfaceByStateAndPlatform) {
 
 TEST_F(SupportedModels, CachedAndDirectAnswers) {
   const ValueList supported = {DwordValue("LP-1100", 0x01000100), DwordValue("LP-2200", 0x0E000100),
-                            DwordValue("DC-3300", 0x0E000200), DwordValue("Both", 0x0F000200),
-                            DwordValue(std::string(32, 'L'), 0x0F000200), BinaryValue("Short", {0, 2}),
-                            BinaryValue("Long", {0, 1, 0, 1, 9})};
+                               DwordValue("DC-3300", 0x0E000200), DwordValue("Both", 0x0F000200),
+                               DwordValue(std::string(32, 'L'), 0x0F000200), BinaryValue("Short", {0, 2}),
+                               BinaryValue("Long", {0, 1, 0, 1, 9})};
   const ValueList unsupported = {DwordValue("Both", 0), BinaryValue("Old", {1, 2, 3, 4, 5}), BinaryValue("Old4", {1})};
   Lists(path_, &supported, &unsupported);
   struct Case {
