@@ -22,7 +22,7 @@ CArchive::CArchive(CFile* file, UINT mode, int bufferSize, void* buffer)
 }
 
 CArchive::~CArchive() {
-  if (!closed_ && !loading_) {
+  if (!closed_) {
     try {
       Flush();
     } catch (...) {  // a destructor must not throw; Close reports write errors
@@ -37,7 +37,7 @@ void CArchive::ThrowEndOfFile() const {
 }
 
 void CArchive::Flush() {
-  if (!file_) return;  // only storing archives flush
+  if (loading_ || !file_) return;  // a loading archive has nothing to write
   const auto n = static_cast<UINT>(cur_ - buf_);
   if (n) file_->Write(buf_, n);
   base_ += n;
@@ -47,7 +47,7 @@ void CArchive::Flush() {
 void CArchive::Close() {
   if (closed_) return;
   closed_ = true;
-  if (!loading_) Flush();
+  Flush();
 }
 
 std::size_t CArchive::Fill() {

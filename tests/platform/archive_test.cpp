@@ -21,8 +21,15 @@ TEST(Archive, ScalarsAreLittleEndianAtTheirWidths) {
   ar >> u8 >> s8 >> u16 >> s16 >> u32 >> s32;
   EXPECT_EQ(std::tuple(u8, s8, u16, s16, u32, s32),
             std::tuple(BYTE{0xAB}, std::int8_t{-2}, WORD{0x1234}, std::int16_t{-3}, DWORD{0xDEADBEEF}, -4));
-  // Each direction refuses the other.
+  // Each direction refuses the other; flushing a loading archive writes nothing and keeps its place.
   EXPECT_THROW(ar.Write("x", 1), CArchiveException);
+  CMemFile again(b);
+  CArchive reading(&again, CArchive::load);
+  EXPECT_EQ(reading.ReadScalar<BYTE>(), 0xAB);
+  reading.Flush();
+  EXPECT_EQ(reading.ReadScalar<std::int8_t>(), -2);
+  EXPECT_EQ(reading.GetPosition(), 2u);
+  EXPECT_EQ(again.Bytes(), b);
   CMemFile g;
   CArchive store(&g, CArchive::store);
   EXPECT_THROW(store.Read(&u8, 1), CArchiveException);
