@@ -99,11 +99,12 @@ CStringList Names(const std::vector<std::string>& names) {
 
 template <class T>
 void CheckTrays(const std::vector<std::unique_ptr<T>>& built, const std::vector<Tray>& given, const std::string& ids) {
-  ASSERT_EQ(List(ids, ' ').size(), given.size()) << "one ID for each tray";
+  const std::vector<std::string> wantIds = List(ids, ' ');
+  ASSERT_EQ(wantIds.size(), given.size()) << "one ID for each tray";
   std::vector<std::string> got, want;
   for (std::size_t i = 0; i < given.size(); ++i) {
     got.push_back(std::to_string(built[i]->GetID()) + " " + built[i]->GetName().str());
-    want.push_back(List(ids, ' ')[i] + " " + given[i].after);
+    want.push_back(wantIds[i] + " " + given[i].after);
   }
   EXPECT_EQ(got, want);
 }
