@@ -150,6 +150,7 @@ TEST(File, DescriptorZeroIsAFile) {
   const int saved = ::dup(0);
   ::close(0);
   EXPECT_FALSE(orvx::ReplaceFile("zero.bin", "abc").Failed());  // its temporary file takes descriptor 0
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator("."), {}), 1);  // and was renamed, not left
   std::string bytes;
   ::close(0);
   EXPECT_FALSE(orvx::ReadWholeFile("zero.bin", bytes).Failed());

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "orvx/afx_registry.h"
 #include "registry_fixture.h"
 
@@ -95,6 +97,28 @@ TEST_F(Store, EachValueIsWrittenInTheFormThatKeepsItsTypeAndBytes) {
     EXPECT_EQ(Read(user_), "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n" + std::string(line) + "\n");
     EXPECT_EQ(Values(kUser, "K"), std::vector<RegValue>{value});  // and it reads back as it was written
   }
+}
+
+TEST_F(Store, LongBinaryValuesWrapAsTheRegistryEditorWrapsThem) {
+  // A line ends after the comma that takes it past 76 characters; continuation
+  // lines start with two spaces.
+  std::vector<BYTE> bytes(50);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<BYTE>(i);
+  Write(user_, "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n");
+  ASSERT_EQ(Set(kUser, "K", BinaryValue("v", bytes)), ERROR_SUCCESS);
+  EXPECT_EQ(Read(user_),
+            "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n"
+            "\"v\"=hex:00,01,02,03,04,05,06,07,08,09,0a,0b,0c,0d,0e,0f,10,11,12,13,14,15,16,\\\n"
+            "  17,18,19,1a,1b,1c,1d,1e,1f,20,21,22,23,24,25,26,27,28,29,2a,2b,2c,2d,2e,2f,\\\n"
+            "  30,31\n");
+}
+
+TEST_F(Store, AStoreFileInAFolderNotYetThereIsCreatedWithIt) {
+  const std::string nested = (std::filesystem::path(user_).parent_path() / "a" / "b" / "hkcu.reg").string();
+  orvx::host::SetRegistryFile(kUser, nested);
+  Put(kUser, "K", {DwordValue("v", 1)});
+  EXPECT_EQ(Values(kUser, "K"), std::vector<RegValue>{DwordValue("v", 1)});
+  EXPECT_NE(Read(nested).find("\"v\"=dword:00000001"), std::string::npos);
 }
 
 TEST_F(Store, Utf16AndRegedit4Files) {

@@ -20,6 +20,8 @@ TEST(Text, Utf8AtItsBoundaries) {
       {"\xED\xBF\xBF", false},       // U+DFFF
       {"\xEE\x80\x80", true},        // U+E000
       {"\xF0\x90\x80\x80", true},    // U+10000
+      {"\xF1\x80\x80\x80", true},    // U+40000
+      {"\xF3\xBF\xBF\xBF", true},    // U+FFFFF
       {"\xF0\x8F\xBF\xBF", false},   // U+FFFF overlong
       {"\xF4\x8F\xBF\xBF", true},    // U+10FFFF
       {"\xF4\x90\x80\x80", false},   // past U+10FFFF
