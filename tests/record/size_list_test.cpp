@@ -65,7 +65,10 @@ TEST(SizeList, ByNumberAndByName) {
       EXPECT_EQ(Fetch([&](BYTE* out) { return r.GetInTraySPSZSizeList(std::get<const char*>(c.tray), out); }), c.list);
     EXPECT_EQ(Fetch([&](BYTE* out) { return r.GetInTraySPSZSizeList(out); }), c.block);
   }
+  // No name, or no block: nothing.
   CPrnStaticInfo r;
+  EXPECT_EQ(r.GetInTraySPSZSizeList("Cassette 1", nullptr), 0);
+  r.SetInTraySPSZSizeList(static_cast<int>(kNamed.size()), kNamed.data());
   EXPECT_EQ(r.GetInTraySPSZSizeList(static_cast<const char*>(nullptr), nullptr), 0);
 }
 
