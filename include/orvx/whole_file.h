@@ -1,6 +1,7 @@
 // Reading and writing whole files safely, for the library's own files and for tools.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,16 @@ namespace orvx {
 // file, a directory, a FIFO (which would block) or a device fail with a
 // message that names the path; `bytes` is then empty.
 ORVX_API Error ReadWholeFile(const std::string& path, std::string& bytes);
+
+// What tells one file from another, whatever path names it: the device and
+// inode (on Windows the volume and the file index).
+struct FileIdentity {
+  std::uint64_t device = 0, inode = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+// The identity of the regular file `path` names, symbolic links followed. It
+// fails as ReadWholeFile does, and on a path that holds a zero byte.
+ORVX_API Error IdentifyFile(const std::string& path, FileIdentity& identity);
 
 // Makes `path` hold exactly `bytes`. A new file is created; an existing
 // regular file is replaced and keeps its permissions; a symbolic link has the

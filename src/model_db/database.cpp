@@ -59,6 +59,11 @@ bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
 // The whole file is read first: the platform's reader refuses what is no
 // regular file (a FIFO would block), and errors name the file.
 bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
+  // The system would read the path only up to the zero byte: another file.
+  if (path.find('\0') != std::string::npos) {
+    error = {LoadError::Io, "a path that holds a zero byte", 0};
+    return false;
+  }
   std::string bytes;
   if (const Error problem = ReadWholeFile(path, bytes); problem.Failed()) {
     error = {LoadError::Io, problem.message, 0};

@@ -121,6 +121,23 @@ Error ReadWholeFile(const std::string& path, std::string& bytes) {
   return {};
 }
 
+Error IdentifyFile(const std::string& path, FileIdentity& identity) {
+  // The system would read the path only up to the zero byte: another file.
+  if (path.find('\0') != std::string::npos) return {"a path that holds a zero byte"};
+  std::error_code ec;
+  const fs::file_status st = fs::status(path, ec);
+  const std::string problem = fs::exists(st) ? NotARegularFile(st) : "no such file";
+  if (!problem.empty()) return {path + ": " + problem};
+  int cause = 0, osError = 0;
+  const os::FileHandle file = os::OpenFile(path.c_str(), CFile::modeRead | CFile::shareDenyNone, cause, osError);
+  if (file == os::kNoFile) return SystemError(path, "cannot open", osError);
+  const os::FileStamp stamp = os::Stamp(file);
+  os::CloseFile(file);
+  if (!stamp.regular) return {path + ": is not a regular file (a device, FIFO or socket)"};
+  identity = {stamp.device, stamp.inode};
+  return {};
+}
+
 Error ReplaceFile(const std::string& path, std::string_view bytes) {
   fs::path target;
   std::string problem;

@@ -177,6 +177,24 @@ done <<'END'
 {"o\u0070":"info","c\u0061lls":[["get",1034]],"op":"info"} -> {"results":[-1]}
 {"op":"picture","vendor":1,"group":0,"inTrays":["Cassette\u00201","\ud83d\ude00\n\"\\"]} -> {"pictureId":1,"inTrays":[{"name":"Cassette 1","id":20},{"name":"😀\u000a\"\\","id":-1}],"outTrays":[]}
 END
+# Strict input: string numbers, escaped values, paths with a zero byte, and a
+# picture request that names a database's model.
+while read -r line; do
+  echo "${line% -> *}" | "$ORVDB" eval >out.txt
+  [[ $(<out.txt) == *"${line##* -> }"* ]] || fail "eval ${line% -> *}: $(<out.txt)"
+done <<END
+{"op":"\u0070icture","vendor":1,"group":0,"inTrays":["Cassette 1"]} -> {"pictureId":1,"inTrays":[{"name":"Cassette 1","id":20}]
+{"op":"picture","vendor":1,"group":5,"strings":{" 9481":"Hand"}} -> " 9481\" does not fit
+{"op":"picture","vendor":1,"group":5,"strings":{"+9481":"Hand"}} -> "+9481\" does not fit
+{"op":"picture","vendor":1,"group":5,"strings":{"-18446744073709542135":"Hand"}} -> does not fit
+{"op":"picture","vendor":1,"group":5,"strings":{"65536":"Hand"}} -> does not fit
+{"op":"picture","vendor":1,"group":5,"strings":{"09481":"Hand"}} -> does not fit
+{"op":"lookup","db":"$DB\u0000N","name":"x"} -> {"error":"a path that holds a zero byte"}
+{"op":"picture","db":"$DB\u0000N","model":"x"} -> {"error":"a path that holds a zero byte"}
+{"op":"picture","model":"Vantor LP-1200","inTrays":["Cassette 1"]} -> {"error":"\"model\" is looked up only in a \"db\"
+{"op":"picture","db":"$DB","model":"Vantor LP-1200 PCL6","inTrays":["Cassette 1"]} -> {"pictureId":1,"index":2,"match":"substring","inTrays":[{"name":"Cassette 1","id":20}],"outTrays":[]}
+{"op":"picture","db":"$DB","model":"Vantor LP-1200","vendor":2,"group":6} -> not both
+END
 printf '{"op":"info","calls":"\001"}\n{"op":"info","calls":"\377"}\n' | "$ORVDB" eval >out.txt
 [[ $(<out.txt) == *'a control character inside a string at byte 22'*'not UTF-8 at byte 22'* ]] || fail "$(<out.txt)"
 # Answers in order, bad lines among thousands of good ones.
@@ -202,22 +220,41 @@ t 0 '{"pictureId":' '' eval <long.jsonl
 [[ $(sed -n 3p out.txt) == *'at byte 2000023'* && $(wc -l <out.txt) == 3 ]] || fail "a long bad request: $(sed -n 3p out.txt)"
 # Through a pipe each answer comes as soon as its line is complete, though the request came in pieces.
 coproc EVAL { "$ORVDB" eval; }
+eval_pid=$EVAL_PID  # bash unsets EVAL_PID once the coprocess has ended
 for i in 0 1 2; do
   printf '{"op":"info","calls":[["set",3336,' >&"${EVAL[1]}"
   printf '%s],["get",3336]]}\n' $i >&"${EVAL[1]}"
   read -r -t 10 line <&"${EVAL[0]}"
   [[ $line == "{\"results\":[1,$i]}" ]] || fail "eval through a pipe: $line"
 done
-# Each database is read once: deleting its file changes nothing.
-printf '\0\0\0\0' >empty.dat
-for i in 1 2; do
-  echo "{\"op\":\"lookup\",\"db\":\"$PWD/empty.dat\",\"name\":\"x\"}" >&"${EVAL[1]}"
+# Databases are kept by file, whatever path names it, and at most 16, the
+# least recently used going first: `ask DB NAME` looks a name up in DB.
+ask() {
+  echo "{\"op\":\"lookup\",\"db\":\"$1\",\"name\":\"x\"}" >&"${EVAL[1]}"
   read -r -t 10 line <&"${EVAL[0]}"
-  [[ $line == '{"index":null}' ]] || fail "a database read once: $line"
-  rm -f empty.dat
+  [[ $line == *"\"modelName\":\"$2\""* ]] || fail "eval lookup in $1: $line, want $2"
+}
+for i in $(seq 1 16) X Y Z; do
+  echo "{\"models\":[{\"ModelName\":\"M$i\",\"VenderID\":1}]}" >m.json && "$ORVDB" build m.json -o "c$i.dat" || fail "build c$i.dat"
 done
+ask c1.dat M1
+ln c1.dat h1.dat && cat cX.dat >c1.dat  # the same file, rewritten in place
+ask h1.dat M1
+ask ./c1.dat M1
+cp cY.dat new.dat && mv new.dat c1.dat  # another file at that path
+ask c1.dat MY
+for i in $(seq 2 15); do ask "c$i.dat" "M$i"; done
+ask h1.dat M1      # 16 files kept; the first one used again
+ask c16.dat M16    # and so c1.dat (MY) goes
+cat cZ.dat >c1.dat
+ask c1.dat MZ
+ask h1.dat M1
+rm -f h1.dat
+echo '{"op":"lookup","db":"h1.dat","name":"x"}' >&"${EVAL[1]}"
+read -r -t 10 line <&"${EVAL[0]}"
+[[ $line == '{"error":"h1.dat: no such file"}' ]] || fail "a database deleted: $line"
 eval "exec ${EVAL[1]}>&-"
-wait $EVAL_PID || fail "eval through a pipe failed"
+wait $eval_pid || fail "eval through a pipe failed"
 
 # Output it was not asked to harm stays whole.
 echo '{"models":[{"ModelName":"A","VenderID":1}]}' >models.json

@@ -59,6 +59,20 @@ long long Int(const Value* v, std::string_view name, long long fallback, long lo
   return n;
 }
 
+// A host string's number: decimal digits without sign, space or leading
+// zero, 0 to 65535 (the resource numbers the host can have).
+bool ResourceNumber(std::string_view id, UINT& out) {
+  if (id.empty() || id.size() > 5 || (id.size() > 1 && id[0] == '0')) return false;
+  UINT n = 0;
+  for (const char c : id) {
+    if (c < '0' || c > '9') return false;
+    n = n * 10 + static_cast<UINT>(c - '0');
+  }
+  if (n > 65535) return false;
+  out = n;
+  return true;
+}
+
 void Str(const Value* v, std::string_view name, std::string& out) {
   if (!v) return;
   if (v->kind != Kind::String) throw RequestError(Quoted(name) + " must be a string");
@@ -99,19 +113,31 @@ void AppendJsonString(std::string& out, std::string_view s) {
   out += '"';
 }
 
-const orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
-  const auto it = databases_.find(path);
-  if (it != databases_.end()) return it->second;
+orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
+  orvx::FileIdentity file;
+  if (const orvx::Error e = orvx::IdentifyFile(path, file); e.Failed()) throw RequestError(e.message);
+  ++uses_;
+  for (Cached& c : databases_) {
+    if (c.file == file) {
+      c.lastUse = uses_;
+      return c.db;
+    }
+  }
   orvx::ModelDatabase db;
   std::string error;
   if (!LoadDatabase(path, db, error)) throw RequestError(error);
-  return databases_.emplace(path, std::move(db)).first->second;
+  Cached& slot = databases_.size() < kCachedDatabases
+                     ? databases_.emplace_back()
+                     : *std::min_element(databases_.begin(), databases_.end(),
+                                         [](const Cached& a, const Cached& b) { return a.lastUse < b.lastUse; });
+  slot = {file, uses_, std::move(db)};
+  return slot.db;
 }
 
 void Evaluator::Picture(std::string& out) {
-  enum { kOp, kEntry, kForm, kVendor, kGroup, kModel, kIn, kOut, kDuplex, kOutput, kOptions, kDocOptions, kStrings };
-  static constexpr std::array<std::string_view, 13> kNames = {
-      "op", "entry", "form", "vendor", "group", "model", "inTrays", "outTrays", "duplexUnit", "outputUnit",
+  enum { kOp, kEntry, kForm, kDb, kVendor, kGroup, kModel, kIn, kOut, kDuplex, kOutput, kOptions, kDocOptions, kStrings };
+  static constexpr std::array<std::string_view, 14> kNames = {
+      "op", "entry", "form", "db", "vendor", "group", "model", "inTrays", "outTrays", "duplexUnit", "outputUnit",
       "options", "docOptions", "strings"};
   const auto m = Members(reader_, kNames, "a picture request");
   PictureRequest& q = request_;
@@ -127,15 +153,8 @@ void Evaluator::Picture(std::string& out) {
     if (text_ != "trays" && text_ != "names") throw RequestError("\"form\" must be \"trays\" or \"names\"");
     q.byNames = text_ == "names";
   }
-  // A fresh record each time: only what a request sets differs from the defaults.
-  record_.Fields() = PrnStaticFields{};
-  record_.SetInTraySPSZSizeList(0, nullptr);
-  record_.SetVenderID(static_cast<WORD>(Int(m[kVendor], "vendor", 0, 0, 65535)));
-  record_.SetModelGroupID(static_cast<WORD>(Int(m[kGroup], "group", 0, 0, 65535)));
-  text_ = "Other Printer";
-  Str(m[kModel], "model", text_);
-  record_.SetModelName(text_);
-
+  const int vendor = static_cast<int>(Int(m[kVendor], "vendor", 0, 0, 65535));
+  const int group = static_cast<int>(Int(m[kGroup], "group", 0, 0, 65535));
   for (const bool outTrays : {false, true}) {
     const char* name = outTrays ? "outTrays" : "inTrays";
     const Value* list = m[outTrays ? kOut : kIn];
@@ -172,22 +191,51 @@ void Evaluator::Picture(std::string& out) {
   if (const Value* strings = m[kStrings]) {
     if (strings->kind != Kind::Object) throw RequestError("\"strings\" must be an object of resource identifiers");
     json::ForEachMember(*strings, key_, [&](std::string_view id, const Value& text) {
-      std::size_t used = 0;
-      unsigned long value = 0;
-      try {
-        value = std::stoul(std::string(id), &used, 10);
-      } catch (const std::exception&) {
-        used = 0;
-      }
-      if (used == 0 || used != id.size() || value > 0xFFFFFFFFul || text.kind != Kind::String)
-        throw RequestError("\"strings\" maps resource numbers to texts; " + Quoted(id) + " does not fit");
-      q.strings[static_cast<UINT>(value)] = json::String(text);
+      UINT number = 0;
+      if (!ResourceNumber(id, number) || text.kind != Kind::String)
+        throw RequestError("\"strings\" maps resource numbers (0 to 65535) to texts; " + Quoted(id) + " does not fit");
+      q.strings[number] = json::String(text);
     });
   }
 
-  const DWORD id = caller_.Call(record_, q);
+  // The record: a database's model found with the library's lookup, or a
+  // fresh record of which only what the request sets differs from the defaults.
+  CPrnStaticInfo* record = &record_;
+  orvx::LookupResult found;
+  if (m[kDb]) {
+    if (!m[kModel]) throw RequestError("\"db\" goes with \"model\", the name to look up");
+    if (m[kVendor] || m[kGroup]) throw RequestError("give \"db\" and \"model\", or \"vendor\" and \"group\", not both");
+    Str(m[kDb], "db", path_);
+    Str(m[kModel], "model", text_);
+    orvx::ModelDatabase& records = Load(path_);
+    found = records.Lookup(text_);
+    if (found.index < 0) throw RequestError(path_ + ": the database has no records");
+    record = &records[static_cast<std::size_t>(found.index)];
+  } else {
+    // Without a database "model" only names the fresh record: a request
+    // that means a database's model must not get a rule-less answer of 0.
+    text_ = "Other Printer";
+    Str(m[kModel], "model", text_);
+    if (!m[kVendor] || !m[kGroup])
+      throw RequestError(m[kModel] ? "\"model\" is looked up only in a \"db\"; give \"db\", or \"vendor\" and \"group\" for a fresh record"
+                                   : "a picture request needs \"db\" and \"model\", or \"vendor\" and \"group\"");
+    record_.Fields() = PrnStaticFields{};
+    record_.SetInTraySPSZSizeList(0, nullptr);
+    record_.SetVenderID(static_cast<WORD>(vendor));
+    record_.SetModelGroupID(static_cast<WORD>(group));
+    record_.SetModelName(text_);
+  }
+
+  const DWORD id = caller_.Call(*record, q);
   out += "{\"pictureId\":";
   AppendNumber(out, id);
+  if (record != &record_) {
+    out += ",\"index\":";
+    AppendNumber(out, found.index);
+    out += ",\"match\":\"";
+    out += orvx::MatchName(found.how);
+    out += '"';
+  }
   if (!q.byNames) {
     for (const bool outTrays : {false, true}) {
       out += outTrays ? "],\"outTrays\":[" : ",\"inTrays\":[";
@@ -288,11 +336,10 @@ void Evaluator::Lookup(std::string& out) {
   const auto m = Members(reader_, kNames, "a lookup request");
   const Value* db = m[1];
   if (!db) throw RequestError("\"db\" is required");
-  std::string path;
-  Str(db, "db", path);
+  Str(db, "db", path_);
   text_.clear();
   Str(m[2], "name", text_);
-  const orvx::ModelDatabase& records = Load(path);
+  const orvx::ModelDatabase& records = Load(path_);
   const orvx::LookupResult found = records.Lookup(text_);
   if (found.index < 0) {
     out += "{\"index\":null}";
@@ -315,12 +362,14 @@ void Evaluator::Answer(std::string_view line, std::string& out) {
     const Value* op = reader_.Find("op");
     if (!op) throw RequestError("missing \"op\"");
     if (op->kind != Kind::String) throw RequestError("\"op\" must be a string");
-    const std::string_view name = op->text.substr(1, op->text.size() - 2);  // op names need no escapes
+    op_.clear();
+    json::AppendString(*op, op_);
+    const std::string_view name = op_;
     if (name == "picture") Picture(out);
     else if (name == "sizelist") SizeList(out);
     else if (name == "info") Info(out);
     else if (name == "lookup") Lookup(out);
-    else throw RequestError(name.empty() ? "missing \"op\"" : "unknown op " + Quoted(json::String(*op)));
+    else throw RequestError(name.empty() ? "missing \"op\"" : "unknown op " + Quoted(name));
   } catch (const RequestError& e) {
     out.resize(start);
     out += "{\"error\":";

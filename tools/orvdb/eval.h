@@ -1,14 +1,16 @@
 // orvdb eval: JSON Lines requests in, one JSON line answer out per request.
 #pragma once
 
+#include <cstdint>
 #include <istream>
-#include <map>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "json_reader.h"
 #include "orvx/database.h"
+#include "orvx/whole_file.h"
 #include "picture_call.h"
 
 namespace orvdb {
@@ -32,20 +34,30 @@ class Evaluator {
   void Run(std::istream& in, std::ostream& out);
 
  private:
-  // Each database file is read once per evaluator.
-  const orvx::ModelDatabase& Load(const std::string& path);
+  // The database of the file `path` names. A file is read once and kept
+  // while it is among the kCachedDatabases used last: any path to the same
+  // file (a link, another spelling) finds it, and a file replaced by another
+  // one at that path is read anew.
+  orvx::ModelDatabase& Load(const std::string& path);
   void Picture(std::string& out);
   void SizeList(std::string& out);
   void Info(std::string& out);
   void Lookup(std::string& out);
 
-  std::map<std::string, orvx::ModelDatabase> databases_;
+  static constexpr std::size_t kCachedDatabases = 16;
+  struct Cached {
+    orvx::FileIdentity file;
+    std::uint64_t lastUse = 0;
+    orvx::ModelDatabase db;
+  };
+  std::vector<Cached> databases_;
+  std::uint64_t uses_ = 0;
   // Reused from one request to the next.
   json::Reader reader_;
   PictureRequest request_;
   PictureCaller caller_;
   CPrnStaticInfo record_;
-  std::string text_, key_;
+  std::string text_, key_, op_, path_;
 };
 
 // Appends `s` to `out` as a JSON string; bytes that are not UTF-8 become U+FFFD.

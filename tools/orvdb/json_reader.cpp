@@ -3,6 +3,7 @@
 #include "orvx/text.h"
 
 #include <bit>
+#include <functional>
 #include <cstring>
 #include <limits>
 
@@ -177,6 +178,7 @@ bool Reader::Parse(std::string_view text) {
   begin_ = text.data();
   end_ = text.data() + text.size();
   count_ = 0;
+  hashed_ = false;
   elements_.clear();
   error_.clear();
   const char* p = detail::SkipSpace(begin_, end_);
@@ -188,9 +190,31 @@ bool Reader::Parse(std::string_view text) {
 }
 
 const Value* Reader::Find(std::string_view key) const {
+  if (hashed_) {
+    const std::uint32_t s = slots_[Slot(key)];
+    return s ? &members_[s - 1].value : nullptr;
+  }
   for (std::size_t i = 0; i < count_; ++i)
     if (members_[i].Name() == key) return &members_[i].value;
   return nullptr;
+}
+
+namespace {
+constexpr std::size_t kLinearMembers = 8;  // fewer are compared one by one
+}  // namespace
+
+// The slot that holds `name`, or the empty slot where it would go.
+std::size_t Reader::Slot(std::string_view name) const {
+  const std::size_t mask = slots_.size() - 1;
+  for (std::size_t i = std::hash<std::string_view>{}(name) & mask;; i = (i + 1) & mask) {
+    const std::uint32_t s = slots_[i];
+    if (s == 0 || members_[s - 1].Name() == name) return i;
+  }
+}
+
+void Reader::Rehash(std::size_t size) {
+  slots_.assign(size, 0);  // keeps the capacity a larger request left
+  for (std::size_t i = 0; i < count_; ++i) slots_[Slot(members_[i].Name())] = static_cast<std::uint32_t>(i + 1);
 }
 
 // Top-level members are remembered; a repeated name keeps its last value. A
@@ -205,12 +229,24 @@ void Reader::AddMember(const Value& key, const Value& value) {
     AppendString(key, m.decoded);
   }
   const std::string_view name = m.Name();
-  for (std::size_t i = 0; i < count_; ++i) {
-    const std::string_view k = members_[i].Name();
-    if (k.size() == name.size() && (k.empty() || k[0] == name[0]) && k == name) {
-      members_[i].value = value;
+  if (count_ < kLinearMembers && !hashed_) {
+    for (std::size_t i = 0; i < count_; ++i) {
+      const std::string_view k = members_[i].Name();
+      if (k.size() == name.size() && (k.empty() || k[0] == name[0]) && k == name) {
+        members_[i].value = value;
+        return;
+      }
+    }
+  } else {
+    if (!hashed_) Rehash(4 * kLinearMembers);
+    hashed_ = true;
+    if (2 * (count_ + 1) > slots_.size()) Rehash(2 * slots_.size());
+    const std::size_t slot = Slot(name);
+    if (slots_[slot]) {
+      members_[slots_[slot] - 1].value = value;
       return;
     }
+    slots_[slot] = static_cast<std::uint32_t>(count_ + 1);
   }
   m.value = value;
   ++count_;

@@ -76,6 +76,8 @@ class Reader {
   const char* ParseValue(const char* p, Value& out, int depth);
   const char* FailAt(const char* p, const char* what);
   void AddMember(const Value& key, const Value& value);
+  std::size_t Slot(std::string_view name) const;
+  void Rehash(std::size_t size);
   bool Fail(const char* p, const char* what);
 
   const char* begin_ = nullptr;
@@ -83,6 +85,11 @@ class Reader {
   Value root_;
   std::vector<Member> members_;
   std::size_t count_ = 0;
+  // Past a few members, repeated names are found through this open hash
+  // table of member indices plus one (0: empty), so that a request with
+  // any number of members is checked in linear time.
+  std::vector<std::uint32_t> slots_;
+  bool hashed_ = false;
   std::vector<Value> elements_;
   std::string error_;
 };
