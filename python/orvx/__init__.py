@@ -12,20 +12,50 @@ as UTF-8 with ``surrogateescape``, so any name (UTF-8 or not) round-trips:
 """
 import ctypes
 import ctypes.util
+import enum
+import functools
 import os
 import sys
+import threading
 
-__all__ = ["Database", "Record", "Tray", "Error", "version", "set_host_string", "clear_host_strings"]
+__all__ = ["Database", "Record", "Tray", "Error", "Status", "Match", "version", "set_host_string",
+           "clear_host_strings"]
+
+
+class Status(enum.IntEnum):
+    """The library's status codes (``orvx_status`` of the C interface)."""
+    OK = 0           #: success
+    ARGUMENT = 1     #: a required argument is missing or out of range, or the database is closed
+    IO = 2           #: a file could not be opened or read
+    FORMAT = 3       #: the database is truncated or malformed
+    MEMORY = 4       #: not enough memory
+    REGISTRY = 5     #: the registry could not be read or written
+    NOT_FOUND = 6    #: there is no such value
+    UNSUPPORTED = 7  #: not available on this platform
+
+
+class Match(str, enum.Enum):
+    """How ``Database.lookup`` found its record; equal to its plain name."""
+    EXACT = "exact"          #: a record's name equals the query
+    HP = "hp"                #: found after reading a leading "hp" as "HP"
+    SUBSTRING = "substring"  #: the query contains the record's name
+    DEFAULT = "default"      #: nothing matched: the default record, index 0
+
+    def __str__(self):
+        return self.value
 
 
 class Error(Exception):
-    """A failure reported by the library: its message, status and, for a
-    damaged database, the byte offset where the data went wrong."""
+    """A failure reported by the library.
 
-    def __init__(self, message, status=0, offset=0):
+    ``message`` says what failed, ``status`` is a ``Status`` and ``offset``,
+    for a damaged database (``Status.FORMAT``), the byte where the data went
+    wrong (else 0)."""
+
+    def __init__(self, message, status=Status.ARGUMENT, offset=0):
         super().__init__(message)
         self.message = message
-        self.status = status
+        self.status = Status(status) if status in Status._value2member_map_ else status
         self.offset = offset
 
 
@@ -134,13 +164,30 @@ def _raise(err):
     raise Error(err.message.decode("utf-8", "replace"), err.status, err.offset)
 
 
-def _bytes(text):
-    """A name as the library's bytes: str as UTF-8 (surrogateescape), bytes as they are."""
+def _bytes(text, what="a name"):
+    """A name as the library's bytes: str as UTF-8 (surrogateescape), bytes as
+    they are. The library reads names up to a zero byte, so one that holds
+    a zero byte would be another name: it is refused."""
     if isinstance(text, bytes):
-        return text
-    if isinstance(text, str):
-        return text.encode("utf-8", "surrogateescape")
-    raise TypeError(f"a name must be str or bytes, not {type(text).__name__}")
+        raw = text
+    elif isinstance(text, str):
+        raw = text.encode("utf-8", "surrogateescape")
+    else:
+        raise TypeError(f"{what} must be str or bytes, not {type(text).__name__}")
+    if b"\0" in raw:
+        raise ValueError(f"{what} holds a zero byte: {text!r}")
+    return raw
+
+
+def _name_list(names, what):
+    """A list of names; a single str or bytes is refused rather than read as its characters."""
+    if isinstance(names, (str, bytes)):
+        raise TypeError(f"{what} must be a list of names, not one {type(names).__name__}; "
+                        f"write [{names!r}]")
+    try:
+        return list(names)
+    except TypeError:
+        raise TypeError(f"{what} must be a list of names, not {type(names).__name__}") from None
 
 
 def _text(raw):
@@ -149,9 +196,21 @@ def _text(raw):
 
 def _name_array(names):
     raw = [_bytes(n) for n in names]
-    if any(b"\0" in n for n in raw):
-        raise ValueError("a name holds a zero byte")
     return (ctypes.c_char_p * max(len(raw), 1))(*raw), len(raw)
+
+
+def _holding(method):
+    """Runs `method` with its database held open: ``close`` waits for it, and
+    a call on a closed database raises ``Error``."""
+    @functools.wraps(method)
+    def run(self, *args, **kwargs):
+        db = self._db
+        db._enter()
+        try:
+            return method(self, *args, **kwargs)
+        finally:
+            db._leave()
+    return run
 
 
 def version():
@@ -162,7 +221,9 @@ def version():
 def set_host_string(ident, text):
     """Sets (or, with None, removes) one of the host's string resources, which
     picture rules read (9481: a manual tray's name, 9482: a default tray's)."""
-    _set_string(ident, None if text is None else _bytes(text))
+    if not isinstance(ident, int) or not 0 <= ident <= 0xFFFFFFFF:
+        raise ValueError(f"a string resource number is an int from 0 to 0xFFFFFFFF, not {ident!r}")
+    _set_string(ident, None if text is None else _bytes(text, "a host string"))
 
 
 def clear_host_strings():
@@ -176,6 +237,7 @@ class Tray:
     ``name`` and ``id`` as the rules leave them."""
 
     def __init__(self, name, id=-1, add_unit=0, delivery=2):
+        _bytes(name, "a tray name")
         self.name = name
         self.id = id
         self.add_unit = add_unit
@@ -188,28 +250,67 @@ class Tray:
 class Database:
     """A model database, opened from a file (``Database(path)``) or from
     bytes (``Database.from_bytes(data)``). Close it, or use it in a ``with``
-    block; its records are usable until then."""
+    block; its records are usable until then.
 
-    def __init__(self, path=None, *, _data=None):
-        self._handle = None
-        handle = _P()
-        err = _CError()
-        if _data is not None:
-            status = _open_memory(_data, len(_data), ctypes.byref(handle), ctypes.byref(err))
-        else:
-            status = _open_file(os.fsencode(path), ctypes.byref(handle), ctypes.byref(err))
-        if status != _OK:
-            _raise(err)
-        self._handle = handle
+    Any number of threads may use one database. ``close`` waits for the calls
+    that are running; a call after it raises ``Error``."""
+
+    def __init__(self, path):
+        """Opens the database file `path` (str, bytes or a path object)."""
+        raw = os.fsencode(path)
+        if b"\0" in raw:
+            raise ValueError(f"a path that holds a zero byte: {path!r}")
+        self._open(lambda handle, err: _open_file(raw, handle, err))
 
     @classmethod
     def from_bytes(cls, data):
-        return cls(_data=bytes(data))
+        """Opens a database from a copy of `data` (bytes or another buffer)."""
+        data = bytes(data)
+        db = cls.__new__(cls)
+        db._open(lambda handle, err: _open_memory(data, len(data), handle, err))
+        return db
+
+    def _open(self, opener):
+        self._handle = None
+        self._db = self  # what _holding holds
+        self._state = threading.Condition()
+        self._calls = 0
+        handle = _P()
+        err = _CError()
+        if opener(ctypes.byref(handle), ctypes.byref(err)) != _OK:
+            _raise(err)
+        self._handle = handle
 
     def close(self):
-        if self._handle is not None:
-            _close(self._handle)
-            self._handle = None
+        """Frees the database once the calls running on it have returned.
+        Its records are unusable afterwards. A second close does nothing."""
+        state = getattr(self, "_state", None)
+        if state is None:  # the open failed
+            return
+        with state:
+            handle, self._handle = self._handle, None  # calls that start now raise Error
+            while self._calls:
+                state.wait()
+        if handle is not None:
+            _close(handle)
+
+    def _enter(self):
+        with self._state:
+            if self._handle is None:
+                raise Error("the database is closed", Status.ARGUMENT)
+            self._calls += 1
+
+    def _leave(self):
+        with self._state:
+            self._calls -= 1
+            if not self._calls:
+                self._state.notify_all()
+
+    def _live(self):
+        handle = self._handle
+        if handle is None:
+            raise Error("the database is closed", Status.ARGUMENT)
+        return handle
 
     def __enter__(self):
         return self
@@ -220,15 +321,17 @@ class Database:
     def __del__(self):
         self.close()
 
-    def _live(self):
-        if self._handle is None:
-            raise Error("the database is closed")
-        return self._handle
-
+    @_holding
     def __len__(self):
         return _count(self._live())
 
     def __getitem__(self, index):
+        """The record at `index` in file order (negative counts from the end).
+        Use ``lookup`` to find a record by model name."""
+        if isinstance(index, (str, bytes)):
+            raise TypeError(f"records are indexed by position; use db.lookup({index!r}) to find one by name")
+        if not isinstance(index, int):
+            raise TypeError(f"record indices must be int, not {type(index).__name__}")
         n = len(self)
         if index < 0:
             index += n
@@ -240,51 +343,62 @@ class Database:
         for i in range(len(self)):
             yield Record(self, i)
 
+    @_holding
     def lookup(self, name):
-        """(record, how) for a model name, with the library's rules: how is
-        "exact", "hp", "substring" or "default"; record is None only for an
-        empty database."""
-        raw = _bytes(name)
-        if b"\0" in raw:
-            raise ValueError("a model name holds a zero byte")
+        """(record, how) for a model name, with the library's rules: how is a
+        ``Match`` ("exact", "hp", "substring" or "default"); record is None
+        only for an empty database."""
+        raw = _bytes(name, "a model name")
         how = ctypes.c_int(0)
         index = _size(0)
         if not _lookup(self._live(), raw, ctypes.byref(how), ctypes.byref(index)):
-            return None, "default"
-        return Record(self, index.value), _match_name(how.value).decode()
+            return None, Match.DEFAULT
+        return Record(self, index.value), Match(_match_name(how.value).decode())
 
 
 class Record:
-    """One model record, borrowed from its database."""
+    """One model record, borrowed from its database: usable until the
+    database is closed."""
 
     def __init__(self, db, index):
         self._db = db
-        self.index = index
-
-    def __repr__(self):
-        return f"<orvx.Record {self.index}: {self.name!r}>" if self._db._handle else f"<orvx.Record {self.index}>"
-
-    def __eq__(self, other):
-        return isinstance(other, Record) and other._db is self._db and other.index == self.index
-
-    def __hash__(self):
-        return hash((id(self._db), self.index))
-
-    def _h(self):
-        return _record(self._db._live(), self.index)
+        self._index = index
 
     @property
+    def index(self):
+        """The record's position in the database, in file order (0: the default model)."""
+        return self._index
+
+    def __repr__(self):
+        try:
+            return f"<orvx.Record {self._index}: {self.name!r}>"
+        except Error:
+            return f"<orvx.Record {self._index}>"
+
+    def __eq__(self, other):
+        return isinstance(other, Record) and other._db is self._db and other._index == self._index
+
+    def __hash__(self):
+        return hash((id(self._db), self._index))
+
+    def _h(self):
+        return _record(self._db._live(), self._index)
+
+    @property
+    @_holding
     def name_bytes(self):
+        """The model name as stored, in bytes."""
         length = _size(0)
         p = _name(self._h(), ctypes.byref(length))
         return ctypes.string_at(p, length.value)
 
     @property
     def name(self):
+        """The model name, decoded as UTF-8 with surrogateescape (``name_bytes`` holds the bytes)."""
         return _text(self.name_bytes)
 
     def _read(fn, doc):
-        return property(lambda self: fn(self._h()), doc=doc)
+        return property(_holding(lambda self: fn(self._h())), doc=doc)
 
     vendor_id = _read(_vendor, "Vendor ID: 1 the printer line, 2 the copier line.")
     model_group_id = _read(_group, "Model group ID, which with the vendor ID selects the picture rule.")
@@ -299,29 +413,41 @@ class Record:
         word = self.flags
         return frozenset(name for name, bit in _FLAGS if word & bit)
 
+    @_holding
     def info(self, key):
-        """The information value under `key`; KeyError for a key that names none."""
+        """The information value under `key` (an int from 0 to 0xFFFFFFFF);
+        KeyError for a key that names none."""
+        if isinstance(key, bool) or not isinstance(key, int):
+            raise TypeError(f"an information key is an int such as 0x0D08, not {type(key).__name__}")
         value = ctypes.c_int32()
-        if _info(self._h(), key, ctypes.byref(value)) == _E_NOT_FOUND:
-            raise KeyError(key)
+        # Checked before ctypes would cut the key to 32 bits.
+        if not 0 <= key <= 0xFFFFFFFF or _info(self._h(), key, ctypes.byref(value)) == _E_NOT_FOUND:
+            raise KeyError(f"{key:#06x}" if key >= 0 else f"-{-key:#06x}")
         return value.value
 
+    @_holding
     def size_list(self, tray):
-        """The paper-size list of an input tray, by number or by name (names
-        compare without regard to letter case); b"" when there is none."""
+        """The paper-size list of an input tray, by number (0 to 255) or by
+        name (names compare without regard to letter case); b"" when there
+        is none."""
         buf = (ctypes.c_ubyte * 256)()
+        if isinstance(tray, bool) or not isinstance(tray, (int, str, bytes)):
+            raise TypeError(f"a tray is a number or a name, not {type(tray).__name__}")
         if isinstance(tray, int):
-            n = _size_list(self._h(), tray, buf, 256) if -2**31 <= tray < 2**31 else 0
+            if not 0 <= tray <= 255:
+                raise ValueError(f"tray numbers are 0 to 255, not {tray}")
+            n = _size_list(self._h(), tray, buf, 256)
         else:
-            raw = _bytes(tray)
-            n = 0 if b"\0" in raw else _size_list_named(self._h(), raw, buf, 256)
+            n = _size_list_named(self._h(), _bytes(tray, "a tray name"), buf, 256)
         return bytes(buf[:n])
 
+    @_holding
     def size_list_block(self):
         """The whole size-list block, its length byte first; b"" when there is none."""
         buf = (ctypes.c_ubyte * 256)()
         return bytes(buf[:_size_list_block(self._h(), buf, 256)])
 
+    @_holding
     def picture_id(self, in_trays=(), out_trays=(), options=(), doc_options=(), *, classic=False,
                    duplex_unit=0, output_unit=0):
         """The picture ID for the installed trays and units.
@@ -332,7 +458,8 @@ class Record:
         GetPictureID (duplex_unit, output_unit) instead of GetPictureIDEx
         (options, doc_options)."""
         h = self._h()
-        in_trays, out_trays = list(in_trays), list(out_trays)
+        in_trays, out_trays = _name_list(in_trays, "in_trays"), _name_list(out_trays, "out_trays")
+        options, doc_options = _name_list(options, "options"), _name_list(doc_options, "doc_options")
         result = ctypes.c_uint32()
         err = _CError()
         opts, n_opts = _name_array(options)

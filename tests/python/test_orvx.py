@@ -5,6 +5,8 @@ import json
 import os
 import struct
 import subprocess
+import threading
+import time
 import unittest
 
 import orvx
@@ -69,6 +71,64 @@ class Package(unittest.TestCase):
         db.close()  # a second close is harmless
         with self.assertRaises(IndexError):
             orvx.Database(SAMPLE)[10**6]
+
+    def test_hostile_arguments(self):
+        with orvx.Database(SAMPLE) as db:
+            record = db[2]
+            for i, (use, error) in enumerate([(lambda: record.info(0x1_0000_0D08), KeyError),  # not cut to 32 bits
+                               (lambda: orvx.Database(SAMPLE + "\0x"), ValueError),
+                               (lambda: orvx.Tray("Cassette\0 1"), ValueError),
+                               (lambda: record.size_list("Cassette\0 1"), ValueError),
+                               (lambda: record.picture_id([orvx.Tray("A")], ["Face\0 Up"]), ValueError),
+                               (lambda: orvx.set_host_string(9481, "Hand\0x"), ValueError),
+                               (lambda: orvx.set_host_string(2**32 + 9481, "Hand"), ValueError)]):
+                with self.subTest(row=i), self.assertRaises(error):
+                    use()
+
+    def test_close_while_other_threads_call(self):
+        db = orvx.Database(SAMPLE)
+        record = db[2]
+        entered, release, order = threading.Event(), threading.Event(), []
+
+        class SlowTray(orvx.Tray):  # its name is read while the picture call holds the database
+            @property
+            def name(self):
+                entered.set()
+                release.wait(10)
+                return self._name
+
+            @name.setter
+            def name(self, value):
+                self._name = value
+
+        call = threading.Thread(target=lambda: order.append(record.picture_id([SlowTray("Cassette 1")]) and "call"))
+        call.start()
+        entered.wait(10)
+        closer = threading.Thread(target=lambda: (db.close(), order.append("close")))
+        closer.start()
+        time.sleep(0.2)  # time enough for a close that does not wait to free the database
+        release.set()
+        call.join()
+        closer.join()
+        self.assertEqual(order, ["call", "close"])
+
+        db = orvx.Database(SAMPLE)
+        outcomes = []
+
+        def worker(record):
+            try:
+                while True:
+                    record.picture_id([orvx.Tray("Cassette 1")], ["Face Down Tray"])
+            except orvx.Error as e:
+                outcomes.append(e.status)
+        workers = [threading.Thread(target=worker, args=(db[i],)) for i in range(4)]
+        for w in workers:
+            w.start()
+        time.sleep(0.05)
+        db.close()
+        for w in workers:
+            w.join()
+        self.assertEqual(outcomes, [orvx.Status.ARGUMENT] * 4)
 
     def test_names_that_are_not_utf8_round_trip(self):
         raw = b"Vantor \xe9\xff LP"
