@@ -14,8 +14,14 @@
  *   open until orvx_db_close. An orvx_record is borrowed from its database:
  *   it stays valid until that database is closed.
  * - Strings passed in are NUL-terminated bytes in the system's code page and
- *   are only read during the call. Strings returned are borrowed from the
- *   object they describe.
+ *   are only read during the call; a string ends at its first zero byte, so a
+ *   C caller cannot pass a name or path that holds one (no function takes a
+ *   path with a length). Strings returned are borrowed from the object they
+ *   describe.
+ * - A function that fails leaves its out-parameters as its comment says
+ *   (mostly NULL, 0 or -1), never as they were.
+ * - A NULL record or database is allowed everywhere: getters then answer as
+ *   for a missing value (0, -1 or NULL, as each comment says).
  * - An open database is only read: any number of threads may use one at the
  *   same time. Picture calls write only into the caller's tray array.
  */
@@ -64,8 +70,9 @@ typedef struct orvx_db orvx_db;
 typedef struct orvx_record orvx_record;
 
 /* Open a model database file, or a copy of `size` bytes at `data`. On success
- * *db is a new handle for orvx_db_close; on failure *db is NULL and nothing is
- * left allocated. A record count with its top bit set is refused (ORVX_E_FORMAT). */
+ * *db is a new handle for orvx_db_close; on failure (a NULL path or data
+ * included) *db is NULL and nothing is left allocated. A record count with
+ * its top bit set is refused (ORVX_E_FORMAT). */
 ORVX_API int orvx_db_open_file(const char* path, orvx_db** db, orvx_error* err);
 ORVX_API int orvx_db_open_memory(const void* data, size_t size, orvx_db** db, orvx_error* err);
 /* Frees the database and every record of it. NULL is allowed. */
@@ -85,7 +92,8 @@ typedef enum orvx_match {
 
 /* The record the library's lookup gives for `name` (exact pass, "hp" fix,
  * substring pass, else record 0). NULL only for an empty database (or a NULL
- * argument). `how` and `index` may be NULL. */
+ * argument), and then *how is ORVX_MATCH_DEFAULT and *index 0. `how` and
+ * `index` may be NULL. */
 ORVX_API orvx_record* orvx_db_lookup(orvx_db* db, const char* name, int* how, size_t* index);
 /* "exact", "hp", "substring", "default"; NULL for another value. */
 ORVX_API const char* orvx_match_name(int how);
@@ -93,13 +101,14 @@ ORVX_API const char* orvx_match_name(int how);
 /* ---- records ------------------------------------------------------------------ */
 
 /* The model name; `length` (may be NULL) receives its length in bytes, which
- * counts any zero bytes inside the name. */
+ * counts any zero bytes inside the name. NULL (and *length 0) for a NULL record. */
 ORVX_API const char* orvx_record_name(const orvx_record* r, size_t* length);
+/* The record's IDs and icon index; 0 for a NULL record. */
 ORVX_API int orvx_record_vendor_id(const orvx_record* r);
 ORVX_API int orvx_record_model_group_id(const orvx_record* r);
 ORVX_API int orvx_record_based_model_group_id(const orvx_record* r);
 ORVX_API int orvx_record_icon_index(const orvx_record* r);
-/* The whole capability word, defined bits and others. */
+/* The whole capability word, defined bits and others; 0 for a NULL record. */
 ORVX_API uint32_t orvx_record_flags(const orvx_record* r);
 
 /* The thirteen capability flags: their count, and the name ("IsColorPrinter")
@@ -107,22 +116,59 @@ ORVX_API uint32_t orvx_record_flags(const orvx_record* r);
 ORVX_API size_t orvx_flag_count(void);
 ORVX_API const char* orvx_flag_name(size_t i);
 ORVX_API uint32_t orvx_flag_bit(size_t i);
-/* 1 or 0 as the record's getter answers; -1 when `i` is out of range. */
+/* 1 or 0 as the record's getter answers; -1 when `i` is out of range or the
+ * record is NULL. */
 ORVX_API int orvx_record_flag(const orvx_record* r, size_t i);
+/* The same by the flag's name ("IsColorPrinter"); -1 for a name that is no
+ * flag's, or a NULL record or name. */
+ORVX_API int orvx_record_flag_by_name(const orvx_record* r, const char* name);
+
+/* The flags' bits by name, from the same list as the record's getters:
+ * ORVX_FLAG_IsColorPrinter is 0x0008, and so on. */
+enum orvx_flag_bit {
+#define ORVX_FLAG(bit, getter, setter) ORVX_FLAG_##getter = bit,
+#include "orvx/flags.inc"
+#undef ORVX_FLAG
+  ORVX_FLAG_DEFINED = 0x1FFF /* all thirteen */
+};
 
 /* The information value under `key` into *value, widened as the record's
- * GetInfo does. ORVX_E_NOT_FOUND (and *value = -1) for a key that names no value. */
+ * GetInfo does. ORVX_E_NOT_FOUND (and *value = -1) for a key that names no
+ * value; ORVX_E_ARGUMENT (and *value = -1) for a NULL record. */
 ORVX_API int orvx_record_info(const orvx_record* r, uint32_t key, int32_t* value);
+
+/* The record's numeric fields ("VenderID", ..., "Info0D08", ...), in the
+ * order of the database file, so that a caller can list a record without a
+ * copy of the field list: their count, and the name and width in bytes (1, 2
+ * or 4) of field `i` (NULL and 0 when out of range). */
+ORVX_API size_t orvx_field_count(void);
+ORVX_API const char* orvx_field_name(size_t i);
+ORVX_API int orvx_field_width(size_t i);
+/* The value of field `i`, or of the field named `name`, as stored: signed
+ * fields sign-extended, the others not (so Info040A reads 255 where GetInfo
+ * answers -1). ORVX_E_NOT_FOUND for an index out of range or an unknown name,
+ * ORVX_E_ARGUMENT for a NULL argument; *value is 0 on failure. */
+ORVX_API int orvx_record_field(const orvx_record* r, size_t i, int64_t* value);
+ORVX_API int orvx_record_field_by_name(const orvx_record* r, const char* name, int64_t* value);
 
 /* Size lists: the list of input tray `tray` (0 to 255), the list of the tray
  * named `name` (compared without regard to letter case), or the whole block.
- * Each returns the length in bytes (0: no such list) and copies the bytes
- * into `out` only when `out` is not NULL and `capacity` is at least that
- * length. No list is longer than 255 bytes. */
+ * Each returns the length in bytes (0: no such list, an empty list, or a NULL
+ * record or name) and copies the bytes into `out` only when `out` is not NULL
+ * and `capacity` is at least that length. No list is longer than 255 bytes. */
 ORVX_API size_t orvx_record_size_list(const orvx_record* r, int tray, unsigned char* out, size_t capacity);
 ORVX_API size_t orvx_record_size_list_named(const orvx_record* r, const char* name, unsigned char* out,
                                             size_t capacity);
 ORVX_API size_t orvx_record_size_list_block(const orvx_record* r, unsigned char* out, size_t capacity);
+/* The same lists, telling a tray listed without sizes (ORVX_OK, *length 0)
+ * from a tray the block does not list, or a record without a block
+ * (ORVX_E_NOT_FOUND, *length 0). ORVX_E_ARGUMENT for a NULL record, name or
+ * length, or a tray number outside 0 to 255 (*length 0), and when `out` is
+ * not NULL but `capacity` is below the length (*length set, nothing copied). */
+ORVX_API int orvx_record_find_size_list(const orvx_record* r, int tray, unsigned char* out, size_t capacity,
+                                        size_t* length);
+ORVX_API int orvx_record_find_size_list_named(const orvx_record* r, const char* name, unsigned char* out,
+                                              size_t capacity, size_t* length);
 
 /* ---- picture IDs -------------------------------------------------------------- */
 
@@ -181,7 +227,8 @@ ORVX_API int orvx_host_set_registry_file(int hive, const char* path);
 
 /* Whether `model` is supported over interface `interface_number` (1 to 5), from
  * the lists below HKEY_LOCAL_MACHINE\<registry_path> (NULL: the default path
- * from the host's names). *result is one of the three codes above. */
+ * from the host's names). *result is one of the three codes above; on
+ * failure it is ORVX_NOT_SUPPORTED. */
 ORVX_API int orvx_check_model(const char* registry_path, const char* model, unsigned interface_number,
                               uint32_t* result, orvx_error* err);
 
@@ -196,7 +243,8 @@ ORVX_API int orvx_check_model(const char* registry_path, const char* model, unsi
 ORVX_API int orvx_comm_config_save(uint32_t port, const void* config, size_t size, orvx_error* err);
 /* Reads that value into `config` (`capacity` bytes); *size receives its
  * length. ORVX_E_NOT_FOUND when there is none; ORVX_E_ARGUMENT, with *size
- * set and nothing copied, when it does not fit. */
+ * set and nothing copied, when it does not fit. On any other failure *size
+ * is 0. */
 ORVX_API int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* size, orvx_error* err);
 
 #ifdef __cplusplus

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -44,5 +45,13 @@ class ORVX_API SizeListReader {
   std::size_t at_ = 1;
   bool broken_ = false;
 };
+
+// The size list of input tray `trayNumber` (a numbered entry; 0 to 255), or
+// of the tray named `trayName` (the named entries that come first, compared
+// without regard to letter case, a stored name matching any request that
+// begins with it), in `block` as held. Nothing when no entry lists the tray;
+// an entry that lists it may hold no sizes.
+ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber);
+ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName);
 
 }  // namespace orvx

@@ -15,6 +15,7 @@
 #include "orvx/comm_config.h"
 #include "orvx/database.h"
 #include "orvx/record_fields.h"
+#include "orvx/size_list.h"
 #include "orvx/supported_model.h"
 
 struct orvx_db {
@@ -67,9 +68,10 @@ int FromLoadError(orvx_error* err, const orvx::LoadError& e) {
 }
 
 template <typename Load>
-int Open(orvx_db** db, orvx_error* err, Load load) {
+int Open(bool haveSource, orvx_db** db, orvx_error* err, Load load) {
   if (!db) return Fail(err, ORVX_E_ARGUMENT, "no handle to fill");
   *db = nullptr;
+  if (!haveSource) return Fail(err, ORVX_E_ARGUMENT, "no path or data to open");
   return Guard(err, [&] {
     auto handle = std::make_unique<orvx_db>();
     orvx::LoadError e;
@@ -150,6 +152,32 @@ int CheckPicture(orvx_record* r, uint32_t* pictureId, orvx_error* err) {
   return ORVX_OK;
 }
 
+int FieldValue(const orvx_record* r, const orvx::FieldDesc* field, int64_t* value) {
+  if (!value) return ORVX_E_ARGUMENT;
+  *value = 0;
+  if (!r) return ORVX_E_ARGUMENT;
+  if (!field) return ORVX_E_NOT_FOUND;
+  *value = orvx::ReadField(Rec(r)->Fields(), *field);
+  return ORVX_OK;
+}
+
+// A size list found in the record's block, or told apart as not listed.
+template <typename Key>
+int FindSizeList(const orvx_record* r, Key key, bool keyValid, unsigned char* out, std::size_t capacity,
+                 std::size_t* length) {
+  if (!length) return ORVX_E_ARGUMENT;
+  *length = 0;
+  if (!r || !keyValid) return ORVX_E_ARGUMENT;
+  BYTE block[256];
+  const int n = Rec(r)->GetInTraySPSZSizeList(block);
+  const auto list = orvx::FindSizeList({block, static_cast<std::size_t>(std::max(n, 0))}, key);
+  if (!list) return ORVX_E_NOT_FOUND;
+  *length = list->size();
+  if (!out) return ORVX_OK;
+  if (capacity < list->size()) return ORVX_E_ARGUMENT;
+  if (!list->empty()) std::memcpy(out, list->data(), list->size());
+  return ORVX_OK;
+}
 }  // namespace
 
 extern "C" {
@@ -158,13 +186,11 @@ const char* orvx_version(void) { return ORVX_VERSION_STRING; }
 uint32_t orvx_version_number(void) { return orvx::kVersionNumber; }
 
 int orvx_db_open_file(const char* path, orvx_db** db, orvx_error* err) {
-  if (!path) return Fail(err, ORVX_E_ARGUMENT, "no path");
-  return Open(db, err, [&](orvx::ModelDatabase& d, orvx::LoadError& e) { return d.LoadFile(path, e); });
+  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d, orvx::LoadError& e) { return d.LoadFile(path, e); });
 }
 
 int orvx_db_open_memory(const void* data, size_t size, orvx_db** db, orvx_error* err) {
-  if (!data && size) return Fail(err, ORVX_E_ARGUMENT, "no data");
-  return Open(db, err, [&](orvx::ModelDatabase& d, orvx::LoadError& e) {
+  return Open(data || !size, db, err, [&](orvx::ModelDatabase& d, orvx::LoadError& e) {
     return d.LoadBytes({static_cast<const std::uint8_t*>(data), size}, e);
   });
 }
@@ -179,6 +205,8 @@ orvx_record* orvx_db_record(orvx_db* db, size_t index) {
 }
 
 orvx_record* orvx_db_lookup(orvx_db* db, const char* name, int* how, size_t* index) {
+  if (how) *how = ORVX_MATCH_DEFAULT;
+  if (index) *index = 0;
   if (!db || !name) return nullptr;
   try {
     const orvx::LookupResult found = db->db.Lookup(name);
@@ -225,10 +253,39 @@ int orvx_record_flag(const orvx_record* r, size_t i) {
   return (Rec(r)->*orvx::RecordFlags()[i].get)();
 }
 
+int orvx_record_flag_by_name(const orvx_record* r, const char* name) {
+  if (!r || !name) return -1;
+  for (const orvx::FlagDesc& f : orvx::RecordFlags())
+    if (f.name == name) return (Rec(r)->*f.get)();
+  return -1;
+}
+
 int orvx_record_info(const orvx_record* r, uint32_t key, int32_t* value) {
-  if (!r || !value) return ORVX_E_ARGUMENT;
+  if (!value) return ORVX_E_ARGUMENT;
+  *value = -1;
+  if (!r) return ORVX_E_ARGUMENT;
   *value = Rec(r)->GetInfo(key);
   return orvx::FieldForKey(key) ? ORVX_OK : ORVX_E_NOT_FOUND;
+}
+
+size_t orvx_field_count(void) { return orvx::RecordFields().size(); }
+
+const char* orvx_field_name(size_t i) {
+  return i < orvx::RecordFields().size() ? orvx::RecordFields()[i].name.data() : nullptr;
+}
+
+int orvx_field_width(size_t i) {
+  return i < orvx::RecordFields().size() ? orvx::FieldWidth(orvx::RecordFields()[i].type) : 0;
+}
+
+
+int orvx_record_field(const orvx_record* r, size_t i, int64_t* value) {
+  return FieldValue(r, i < orvx::RecordFields().size() ? &orvx::RecordFields()[i] : nullptr, value);
+}
+
+int orvx_record_field_by_name(const orvx_record* r, const char* name, int64_t* value) {
+  if (!name) return FieldValue(nullptr, nullptr, value);
+  return FieldValue(r, orvx::FindField(name), value);
 }
 
 size_t orvx_record_size_list(const orvx_record* r, int tray, unsigned char* out, size_t capacity) {
@@ -242,6 +299,15 @@ size_t orvx_record_size_list_named(const orvx_record* r, const char* name, unsig
 
 size_t orvx_record_size_list_block(const orvx_record* r, unsigned char* out, size_t capacity) {
   return SizeList(r, out, capacity, [](const CPrnStaticInfo& rec, BYTE* b) { return rec.GetInTraySPSZSizeList(b); });
+}
+
+int orvx_record_find_size_list(const orvx_record* r, int tray, unsigned char* out, size_t capacity, size_t* length) {
+  return FindSizeList(r, tray, tray >= 0 && tray <= 255, out, capacity, length);
+}
+
+int orvx_record_find_size_list_named(const orvx_record* r, const char* name, unsigned char* out, size_t capacity,
+                                     size_t* length) {
+  return FindSizeList(r, name, name != nullptr, out, capacity, length);
 }
 
 int orvx_picture_id(orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count, int duplex_unit,
@@ -352,6 +418,7 @@ int orvx_host_set_registry_file(int hive, const char* path) {
 
 int orvx_check_model(const char* registry_path, const char* model, unsigned interface_number, uint32_t* result,
                      orvx_error* err) {
+  if (result) *result = ORVX_NOT_SUPPORTED;
   if (!model || !result) return Fail(err, ORVX_E_ARGUMENT, "no model name or no result to fill");
   return Guard(err, [&] {
     CSupportedModel lists(0);  // reads the registry at the question, once
@@ -379,8 +446,8 @@ int orvx_comm_config_save(uint32_t port, const void* config, size_t size, orvx_e
 }
 
 int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* size, orvx_error* err) {
+  if (size) *size = 0;
   if (!size || (!config && capacity)) return Fail(err, ORVX_E_ARGUMENT, "no buffer or no size to fill");
-  *size = 0;
   return Guard(err, [&] {
     BYTE buffer[orvx::kCommConfigMax];
     DWORD n = 0;
@@ -390,7 +457,7 @@ int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* 
     *size = n;
     if (n > capacity) return Fail(err, ORVX_E_ARGUMENT, "the buffer holds " + std::to_string(capacity) + " of " +
                                                             std::to_string(n) + " bytes");
-    std::memcpy(config, buffer, n);
+    if (n) std::memcpy(config, buffer, n);
     return Ok(err);
   });
 }

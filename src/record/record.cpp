@@ -54,36 +54,22 @@ void CPrnStaticInfo::SetPicNameHead(CString head) {
 }
 
 // ---- capability flags ----------------------------------------------------------
-#define ORVX_FLAGS(X)                                                   \
-  X(0x0001, IXDuplexer, SetIXDuplexer)                                  \
-  X(0x0002, IXMediaPath, SetIXMediaPath)                                \
-  X(0x0004, IsDetailPropPage, SetDetailPropPage)                        \
-  X(0x0008, IsColorPrinter, SetColorPrinter)                            \
-  X(0x0010, IsOldTypePrinter, SetOldTypePrinter)                        \
-  X(0x0020, IsHddJobEnable, SetHddJobEnable)                            \
-  X(0x0040, IsVantorPrinter, SetVantorPrinter)                          \
-  X(0x0080, IsVantorOEMPrinter, SetVantorOEMPrinter)                    \
-  X(0x0100, IsVantorSelbyCopier, SetVantorSelbyCopier)                  \
-  X(0x0200, IsVantorSelbyOEMCopier, SetVantorSelbyOEMCopier)            \
-  X(0x0400, IsVantorSelbyMFP, SetVantorSelbyMFP)                        \
-  X(0x0800, IsVantorSelbyADF, SetVantorSelbyADF)                        \
-  X(0x1000, IsVantorSelbyTidelinePrinter, SetVantorSelbyTidelinePrinter)
-
-#define ORVX_FLAG_MEMBERS(mask, getter, setter)                                      \
-  int CPrnStaticInfo::getter() const { return (F.Flags & (mask)) ? 1 : 0; }          \
+#define ORVX_FLAG(mask, getter, setter)                                      \
+  int CPrnStaticInfo::getter() const { return (F.Flags & (mask)) ? 1 : 0; } \
   void CPrnStaticInfo::setter(int on) { SetFlag(mask, on); }
-ORVX_FLAGS(ORVX_FLAG_MEMBERS)
-#undef ORVX_FLAG_MEMBERS
+#include "orvx/flags.inc"
+#undef ORVX_FLAG
 
 namespace orvx {
 namespace {
-#define ORVX_FLAG_ROW(mask, getter, setter) FlagDesc{#getter, mask, &CPrnStaticInfo::getter, &CPrnStaticInfo::setter},
-constexpr FlagDesc kFlags[] = {ORVX_FLAGS(ORVX_FLAG_ROW)};
-#undef ORVX_FLAG_ROW
+constexpr FlagDesc kFlags[] = {
+#define ORVX_FLAG(mask, getter, setter) FlagDesc{#getter, mask, &CPrnStaticInfo::getter, &CPrnStaticInfo::setter},
+#include "orvx/flags.inc"
+#undef ORVX_FLAG
+};
 }  // namespace
 std::span<const FlagDesc> RecordFlags() { return kFlags; }
 }  // namespace orvx
-#undef ORVX_FLAGS
 
 // ---- information keys ------------------------------------------------------------
 const orvx::FieldDesc* orvx::FieldForKey(DWORD key, bool forSetting) {

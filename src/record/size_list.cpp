@@ -46,6 +46,38 @@ bool SizeListReader::Next(SizeListEntry& entry) {
   return true;
 }
 
+namespace {
+
+bool EqualNoCase(std::string_view a, const char* b) {
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const auto cb = static_cast<unsigned char>(b[i]);
+    if (cb == 0) return false;  // the request ended before the stored name
+    if (text::FoldCase(a[i]) != text::FoldCase(static_cast<char>(cb))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber) {
+  if (trayNumber < 0 || trayNumber > 255) return std::nullopt;
+  SizeListReader reader(block);
+  for (SizeListEntry e; reader.Next(e);)
+    if (e.key == trayNumber) return e.payload;
+  return std::nullopt;
+}
+
+// Named entries come first: the search ends at the first entry that is not one.
+std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName) {
+  if (!trayName) return std::nullopt;
+  SizeListReader reader(block);
+  for (SizeListEntry e; reader.Next(e);) {
+    if (!e.Named()) return std::nullopt;
+    if (EqualNoCase(e.Name(), trayName)) return e.Sizes();
+  }
+  return std::nullopt;
+}
+
 }  // namespace orvx
 
 namespace {
@@ -55,15 +87,6 @@ int Deliver(std::span<const BYTE> bytes, BYTE* out) {
   return static_cast<int>(bytes.size());
 }
 
-bool EqualNoCase(std::string_view a, const char* b) {
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const auto cb = static_cast<unsigned char>(b[i]);
-    if (cb == 0) return false;  // the request ended before the stored name
-    if (orvx::text::FoldCase(a[i]) != orvx::text::FoldCase(static_cast<char>(cb))) return false;
-  }
-  return true;
-}
-
 std::span<const BYTE> Block(const std::unique_ptr<BYTE[]>& block) {
   return {block.get(), block ? block[0] : std::size_t{0}};
 }
@@ -71,22 +94,15 @@ std::span<const BYTE> Block(const std::unique_ptr<BYTE[]>& block) {
 }  // namespace
 
 int CPrnStaticInfo::GetInTraySPSZSizeList(int trayNumber, BYTE* out) const {
-  if (!InTraySPSZSizeList || trayNumber < 0 || trayNumber > 255) return 0;
-  orvx::SizeListReader reader(Block(InTraySPSZSizeList));
-  for (orvx::SizeListEntry e; reader.Next(e);)
-    if (e.key == trayNumber) return Deliver(e.payload, out);
-  return 0;
+  if (!InTraySPSZSizeList) return 0;
+  const auto list = orvx::FindSizeList(Block(InTraySPSZSizeList), trayNumber);
+  return list ? Deliver(*list, out) : 0;
 }
 
-// Named entries come first: the search ends at the first entry that is not one.
 int CPrnStaticInfo::GetInTraySPSZSizeList(const char* trayName, BYTE* out) const {
-  if (!InTraySPSZSizeList || !trayName) return 0;
-  orvx::SizeListReader reader(Block(InTraySPSZSizeList));
-  for (orvx::SizeListEntry e; reader.Next(e);) {
-    if (!e.Named()) return 0;
-    if (EqualNoCase(e.Name(), trayName)) return Deliver(e.Sizes(), out);
-  }
-  return 0;
+  if (!InTraySPSZSizeList) return 0;
+  const auto list = orvx::FindSizeList(Block(InTraySPSZSizeList), trayName);
+  return list ? Deliver(*list, out) : 0;
 }
 
 int CPrnStaticInfo::GetInTraySPSZSizeList(BYTE* out) const {
