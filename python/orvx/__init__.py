@@ -18,8 +18,8 @@ import os
 import sys
 import threading
 
-__all__ = ["Database", "Record", "Tray", "Error", "Status", "Match", "version", "set_host_string",
-           "clear_host_strings"]
+__all__ = ["Database", "Record", "Tray", "Error", "Status", "Match", "Flag", "FLAG_NAMES", "FIELDS", "version",
+           "set_host_string", "clear_host_strings"]
 
 
 class Status(enum.IntEnum):
@@ -141,7 +141,15 @@ _flags = _fn("orvx_record_flags", ctypes.c_uint32, _P)
 _flag_count = _fn("orvx_flag_count", _size)
 _flag_name = _fn("orvx_flag_name", ctypes.c_char_p, _size)
 _flag_bit = _fn("orvx_flag_bit", ctypes.c_uint32, _size)
+_flag_by_name = _fn("orvx_record_flag_by_name", ctypes.c_int, _P, ctypes.c_char_p)
 _info = _fn("orvx_record_info", ctypes.c_int, _P, ctypes.c_uint32, ctypes.POINTER(ctypes.c_int32))
+_field_count = _fn("orvx_field_count", _size)
+_field_name = _fn("orvx_field_name", ctypes.c_char_p, _size)
+_field_width = _fn("orvx_field_width", ctypes.c_int, _size)
+_field = _fn("orvx_record_field", ctypes.c_int, _P, _size, ctypes.POINTER(ctypes.c_int64))
+_find_size_list = _fn("orvx_record_find_size_list", ctypes.c_int, _P, ctypes.c_int, _buf, _size, ctypes.POINTER(_size))
+_find_size_list_named = _fn("orvx_record_find_size_list_named", ctypes.c_int, _P, ctypes.c_char_p, _buf, _size,
+                            ctypes.POINTER(_size))
 _size_list = _fn("orvx_record_size_list", _size, _P, ctypes.c_int, _buf, _size)
 _size_list_named = _fn("orvx_record_size_list_named", _size, _P, ctypes.c_char_p, _buf, _size)
 _size_list_block = _fn("orvx_record_size_list_block", _size, _P, _buf, _size)
@@ -158,6 +166,16 @@ _clear_strings = _fn("orvx_host_clear_strings", None)
 
 _OK, _E_NOT_FOUND = 0, 6
 _FLAGS = [(_flag_name(i).decode(), _flag_bit(i)) for i in range(_flag_count())]
+
+#: The thirteen capability flags by name, as bits of ``Record.flags``
+#: (``Flag.IsColorPrinter`` is 0x0008).
+Flag = enum.IntFlag("Flag", _FLAGS, module=__name__)
+Flag.__doc__ = "The capability flags of a model record, as bits of Record.flags."
+#: The flags' names, in bit order.
+FLAG_NAMES = tuple(name for name, _ in _FLAGS)
+#: The record's numeric fields in database order: (name, width in bytes).
+FIELDS = tuple((_field_name(i).decode(), _field_width(i)) for i in range(_field_count()))
+_FIELD_INDEX = {name: i for i, (name, _) in enumerate(FIELDS)}
 
 
 def _raise(err):
@@ -414,11 +432,22 @@ class Record:
         return frozenset(name for name, bit in _FLAGS if word & bit)
 
     @_holding
+    def flag(self, name):
+        """Whether the capability flag `name` ("IsColorPrinter", one of
+        ``FLAG_NAMES``) is set."""
+        value = _flag_by_name(self._h(), _bytes(name, "a flag name"))
+        if value < 0:
+            raise KeyError(f"{name!r} is no flag; the flags are {', '.join(FLAG_NAMES)}")
+        return bool(value)
+
+    @_holding
     def info(self, key):
-        """The information value under `key` (an int from 0 to 0xFFFFFFFF);
-        KeyError for a key that names none."""
+        """The information value under `key` (an int from 0 to 0xFFFFFFFF, such
+        as 0x0D08), widened as the record's GetInfo does; KeyError for a key
+        that names none. A field by its name is ``field("Info0D08")``."""
         if isinstance(key, bool) or not isinstance(key, int):
-            raise TypeError(f"an information key is an int such as 0x0D08, not {type(key).__name__}")
+            raise TypeError(f"an information key is an int such as 0x0D08, not {type(key).__name__}; "
+                            f"for a field by name use record.field({key!r})")
         value = ctypes.c_int32()
         # Checked before ctypes would cut the key to 32 bits.
         if not 0 <= key <= 0xFFFFFFFF or _info(self._h(), key, ctypes.byref(value)) == _E_NOT_FOUND:
@@ -426,20 +455,49 @@ class Record:
         return value.value
 
     @_holding
+    def field(self, name):
+        """The numeric field `name` ("VenderID", "Info0D08", one of ``FIELDS``)
+        as stored: signed fields signed, the others not (``info`` widens as
+        GetInfo does, so Info040A's 255 is -1 there)."""
+        if name not in _FIELD_INDEX:
+            raise KeyError(f"{name!r} is no field of a record")
+        value = ctypes.c_int64()
+        _field(self._h(), _FIELD_INDEX[name], ctypes.byref(value))
+        return value.value
+
+    @_holding
+    def to_dict(self):
+        """The record as a dict under the names ``orvdb export`` uses: the model
+        name, every numeric field in database order as stored, the names of
+        the flags that are set after "Flags", and the size-list block (its
+        bytes, length byte first, or None)."""
+        h = self._h()
+        value = ctypes.c_int64()
+        out = {"ModelName": self.name}
+        for i, (name, _) in enumerate(FIELDS):
+            _field(h, i, ctypes.byref(value))
+            out[name] = value.value
+            if name == "Flags":
+                out["FlagNames"] = [flag for flag in FLAG_NAMES if self.flag(flag)]
+        out["InTraySPSZSizeList"] = list(self.size_list_block()) or None
+        return out
+
+    @_holding
     def size_list(self, tray):
         """The paper-size list of an input tray, by number (0 to 255) or by
-        name (names compare without regard to letter case); b"" when there
-        is none."""
-        buf = (ctypes.c_ubyte * 256)()
+        name (names compare without regard to letter case): b"" for a tray
+        listed without sizes, None for a tray that is not listed."""
         if isinstance(tray, bool) or not isinstance(tray, (int, str, bytes)):
             raise TypeError(f"a tray is a number or a name, not {type(tray).__name__}")
+        buf = (ctypes.c_ubyte * 256)()
+        length = _size(0)
         if isinstance(tray, int):
             if not 0 <= tray <= 255:
                 raise ValueError(f"tray numbers are 0 to 255, not {tray}")
-            n = _size_list(self._h(), tray, buf, 256)
+            status = _find_size_list(self._h(), tray, buf, 256, ctypes.byref(length))
         else:
-            n = _size_list_named(self._h(), _bytes(tray, "a tray name"), buf, 256)
-        return bytes(buf[:n])
+            status = _find_size_list_named(self._h(), _bytes(tray, "a tray name"), buf, 256, ctypes.byref(length))
+        return None if status == _E_NOT_FOUND else bytes(buf[:length.value])
 
     @_holding
     def size_list_block(self):

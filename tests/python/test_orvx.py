@@ -3,6 +3,7 @@
 Environment: ORVX_LIBRARY (the library), ORVX_SAMPLE_DB, ORVDB_BINARY."""
 import json
 import os
+import pydoc
 import struct
 import subprocess
 import threading
@@ -33,7 +34,8 @@ class Package(unittest.TestCase):
                 for tray in [1, 3, "multi purpose tray", "Bypass"]:
                     requests.append({"op": "sizelist", "block": list(r.size_list_block()),
                                      "tray" if isinstance(tray, int) else "trayName": tray})
-                    expected.append({"result": len(r.size_list(tray)), "bytes": list(r.size_list(tray))})
+                    sizes = r.size_list(tray) or b""  # eval's getters answer an empty list for none
+                    expected.append({"result": len(sizes), "bytes": list(sizes)})
                 for (ins, outs, options), classic in [(c, k) for c in CONFIGS for k in (False, True)]:
                     trays_in, trays_out = [orvx.Tray(n) for n in ins], [orvx.Tray(n, delivery=3) for n in outs]
                     requests.append({"op": "picture", "vendor": r.vendor_id, "group": r.model_group_id,
@@ -129,6 +131,37 @@ class Package(unittest.TestCase):
         for w in workers:
             w.join()
         self.assertEqual(outcomes, [orvx.Status.ARGUMENT] * 4)
+
+    def test_arguments_say_what_is_expected(self):
+        with orvx.Database(SAMPLE) as db:
+            record = db[2]
+            for i, (use, error, text) in enumerate([
+                    (lambda: record.picture_id("Cassette 1"), TypeError, "['Cassette 1']"),
+                    (lambda: record.info("Info0D08"), TypeError, "record.field('Info0D08')"),
+                    (lambda: record.info(0x9999), KeyError, "0x9999"),
+                    (lambda: db["Vantor LP-1200"], TypeError, "db.lookup('Vantor LP-1200')"),
+                    (lambda: record.size_list(300), ValueError, "0 to 255"),
+                    (lambda: record.flag("IsColourPrinter"), KeyError, "IsColorPrinter")]):
+                with self.subTest(row=i), self.assertRaises(error) as raised:
+                    use()
+                self.assertIn(text, str(raised.exception))
+        self.assertNotIn("_data", pydoc.render_doc(orvx.Database))
+        self.assertEqual((orvx.Flag.IsColorPrinter, len(orvx.FLAG_NAMES), orvx.Status(3)),
+                         (0x0008, 13, orvx.Status.FORMAT))
+
+    def test_to_dict_names_fields_as_export_does(self):
+        out = subprocess.run([os.environ["ORVDB_BINARY"], "export", "--db", SAMPLE], capture_output=True,
+                             check=True).stdout
+        exported = json.loads(out)["models"]
+        with orvx.Database(SAMPLE) as db:
+            dicts = [r.to_dict() for r in db]
+            self.assertEqual((db[0].field("Info040A"), db[0].info(0x040A)), (255, -1))  # as stored, as GetInfo widens
+        for got, want in zip(dicts, exported, strict=True):
+            self.assertEqual(list(got)[:-1], list(want)[:-1])
+            self.assertEqual({k: got[k] for k in list(got)[:-1]}, {k: want[k] for k in list(want)[:-1]})
+        # A tray listed without sizes is told from one not listed.
+        with orvx.Database.from_bytes(struct.pack("<I", 1) + record_bytes(b"A", bytes([7, 2, 2, 65, 66, 5, 0]))) as db:
+            self.assertEqual([db[0].size_list(t) for t in (2, 5, 3)], [b"AB", b"", None])
 
     def test_names_that_are_not_utf8_round_trip(self):
         raw = b"Vantor \xe9\xff LP"
