@@ -23,15 +23,23 @@ __all__ = ["Database", "Record", "Tray", "Error", "Status", "Match", "Flag", "FL
 
 
 class Status(enum.IntEnum):
-    """The library's status codes (``orvx_status`` of the C interface)."""
-    OK = 0           #: success
-    ARGUMENT = 1     #: a required argument is missing or out of range, or the database is closed
-    IO = 2           #: a file could not be opened or read
-    FORMAT = 3       #: the database is truncated or malformed
-    MEMORY = 4       #: not enough memory
-    REGISTRY = 5     #: the registry could not be read or written
-    NOT_FOUND = 6    #: there is no such value
-    UNSUPPORTED = 7  #: not available on this platform
+    """The library's status codes (``orvx_status`` of the C interface), as
+    ``Error.status`` carries them:
+
+    OK (0) success; ARGUMENT (1) a required argument is missing or out of
+    range, or the database is closed; IO (2) a file could not be opened or
+    read; FORMAT (3) the database is truncated or malformed (``Error.offset``
+    says where); MEMORY (4) not enough memory; REGISTRY (5) the registry could
+    not be read or written; NOT_FOUND (6) there is no such value;
+    UNSUPPORTED (7) not available on this platform."""
+    OK = 0
+    ARGUMENT = 1
+    IO = 2
+    FORMAT = 3
+    MEMORY = 4
+    REGISTRY = 5
+    NOT_FOUND = 6
+    UNSUPPORTED = 7
 
 
 class Match(str, enum.Enum):
