@@ -1,7 +1,9 @@
 #include "orvx/supported_model.h"
 
 #include <cstring>
+#include <memory>
 #include <string>
+#include <type_traits>
 
 #include "orvx/afx_host.h"
 
@@ -71,6 +73,8 @@ int CSupportedModel::LoadFromRegistory() {
     HKEY key;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, (m_strRegistryPath + subKey).c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
       return;
+    // Closed however the loop ends: an allocation below may throw.
+    const std::unique_ptr<std::remove_pointer_t<HKEY>, decltype(&RegCloseKey)> closer(key, &RegCloseKey);
     for (DWORD index = 0;; ++index) {
       char name[32] = {};
       DWORD nameLength = sizeof name;
@@ -78,14 +82,14 @@ int CSupportedModel::LoadFromRegistory() {
       if (r == ERROR_MORE_DATA) continue;  // a name of 32 or more characters: skipped
       // The end of the list, or a key that fails at every index (deleted meanwhile): stop.
       if (r != ERROR_SUCCESS) break;
-      auto* info = new CSMModelInfo;
+      auto info = std::make_unique<CSMModelInfo>();  // the list owns it once added
       info->SetModelName(name);
       DWORD state = 1;
       if (supported) ReadState(key, name, state);  // its result is not examined
       info->SetState(state);
-      list.AddTail(info);
+      list.AddTail(info.get());
+      info.release();
     }
-    RegCloseKey(key);
   };
   load(kSupportedKey, m_SupportedList, true);
   load(kUnsupportedKey, m_UnsupportedList, false);
