@@ -14,6 +14,7 @@
 #include "db_file.h"
 #include "db_json.h"
 #include "eval.h"
+#include "html_page.h"
 #include "lint.h"
 #include "orvx/afx_host.h"
 #include "orvx/comm_config.h"
@@ -225,6 +226,26 @@ int Build(const std::string& source, const std::string& output, bool strict) {
 }
 
 // A port descriptor in decimal or 0x-prefixed hex.
+// The workbench page for one database, from the first folder that holds the
+// web assets (the wasm preset's output).
+int Html(const std::string& dbPath, const std::string& output, const std::string& webDir) {
+  const std::vector<std::string> dirs = webDir.empty() ? orvdb::DefaultWebDirs() : std::vector<std::string>{webDir};
+  std::string probe, tried;
+  for (const auto& dir : dirs) {
+    if (orvx::ReadWholeFile(dir + "/orvx_wasm.js", probe).Failed()) {
+      tried += (tried.empty() ? "" : " or ") + dir;
+      continue;
+    }
+    std::string html, error;
+    if (!orvdb::MakeHtmlPage(dir, dbPath, html, error)) return Error(error);
+    if (!orvdb::WriteOutput(output, html, error)) return Error(error);
+    return kExitOk;
+  }
+  return Error("no web assets (orvx_wasm.js) in " + tried +
+               ": build them with scripts/install-deps.sh --web && cmake --workflow --preset wasm, "
+               "install them with cmake --install build/wasm, or name their folder with --web DIR");
+}
+
 bool ParseDescriptor(const std::string& text, DWORD& out) {
   try {
     std::size_t used = 0;
@@ -536,6 +557,12 @@ int Run(int argc, char** argv) {
   bool buildStrict = false;
   build->add_flag("--strict", buildStrict, "Fail, writing nothing, when lint finds anything");
 
+  auto* html = app.add_subcommand("html", "Write the model workbench for a database as one self-contained HTML file");
+  std::string htmlDb, htmlOut, webDir;
+  html->add_option("DB", htmlDb, "Database file, or its JSON form")->required();
+  html->add_option("-o,--output", htmlOut, "HTML file to write; - for standard output")->required();
+  html->add_option("--web", webDir, "Folder of the web assets (default: the installed ones, then build/wasm/web)");
+
   auto* supported = app.add_subcommand("supported", "Ask whether a model is supported over an interface");
   std::string model, regPath;
   DWORD interfaceNumber = 0;
@@ -614,6 +641,7 @@ int Run(int argc, char** argv) {
   if (*exp) return Export(db);
   if (*build) return Build(source, output, buildStrict);
   if (*picture) return Picture(po);
+  if (*html) return Html(htmlDb, htmlOut, webDir);
   if (*eval) {
     std::ios::sync_with_stdio(false);
     orvdb::Evaluator evaluator;
