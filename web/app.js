@@ -76,6 +76,7 @@ function openBytes(bytes, name) {
          `${problems} lint finding${problems === 1 ? "" : "s"}. Opened in ${Math.round(performance.now() - started)} ms.`);
   if (state.rows.length) selectRecord(0);
   else $("model-view").innerHTML = '<p class="muted">The database has no records.</p>';
+  globalThis.orvxShownAt = performance.now();  // for bench/web_timing.py
   document.dispatchEvent(new CustomEvent("orvx-opened", { detail: { name, count: db.count } }));
 }
 
