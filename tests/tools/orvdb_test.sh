@@ -273,4 +273,18 @@ for bad in "$PWD" "$PWD/fifo" "$PWD/missing"; do
   t 2 '' "orvdb: $bad: " lint "$bad"
 done
 
+# html: the page's files inlined around the database; a script's "</script" cannot end its element early.
+mkdir web && for f in style.css orvx_wasm.js orvx.js; do echo "/* $f */" >web/$f; done
+echo 'const s = "</script><b>";' >web/app.js && echo '{"models":[]}' >web/sample.json
+printf '%s\n' '<head><link rel="stylesheet" href="style.css">' '<!-- orvx:data --></head>' \
+  '<script src="orvx_wasm.js"></script>' '<script type="module" src="orvx.js"></script>' \
+  '<script type="module" src="app.js"></script>' >web/index.html
+t 0 '' '' html "$DB" -o page.html --web web
+[[ $(<page.html) == *"$(base64 -w0 "$DB")"* && $(<page.html) == *'"<\/script><b>"'* && $(<page.html) != *'src='* ]] ||
+  fail "html: page.html is not self-contained: $(head -c 300 page.html)"
+t 2 '' 'no web assets' html "$DB" -o none.html --web "$PWD/missing"
+head -c 100 "$DB" >cut.dat && t 2 '' "cut.dat" html cut.dat -o none.html --web web
+sed -i 's/orvx:data/other/' web/index.html && t 2 '' 'not the orvx page' html "$DB" -o none.html --web web
+[[ ! -e none.html ]] || fail "html wrote none.html after a failure"
+
 exit $failed
