@@ -380,7 +380,9 @@ function wire() {
   const tbody = $("catalogue-table").tBodies[0];
   tbody.addEventListener("click", (e) => {
     const tr = e.target.closest("tr[data-index]");
-    if (tr) selectRecord(+tr.dataset.index);
+    if (!tr) return;
+    selectRecord(+tr.dataset.index);
+    if (matchMedia("(max-width: 900px)").matches) $("detail").scrollIntoView();  // one column: the view is below
   });
   tbody.addEventListener("keydown", (e) => {
     const tr = e.target.closest("tr[data-index]");
