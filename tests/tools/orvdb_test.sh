@@ -141,10 +141,10 @@ t 0 '' '' comcfg load --port 0x30 --hex --app Mon --key K
 # picture
 t 0 $'rule         GetOptionFlagEx_Nightjar\n' '' picture --db "$DB" 'Vantor LP-2100' --in 'Multi Purpose Tray' \
   'Optional Cassette 2' --out 'Face Down Tray' --option HH-418
-grep -q $'picture ID   0x00010802' out.txt && grep -q 'in-tray      "Cassette 2" -> ID 21' out.txt || fail "$(<out.txt)"
+grep -q $'picture ID   0x00010802' out.txt && grep -q 'in-tray      "Optional Cassette 2" -> "Cassette 2", ID 21' out.txt || fail "$(<out.txt)"
 t 0 '"rule":"GetOptionFlagEx_Auklet","pictureId":266241,"pictureIdHex":"0x00041001","bits":[1,4096,262144]' '' \
   picture --vendor 2 --group 14 --model-name 'WR-4697(J)' --in Bypass 'Cassette 1' --out Face-d --json
-grep -q '"inTrays":\[{"name":"Bypass","id":31},{"name":"Cassette 1","id":21}\],"outTrays":\[{"name":"Face-d","id":51}' \
+grep -q '"inTrays":\[{"name":"Bypass","id":31,"input":"Bypass"},{"name":"Cassette 1","id":21,"input":"Cassette 1"}\],"outTrays":\[{"name":"Face-d","id":51' \
   out.txt || fail "$(<out.txt)"
 t 0 '"pictureId":65537' '' picture --vendor 1 --group 1 --classic --in Manual --string 9481=Hand --duplex --json
 grep -q '"name":"Hand"' out.txt || fail "$(<out.txt)"

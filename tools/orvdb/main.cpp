@@ -20,7 +20,6 @@
 #include "orvx/comm_config.h"
 #include "orvx/database.h"
 #include "orvx/picture.h"
-#include "orvx/picture_trace.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
 #include "orvx/supported_model.h"
@@ -270,23 +269,39 @@ struct PictureOptions {
   int outputUnit = 0;
 };
 
-// What the rule did with each name, as the engine recorded it.
-void PrintTrace(const orvx::PictureTrace& trace) {
-  for (const auto& step : trace.Steps()) {
-    static const char* const kKinds[] = {"option", "in-tray", "out-tray"};
-    std::cout << "explain      " << kKinds[step.kind] << " \"" << step.name << "\": ";
-    if (step.row < 0) {
-      std::cout << "no row matched";
-    } else {
-      std::cout << "row " << step.row << " (" << step.test << "), bits ";
-      if (step.added)
-        std::cout << "0x" << std::hex << step.added << std::dec;
-      else
-        std::cout << "none";
+const char* const kStepKinds[] = {"option", "doc-option", "in-tray", "out-tray", "rule"};
+const char* const kStepKindsJson[] = {"option", "docOption", "inTray", "outTray", "rule"};
+
+std::string Quote(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
+// What the rule did with each name, and every bit it set by itself, as the
+// engine recorded it while it ran.
+void PrintTrace(const orvx::PictureTrace& trace, DWORD pictureId) {
+  DWORD credited = 0;
+  for (const auto& step : trace.steps) {
+    credited |= step.added;
+    std::cout << "explain      " << kStepKinds[step.kind];
+    const bool tray = step.kind == orvx::PictureTraceStep::InTray || step.kind == orvx::PictureTraceStep::OutTray;
+    if (tray) {
+      std::cout << " " << step.tray + 1 << " " << Quote(step.inputName);
+      if (step.name != step.inputName) std::cout << " tested as " << Quote(step.name);
+      if (step.finalName != step.name) std::cout << " now " << Quote(step.finalName);
+    } else if (step.kind != orvx::PictureTraceStep::Rule) {
+      std::cout << " " << Quote(step.name);
     }
-    if (step.kind != orvx::PictureTraceStep::Option) std::cout << ", ID " << step.id;
+    std::cout << ": ";
+    if (step.kind == orvx::PictureTraceStep::Rule)
+      std::cout << step.test << (step.row >= 0 ? " (row " + std::to_string(step.row) + ")" : "");
+    else if (step.row >= 0)
+      std::cout << "row " << step.row << " (" << step.test << ")";
+    else
+      std::cout << (step.test.empty() ? "no row matched" : step.test);
+    std::cout << ", bits " << (step.added ? Hex32(step.added) : "none");
+    if (tray) std::cout << ", ID " << step.id;
     std::cout << "\n";
   }
+  std::cout << "explain      credited bits " << Hex32(credited)
+            << (credited == pictureId ? ", the whole picture ID" : ", not the picture ID") << "\n";
 }
 
 int Picture(const PictureOptions& o) {
@@ -325,14 +340,14 @@ int Picture(const PictureOptions& o) {
     record = &db[static_cast<std::size_t>(found.index)];
     fellBack = found.how == orvx::Match::Default;
   }
-  std::optional<orvx::PictureTrace> trace;
-  if (o.explain) trace.emplace();
+  orvx::PictureTrace trace;
   orvdb::PictureCaller caller;
-  const DWORD pictureId = caller.Call(*record, r);
-  // The trays as the rule left them: f(name, id) for each in-tray or out-tray.
+  const DWORD pictureId = caller.Call(*record, r, o.explain ? &trace : nullptr);
+  // The trays as the rule left them: f(input name, final name, id) for each in-tray or out-tray.
   const auto trays = [&](bool out, auto f) {
     for (std::size_t i = 0; i < (out ? r.outCount : r.inCount); ++i)
-      out ? f(caller.Out(i).GetName().str(), caller.Out(i).GetID()) : f(caller.In(i).GetName().str(), caller.In(i).GetID());
+      out ? f(r.out[i].name, caller.Out(i).GetName().str(), caller.Out(i).GetID())
+          : f(r.in[i].name, caller.In(i).GetName().str(), caller.In(i).GetID());
   };
   const orvx::PictureRoute route = orvx::ChoosePictureRule(record->GetVenderID(), record->GetModelGroupID(), !o.classic);
   std::vector<DWORD> bits;
@@ -353,18 +368,26 @@ int Picture(const PictureOptions& o) {
     j["bits"] = bits;
     for (const bool out : {false, true}) {
       auto& arr = j[out ? "outTrays" : "inTrays"] = orvdb::Json::array();
-      trays(out, [&](const std::string& name, int id) { arr.push_back({{"name", name}, {"id", id}}); });
+      trays(out, [&](const std::string& input, const std::string& name, int id) {
+        arr.push_back({{"name", name}, {"id", id}, {"input", input}});
+      });
     }
-    if (trace) {
+    if (o.explain) {
       auto& steps = j["explain"] = orvdb::Json::array();
-      static const char* const kKinds[] = {"option", "inTray", "outTray"};
-      for (const auto& step : trace->Steps())
-        steps.push_back({{"kind", kKinds[step.kind]},
+      for (const auto& step : trace.steps) {
+        orvdb::Json s = {{"kind", kStepKindsJson[step.kind]},
                          {"name", step.name},
                          {"row", step.row < 0 ? orvdb::Json(nullptr) : orvdb::Json(step.row)},
                          {"test", step.test},
-                         {"bits", step.added},
-                         {"id", step.id}});
+                         {"bits", step.added}};
+        if (step.kind == orvx::PictureTraceStep::InTray || step.kind == orvx::PictureTraceStep::OutTray) {
+          s["tray"] = step.tray;
+          s["input"] = step.inputName;
+          s["final"] = step.finalName;
+          s["id"] = step.id;
+        }
+        steps.push_back(std::move(s));
+      }
     }
     std::cout << JsonText(j) << "\n";
   } else {
@@ -378,10 +401,12 @@ int Picture(const PictureOptions& o) {
     for (DWORD b : bits) std::cout << " 0x" << std::hex << b << std::dec;
     std::cout << (bits.empty() ? " none\n" : "\n");
     for (const bool out : {false, true})
-      trays(out, [&](const std::string& name, int id) {
-        std::cout << (out ? "out-tray     " : "in-tray      ") << "\"" << name << "\" -> ID " << id << "\n";
+      trays(out, [&](const std::string& input, const std::string& name, int id) {
+        std::cout << (out ? "out-tray     " : "in-tray      ") << Quote(input);
+        if (name != input) std::cout << " -> " << Quote(name);
+        std::cout << ", ID " << id << "\n";
       });
-    if (trace) PrintTrace(*trace);
+    if (o.explain) PrintTrace(trace, pictureId);
   }
   return kExitOk;
 }
