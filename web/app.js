@@ -137,7 +137,8 @@ function renderCatalogue() {
   const lintOnly = $("lint-filter").checked;
   const key = SORT_KEYS[state.sort.key];
   state.shown = state.rows.filter((r) =>
-    (!text || r.name.toLowerCase().includes(text)) && (vendor === "" || r.vendor === +vendor) &&
+    // Names in the text as well as the text in names: the host's lookup reads it the first way.
+    (!text || r.name.toLowerCase().includes(text) || (r.name && text.includes(r.name.toLowerCase()))) && (vendor === "" || r.vendor === +vendor) &&
     (group === "" || r.group === +group) && (flag === "" || r.flagNames.includes(flag)) && (!lintOnly || r.lint > 0));
   state.shown.sort((a, b) => {
     const x = key(a), y = key(b);
@@ -272,7 +273,8 @@ function renderPicture() {
   try {
     a = state.db.picture(r.index, q);
   } catch (e) {
-    $("picture-result").innerHTML = `<p class="error">${esc(e.message)}</p>`;
+    $("picture-summary").innerHTML = `<span class="error">${esc(e.message)}</span>`;
+    $("picture-result").innerHTML = "";
     return;
   }
   const bits = [];
@@ -284,9 +286,9 @@ function renderPicture() {
   }
   const trays = [...a.inTrays.map((t) => ["in", t]), ...a.outTrays.map((t) => ["out", t])];
   const kinds = { option: "option", docOption: "document unit", inTray: "input tray", outTray: "output tray", rule: "rule" };
+  $("picture-summary").innerHTML = `Picture ID <output id="picture-id">${hex(a.pictureId)}</output>
+    <span class="muted">= ${a.pictureId} · ${a.rule ? `rule ${esc(a.rule)}` : "no rule ran"} · details below the form</span>`;
   $("picture-result").innerHTML = `
-    <p class="picture-id">Picture ID <output id="picture-id">${hex(a.pictureId)}</output> <span class="muted">= ${a.pictureId}</span>
-      <span class="muted">· ${a.rule ? `rule ${esc(a.rule)}` : "no rule ran"}</span></p>
     <h3>Bits</h3><ul class="bits">${bits.join("") || '<li class="muted">no bit set</li>'}</ul>
     <h3>Trays</h3>
     <table class="trays"><thead><tr><th>Tray</th><th>Given name</th><th>Final name</th><th>ID</th></tr></thead><tbody>
