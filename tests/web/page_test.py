@@ -107,6 +107,8 @@ try:
         " return JSON.stringify({pictureId: a.pictureId, inTrays: t(a.inTrays), outTrays: t(a.outTrays)}); });", calls)
     want = run("eval", stdin="\n".join(lines) + "\n").stdout.splitlines()
     check(len(want) == len(got), f"{len(want)} eval answers for {len(got)} calls")
+    ids = {json.loads(w).get("pictureId") for w in want}
+    check(len(ids) > 50, f"the random machines give only {len(ids)} picture IDs")
     for line, w, g in zip(lines, want, got):
         check(w == g, f"request {line}\n  orvdb eval: {w}\n  wasm:       {g}")
     print(f"page test passed: {len(rows)} models, lookup, model view, {lint_count} lint findings, "
