@@ -14,11 +14,12 @@ orvdb, sample_db, models_json, work = sys.argv[1:5]
 work = Path(work)
 work.mkdir(parents=True, exist_ok=True)
 models = json.loads(Path(models_json).read_text())["models"]
-big = [dict(models[i % len(models)], ModelName=f"{models[i % len(models)]['ModelName']} #{i}") for i in range(10000)]
+big = [dict(models[i % len(models)], ModelName=f"{models[i % len(models)]['ModelName']} #{i:05d}") for i in range(10000)]
 (work / "big.json").write_text(json.dumps({"models": big}))
 subprocess.run([orvdb, "build", str(work / "big.json"), "-o", str(work / "big.dat")], check=True)
 for db, page in ((sample_db, "sample.html"), (str(work / "big.dat"), "big.html")):
     subprocess.run([orvdb, "html", db, "-o", str(work / page)], check=True)
+    print(f"{page}: {(work / page).stat().st_size // 1024} KB")
 
 opts = webdriver.ChromeOptions()
 for flag in ("--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
@@ -33,7 +34,11 @@ try:
             driver.get((work / page).resolve().as_uri())
             WebDriverWait(driver, 60).until(lambda d: d.execute_script("return globalThis.orvxShownAt"))
             times.append(driver.execute_script("return globalThis.orvxShownAt"))
-        print(f"catalogue of {count} models shown after {statistics.median(times):.0f} ms (median of 3)")
+        marks = driver.execute_script("return performance.getEntriesByType('mark').map(m => m.name + ' ' + Math.round(m.startTime))")
+        print("  marks:", ", ".join(marks), "; DOMContentLoaded",
+              round(driver.execute_script("return performance.getEntriesByType('navigation')[0].domContentLoadedEventEnd")))
+        print(f"catalogue of {count} models shown after {statistics.median(times):.0f} ms (median of 3); "
+              + driver.find_element("id", "status").text)
     driver.get((work / "sample.html").resolve().as_uri())
     WebDriverWait(driver, 60).until(lambda d: d.execute_script("return globalThis.orvxShownAt"))
     clicks = driver.execute_script("""

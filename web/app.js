@@ -32,6 +32,7 @@ const state = {
   rows: [],
   shown: [],
   sort: { key: "index", dir: 1 },
+  renders: 0,
   selected: null,  // the selected record, whole
   config: emptyConfig(),
 };
@@ -64,8 +65,10 @@ function openBytes(bytes, name) {
   if (state.db) state.db.close();
   state.db = db;
   state.name = name;
+  performance.mark("orvx-open");
   state.rows = db.records();
   state.findings = db.lint();
+  performance.mark("orvx-records");
   state.selected = null;
   fillFilters();
   renderCatalogue();
@@ -131,6 +134,19 @@ const SORT_KEYS = {
   lint: (r) => r.lint,
 };
 
+const FIRST_ROWS = 300;
+
+function catalogueRows(rows) {
+  const selected = state.selected ? state.selected.index : -1;
+  return rows.map((r) =>
+    `<tr tabindex="0" data-index="${r.index}"${r.index === selected ? ' aria-selected="true"' : ""}>` +
+    `<td>${r.index}</td><td>${esc(r.name)}</td><td>${r.vendor}</td><td>${r.group}</td>` +
+    `<td>${esc(ruleText(r.rules.GetPictureID))}</td><td>${esc(ruleText(r.rules.GetPictureIDEx))}</td>` +
+    `<td>${r.flagNames.map((f) => `<span class="badge" title="${f}">${shortFlag(f)}</span>`).join("")}` +
+    `${r.flags & ~0x1fff ? `<span class="badge bad" title="bits outside the thirteen flags">${hex(r.flags & ~0x1fff, 1)}</span>` : ""}</td>` +
+    `<td>${r.lint ? `<span class="lint-mark" title="${r.lint} lint finding${r.lint > 1 ? "s" : ""}">⚠ ${r.lint}</span>` : ""}</td></tr>`).join("");
+}
+
 function renderCatalogue() {
   const text = $("search").value.toLowerCase();
   const vendor = $("vendor-filter").value, group = $("group-filter").value, flag = $("flag-filter").value;
@@ -144,14 +160,15 @@ function renderCatalogue() {
     const x = key(a), y = key(b);
     return (x < y ? -1 : x > y ? 1 : a.index - b.index) * state.sort.dir;
   });
-  const selected = state.selected ? state.selected.index : -1;
-  $("catalogue-table").tBodies[0].innerHTML = state.shown.map((r) =>
-    `<tr tabindex="0" data-index="${r.index}"${r.index === selected ? ' aria-selected="true"' : ""}>` +
-    `<td>${r.index}</td><td>${esc(r.name)}</td><td>${r.vendor}</td><td>${r.group}</td>` +
-    `<td>${esc(ruleText(r.rules.GetPictureID))}</td><td>${esc(ruleText(r.rules.GetPictureIDEx))}</td>` +
-    `<td>${r.flagNames.map((f) => `<span class="badge" title="${f}">${shortFlag(f)}</span>`).join("")}` +
-    `${r.flags & ~0x1fff ? `<span class="badge bad" title="bits outside the thirteen flags">${hex(r.flags & ~0x1fff, 1)}</span>` : ""}</td>` +
-    `<td>${r.lint ? `<span class="lint-mark" title="${r.lint} lint finding${r.lint > 1 ? "s" : ""}">⚠ ${r.lint}</span>` : ""}</td></tr>`).join("");
+  // The first rows show at once; a long catalogue's others follow in the next task.
+  const body = $("catalogue-table").tBodies[0];
+  const generation = ++state.renders;
+  body.innerHTML = catalogueRows(state.shown.slice(0, FIRST_ROWS));
+  if (state.shown.length > FIRST_ROWS) {
+    setTimeout(() => {
+      if (generation === state.renders) body.insertAdjacentHTML("beforeend", catalogueRows(state.shown.slice(FIRST_ROWS)));
+    });
+  }
   $("row-count").textContent = `${state.shown.length} of ${state.rows.length} models shown`;
   for (const th of document.querySelectorAll("#catalogue-table th"))
     th.setAttribute("aria-sort", th.dataset.key === state.sort.key ? (state.sort.dir > 0 ? "ascending" : "descending") : "none");
@@ -458,12 +475,14 @@ function wire() {
 async function start() {
   try {
     await orvx.ready;
+    performance.mark("orvx-ready");
   } catch (e) {
     status(`The library could not be loaded: ${e.message}`, true);
     return;
   }
   wire();
   const bundled = embedded("orvx-db");
+  performance.mark("orvx-decoded");
   if (bundled) {
     $("open-bundled").hidden = false;
     $("open-bundled").textContent = `Open ${bundled.name}`;
