@@ -264,7 +264,7 @@ function renderPictureForm() {
       <ol class="chosen">${chosen || '<li class="muted">none</li>'}</ol>
       ${known.length ? `<div class="known" role="group" aria-label="Names the rule knows">${known.map((n) =>
         `<button type="button" class="chip" data-add="${list}" data-name="${esc(n)}">${esc(n)}</button>`).join("")}</div>` : ""}
-      <div class="any"><input type="text" data-type="${list}" aria-label="Any name for ${list}" placeholder="any name"><button type="button" data-add-typed="${list}">Add</button></div>`;
+      <div class="any"><input type="text" data-type="${list}" aria-label="Any name for ${box.querySelector("legend").textContent.toLowerCase()}" placeholder="any name"><button type="button" data-add-typed="${list}">Add</button></div>`;
   }
   $("duplex").checked = !!c.duplexUnit;
   $("output-unit").value = c.outputUnit;
