@@ -67,6 +67,11 @@ try:
     listed = json.loads(run("list", "--json", "--db", sample_db).stdout)
     check(len(rows) == len(listed), f"{len(rows)} catalogue rows, orvdb lists {len(listed)}")
 
+    # The one-click sample is the JSON form, built into a database by the module.
+    driver.find_element(By.ID, "open-sample").click()
+    said = driver.find_element(By.ID, "status").text
+    check(f"{len(listed)} models (JSON form)" in said, f"the sample opened as {said!r}")
+
     query = "Vantor LP-1200 PCL6"
     driver.find_element(By.ID, "search").send_keys(query)
     answer = json.loads(run("eval", stdin=json.dumps({"op": "lookup", "db": sample_db, "name": query}) + "\n").stdout)
