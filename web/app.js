@@ -140,7 +140,7 @@ function catalogueRows(rows) {
   const selected = state.selected ? state.selected.index : -1;
   return rows.map((r) =>
     `<tr tabindex="0" data-index="${r.index}"${r.index === selected ? ' aria-selected="true"' : ""}>` +
-    `<td>${r.index}</td><td>${esc(r.name)}</td><td>${r.vendor}</td><td>${r.group}</td>` +
+    `<td>${r.index}</td><td>${r.name ? esc(r.name) : '<span class="muted">(empty name)</span>'}</td><td>${r.vendor}</td><td>${r.group}</td>` +
     `<td>${esc(ruleText(r.rules.GetPictureID))}</td><td>${esc(ruleText(r.rules.GetPictureIDEx))}</td>` +
     `<td>${r.flagNames.map((f) => `<span class="badge" title="${f}">${shortFlag(f)}</span>`).join("")}` +
     `${r.flags & ~0x1fff ? `<span class="badge bad" title="bits outside the thirteen flags">${hex(r.flags & ~0x1fff, 1)}</span>` : ""}</td>` +
@@ -222,7 +222,7 @@ function renderModel() {
     ? `<ul class="findings">${r.findings.map((x) => `<li><code>${x.code}</code> ${esc(x.message)}<br><span class="fix">Fix: ${FIXES[x.code] || ""}</span></li>`).join("")}</ul>`
     : '<p class="muted">No lint findings.</p>';
   $("model-view").innerHTML = `
-    <h2 id="model-title">${esc(r.name)} <span class="muted">record ${r.index}</span></h2>
+    <h2 id="model-title">${r.name ? esc(r.name) : "(empty name)"} <span class="muted">record ${r.index}</span></h2>
     <p>GetPictureID: <strong>${esc(ruleText(r.rules.GetPictureID))}</strong> · GetPictureIDEx: <strong>${esc(ruleText(r.rules.GetPictureIDEx))}</strong>
       <button type="button" id="to-picture">Picture calculator</button></p>
     <h3>Lint</h3>${findings}

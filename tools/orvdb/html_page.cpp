@@ -1,5 +1,6 @@
 #include "html_page.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 // The module's picture side: one picture call with its explain trace, and the
 // rules' vocabulary, answered as JSON from the C interface.
+#include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <stdexcept>
