@@ -186,7 +186,8 @@ std::string DescribeTest(const Test& test) {
   for (std::size_t i = 0; i < test.count; ++i) {
     if (i) out += " or ";
     const Lit& l = test.lits[i];
-    out += l.exact ? "is \"" : "begins with \"";
+    if (i == 0 || l.exact != test.lits[i - 1].exact) out += l.exact ? "is " : "begins with ";
+    out += '"';
     out += l.text;
     out += '"';
     if (!l.exact) out += " (" + std::to_string(l.text.size()) + ")";
