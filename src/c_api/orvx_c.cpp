@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <new>
 #include <string>
@@ -324,18 +323,19 @@ int orvx_rule_row_at(const char* rule, size_t i, orvx_rule_row* row) {
   return Guard(nullptr, [&] {
     const auto* rows = orvx::PictureRuleRows(rule);
     if (!rows || i >= rows->size()) return static_cast<int>(ORVX_E_ARGUMENT);
-    // The literals as C strings, made once per row and kept with the tables.
-    static std::mutex lock;
-    static std::map<const orvx::PictureRuleRow*, std::vector<const char*>> literals;
+    // The literals as C string arrays, made once for every row and as fixed as the tables.
+    static const std::map<const orvx::PictureRuleRow*, std::vector<const char*>> literals = [] {
+      std::map<const orvx::PictureRuleRow*, std::vector<const char*>> all;
+      for (const auto& route : orvx::PictureRoutes())
+        if (const auto* rs = orvx::PictureRuleRows(route.rule))
+          for (const auto& one : *rs)
+            for (const std::string& l : one.literals) all[&one].push_back(l.c_str());
+      return all;
+    }();
+    static const std::vector<const char*> none;
     const orvx::PictureRuleRow& r = (*rows)[i];
-    const std::vector<const char*>* lits = nullptr;
-    {
-      const std::lock_guard<std::mutex> hold(lock);
-      auto [it, added] = literals.try_emplace(&r);
-      if (added)
-        for (const std::string& l : r.literals) it->second.push_back(l.c_str());
-      lits = &it->second;
-    }
+    const auto found = literals.find(&r);
+    const std::vector<const char*>* lits = found == literals.end() ? &none : &found->second;
     *row = {static_cast<int>(r.table), r.index, r.test.c_str(), lits->size(), lits->data(), r.bits, r.id,
             r.effect.c_str()};
     return static_cast<int>(ORVX_OK);

@@ -158,19 +158,23 @@ void ScanOptions(Scan& s, std::span<const NameRow> first, std::span<const NameRo
           break;
         }
       }
-      if (row >= 0) {
-        ++matched;
-        const int number = row + (table.data() == first.data() ? 0 : static_cast<int>(first.size()));
-        TraceName(s, PictureTraceStep::Option, name, number, DescribeTest(table[static_cast<std::size_t>(row)].test),
-                  before);
-      }
+      if (row < 0) continue;
+      ++matched;
+      if (!s.trace) continue;
+      const int number = row + (table.data() == first.data() ? 0 : static_cast<int>(first.size()));
+      TraceName(s, PictureTraceStep::Option, name, number, DescribeTest(table[static_cast<std::size_t>(row)].test),
+                before);
     }
     if (!matched) TraceName(s, PictureTraceStep::Option, name, -1, {}, s.result);
   });
 }
 
-void OwnStep(Scan& s, const Rule& rule, Own kind, std::string_view what, DWORD bits, int k = 0) {
-  Credit(s, what, bits, OwnRow(rule, kind, k));
+// A step of the rule's own; its text and row are worked out only for a trace.
+void OwnStep(Scan& s, const Rule& rule, Own kind, const char* what, DWORD bits) {
+  if (s.trace)
+    Credit(s, what, bits, OwnRow(rule, kind));
+  else
+    s.result |= bits;
 }
 
 std::string CountText(const CountBits& c) {
@@ -186,7 +190,8 @@ std::string DescribeTest(const Test& test) {
   for (std::size_t i = 0; i < test.count; ++i) {
     if (i) out += " or ";
     const Lit& l = test.lits[i];
-    out += l.exact ? "is \"" : "begins with \"";
+    if (i == 0 || l.exact != test.lits[i - 1].exact) out += l.exact ? "is " : "begins with ";
+    out += '"';
     out += l.text;
     out += '"';
     if (!l.exact) out += " (" + std::to_string(l.text.size()) + ")";
@@ -248,8 +253,9 @@ DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists) {
     lists.docOptions.ForEach([&](std::string_view name) {
       const bool match = rule.docUnit.Matches(name);
       docUnit = docUnit || match;
-      TraceName(s, PictureTraceStep::DocOption, name, match ? 0 : -1, match ? DescribeTest(rule.docUnit) : "",
-                s.result);
+      if (s.trace)
+        TraceName(s, PictureTraceStep::DocOption, name, match ? 0 : -1, match ? DescribeTest(rule.docUnit) : "",
+                  s.result);
     });
   else if (s.trace)
     lists.docOptions.ForEach([&](std::string_view name) {
@@ -271,7 +277,11 @@ DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists) {
   ScanIn(s, rule.in, lists.in, rule.inPre);
   for (std::size_t k = 0; k < rule.byCount.size(); ++k) {
     const CountBits& c = rule.byCount[k];
-    if (s.n >= c.low && s.n <= c.high) OwnStep(s, rule, Own::ByCount, CountText(c), c.bits, static_cast<int>(k));
+    if (s.n < c.low || s.n > c.high) continue;
+    if (s.trace)
+      Credit(s, CountText(c), c.bits, OwnRow(rule, Own::ByCount, static_cast<int>(k)));
+    else
+      s.result |= c.bits;
   }
   if (s.result == 0) OwnStep(s, rule, Own::Fallback, "nothing set yet: fallback", rule.zeroFallback);
 

@@ -80,7 +80,8 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
       if (kPloverUnitRows[u].test.Matches(name)) {
         ++units[u];
         s.result |= kPloverUnitRows[u].bits;
-        TraceName(s, PictureTraceStep::Option, name, static_cast<int>(u), DescribeTest(kPloverUnitRows[u].test), before);
+        if (s.trace)
+          TraceName(s, PictureTraceStep::Option, name, static_cast<int>(u), DescribeTest(kPloverUnitRows[u].test), before);
         return;
       }
     }
@@ -90,7 +91,8 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
   lists.docOptions.ForEach([&](std::string_view name) {
     const bool match = kPloverDocUnit.Matches(name);
     docUnit = docUnit || match;
-    TraceName(s, PictureTraceStep::DocOption, name, match ? 0 : -1, match ? DescribeTest(kPloverDocUnit) : "", s.result);
+    if (s.trace)
+      TraceName(s, PictureTraceStep::DocOption, name, match ? 0 : -1, match ? DescribeTest(kPloverDocUnit) : "", s.result);
   });
   if (record.GetVenderID() == 2) {
     Credit(s, "vendor 2: start value", 0x800, kPloverStart);
@@ -107,8 +109,11 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
     if (row.inTrays == c && row.gx268 == units[kGX268] && row.gx261 == (units[kGX261] > 0) &&
         row.gx266 == (units[kGX266] > 0)) {
       const auto bits = static_cast<DWORD>(row.bits) & (finisher ? ~DWORD{0} : ~DWORD{0x1000000});
-      Credit(s, "feeder configuration: " + ConfigText(row), bits,
-             kPloverFirstConfig + static_cast<int>(&row - kPloverFeeders));
+      if (s.trace)
+        Credit(s, "feeder configuration: " + ConfigText(row), bits,
+               kPloverFirstConfig + static_cast<int>(&row - kPloverFeeders));
+      else
+        s.result |= bits;
       chosen = &row;
       break;
     }

@@ -2,6 +2,7 @@
 // through both forms of the entry point each case names.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -104,9 +105,15 @@ void CheckTrace(const orvx::PictureTrace& trace, const orvx::PictureCall& call, 
                 DWORD id) {
   DWORD added = 0;
   std::size_t names = 0;
+  const auto* vocabulary = orvx::PictureRuleRows(trace.rule);
+  EXPECT_EQ(vocabulary != nullptr, !trace.rule.empty());
   for (const auto& step : trace.steps) {
     added |= step.added;
     EXPECT_TRUE(step.row < 0 || !step.test.empty());
+    // The row a step names is a row the rule's vocabulary lists.
+    EXPECT_TRUE(step.row < 0 || std::any_of(vocabulary->begin(), vocabulary->end(), [&](const orvx::PictureRuleRow& r) {
+                  return r.table == step.kind && r.index == step.row;
+                })) << step.test;
     const auto tray = static_cast<std::size_t>(step.tray);
     if (step.kind == orvx::PictureTraceStep::InTray)
       EXPECT_EQ(std::make_tuple(step.id, step.inputName, step.finalName),

@@ -153,6 +153,18 @@ t 2 '' '' picture X --vendor 1 --group 1
 t 2 '' '' picture --vendor 1
 t 2 '' '' picture --vendor 70000 --group 1
 t 2 '' '' picture --vendor 1 --group 1 --string 9481
+# explain credits every bit, and names every unit; rules lists the tables
+t 0 $'explain      option "Finisher": no row matched' '' picture --vendor 2 --group 21 --option Finisher \
+  --doc-option ADF --in 'Optional Cassette 1' --explain
+grep -q 'in-tray 1 "Optional Cassette 1" tested as "Cassette 1": row 4' out.txt && grep -q 'doc-option "ADF"' out.txt &&
+  grep -q 'credited bits 0x04000001, the whole picture ID' out.txt || fail "$(<out.txt)"
+t 0 $'GetOptionFlagEx_Dunlin\n  in-tray 0: begins with "Manu" (4) or "Mult" (4) or "MP T" (4) -> bits 0x800, ID 12' '' \
+  rules --vendor 2 --group 21
+t 0 $'model        Vantor LP-1200\nvendor 1, group 2: GetPictureID GetOptionFlag_Crake;' '' rules --db "$DB" 'Vantor LP-1200 PCL6'
+t 2 '' '' rules --db "$DB" 'Vantor LP-1200' --vendor 2 --group 21
+t 0 '"GetPictureIDEx":{"rule":"GetOptionFlagEx_Nightjar"' '' rules --json
+t 0 '  any other group: GetPictureID none, picture ID 0; GetPictureIDEx GetOptionFlagEx_Nightjar' '' rules
+t 2 '' '' rules --vendor 1
 
 # eval: every request kind and every kind of bad request, answered as stored
 # (valid answers were checked against the library through its C interface).

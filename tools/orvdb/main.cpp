@@ -27,6 +27,7 @@
 #include "orvx/version.h"
 #include "orvx/whole_file.h"
 #include "picture_call.h"
+#include "rules.h"
 
 namespace {
 
@@ -411,6 +412,34 @@ int Picture(const PictureOptions& o) {
   return kExitOk;
 }
 
+// The rules of a model or of a vendor and group; without either, every pair and rule.
+int Rules(const PictureOptions& o, bool json) {
+  const bool fresh = o.vendor >= 0 || o.group >= 0;
+  if (fresh && !o.model.empty()) return Error("give either MODEL or --vendor and --group");
+  if (fresh && (o.vendor < 0 || o.group < 0)) return Error("--vendor and --group go together");
+  if (!fresh && o.model.empty()) {
+    orvdb::PrintAllRules(std::cout, json);
+    return kExitOk;
+  }
+  CPrnStaticInfo record;
+  std::string name;
+  orvx::ModelDatabase db;
+  if (fresh) {
+    record.SetVenderID(static_cast<WORD>(o.vendor));
+    record.SetModelGroupID(static_cast<WORD>(o.group));
+  } else {
+    std::string error;
+    if (!orvdb::LoadDatabase(o.db, db, error)) return Error(error);
+    const orvx::LookupResult found = db.Lookup(o.model);
+    if (found.index < 0) return Error(o.db + ": the database holds no models");
+    record.SetVenderID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetVenderID()));
+    record.SetModelGroupID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetModelGroupID()));
+    name = db[static_cast<std::size_t>(found.index)].GetModelName().str();
+  }
+  orvdb::PrintRulesFor(std::cout, record, name, json);
+  return kExitOk;
+}
+
 // ---- registry-backed commands ------------------------------------------------------
 
 int Supported(const std::string& model, DWORD interfaceNumber, const std::string& path, bool direct, bool json) {
@@ -629,7 +658,13 @@ int Run(int argc, char** argv) {
   picture->add_option("--string", po.strings, "A host string resource, ID=TEXT (9481 manual tray, 9482 default tray)");
   picture->add_flag("--json", po.json, "Print one JSON object");
   picture->add_flag("--explain", po.explain, "Show the rule row each option and tray name matched, and what it set");
-  for (auto* sub : {show, list, supported, lint}) sub->add_flag("--json", json, "Print JSON");
+  auto* rules = app.add_subcommand("rules", "Show which rule serves a model group and what its tables recognise");
+  PictureOptions ro;
+  rules->add_option("MODEL", ro.model, "Model name, looked up with the library's rules (none: every vendor and group)");
+  rules->add_option("--db", ro.db, "Database file (default: ORVDB.dat in the current directory)");
+  rules->add_option("--vendor", ro.vendor, "Vendor ID, instead of MODEL")->check(CLI::Range(0, 65535));
+  rules->add_option("--group", ro.group, "Model group ID, instead of MODEL")->check(CLI::Range(0, 65535));
+  for (auto* sub : {show, list, supported, lint, rules}) sub->add_flag("--json", json, "Print JSON");
 
   auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
 
@@ -667,6 +702,7 @@ int Run(int argc, char** argv) {
   if (*build) return Build(source, output, buildStrict);
   if (*picture) return Picture(po);
   if (*html) return Html(htmlDb, htmlOut, webDir);
+  if (*rules) return Rules(ro, json);
   if (*eval) {
     std::ios::sync_with_stdio(false);
     orvdb::Evaluator evaluator;
