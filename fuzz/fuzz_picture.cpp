@@ -1,14 +1,17 @@
-// The picture entry points with arbitrary records, trays and unit lists:
-// both entries, both forms; the name-list form must agree with the
-// tray-record form on default trays.
+// The one picture call with arbitrary records, trays and unit lists, both
+// entries: the framework's name-list form must agree with it on default
+// trays, and its trace must credit every bit.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <array>
 #include <cstdlib>
-#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "orvx/afx_host.h"
+#include "orvx/picture.h"
 #include "orvx/prn_static_info.h"
 
 namespace {
@@ -43,38 +46,46 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   record.SetVenderID(fdp.ConsumeBool() ? fdp.ConsumeIntegralInRange<WORD>(0, 3) : fdp.ConsumeIntegral<WORD>());
   record.SetModelGroupID(fdp.ConsumeBool() ? fdp.ConsumeIntegralInRange<WORD>(0, 40) : fdp.ConsumeIntegral<WORD>());
   if (fdp.ConsumeBool()) record.SetModelName(fdp.ConsumeBool() ? "WR-4697(J)" : fdp.ConsumeRandomLengthString(16));
-  if (fdp.ConsumeBool()) orvx::host::SetStringResource(9481, fdp.ConsumeRandomLengthString(8));
-  else orvx::host::RemoveStringResource(9481);
-  if (fdp.ConsumeBool()) orvx::host::SetStringResource(9482, fdp.ConsumeRandomLengthString(8));
-  else orvx::host::RemoveStringResource(9482);
+  // The host strings travel with the call, and the framework's entry points
+  // read the same ones from the process-wide table.
+  std::optional<std::string> manual, dflt;
+  if (fdp.ConsumeBool()) manual = fdp.ConsumeRandomLengthString(8);
+  if (fdp.ConsumeBool()) dflt = fdp.ConsumeRandomLengthString(8);
+  manual ? orvx::host::SetStringResource(9481, *manual) : orvx::host::RemoveStringResource(9481);
+  dflt ? orvx::host::SetStringResource(9482, *dflt) : orvx::host::RemoveStringResource(9482);
 
   CStringList inNames = List(fdp, 8), outNames = List(fdp, 7), options = List(fdp, 5), docOptions = List(fdp, 3);
   const int duplexUnit = fdp.ConsumeIntegral<int>();
   const int outputUnit = fdp.ConsumeIntegralInRange(-1, 3);
+  std::vector<orvx::PictureTray> in, out;
+  for (const CString& n : inNames) in.push_back({n.view()});
+  for (const CString& n : outNames) out.push_back({n.view()});
+  std::vector<std::string_view> optionViews, docViews;
+  for (const CString& n : options) optionViews.push_back(n.view());
+  for (const CString& n : docOptions) docViews.push_back(n.view());
 
+  orvx::PictureCaller caller;
+  orvx::PictureTrace trace;
   for (const bool extended : {false, true}) {
-    // Default trays with the same names: both forms must agree.
-    std::vector<std::unique_ptr<COptInTray>> ins;
-    std::vector<std::unique_ptr<COptOutTray>> outs;
-    CPtrArray in, out;
-    for (const CString& n : inNames) in.Add(ins.emplace_back(std::make_unique<COptInTray>()).get()), ins.back()->SetName(n);
-    for (const CString& n : outNames) out.Add(outs.emplace_back(std::make_unique<COptOutTray>()).get()), outs.back()->SetName(n);
-    const DWORD byTrays = extended ? record.GetPictureIDEx(in, out, options, docOptions)
-                                   : record.GetPictureID(in, out, duplexUnit, outputUnit);
+    orvx::PictureCall call{extended, in, out, duplexUnit, outputUnit, optionViews, docViews, {}, {}};
+    if (manual) call.manualTrayName = *manual;
+    if (dflt) call.defaultTrayName = *dflt;
+    // Default trays: the one call and the framework's name-list form agree,
+    // and the trace credits every bit of the answer.
+    const DWORD byCall = caller.Call(record, call, &trace);
     const DWORD byNames = extended ? record.GetPictureIDEx(inNames, outNames, options, docOptions)
                                    : record.GetPictureID(inNames, outNames, duplexUnit, outputUnit);
-    if (byTrays != byNames) abort();
+    DWORD credited = 0;
+    for (const auto& step : trace.steps) credited |= step.added;
+    if (byCall != byNames || credited != byCall) abort();
 
     // Trays with arbitrary fields, for the rules that read them.
-    for (auto& t : ins) {
-      t->SetAddUnit(fdp.ConsumeIntegral<int>());
-      t->SetID(fdp.ConsumeIntegral<int>());
-    }
-    for (auto& t : outs) {
-      t->SetAddUnit(fdp.ConsumeIntegral<int>());
-      t->SetDerivery(fdp.ConsumeIntegral<int>());
-    }
-    extended ? record.GetPictureIDEx(in, out, options, docOptions) : record.GetPictureID(in, out, duplexUnit, outputUnit);
+    for (auto& t : in) t.addUnit = fdp.ConsumeIntegral<int>(), t.id = fdp.ConsumeIntegral<int>();
+    for (auto& t : out) t.addUnit = fdp.ConsumeIntegral<int>(), t.delivery = fdp.ConsumeIntegral<int>();
+    credited = 0;
+    const DWORD byFields = caller.Call(record, call, &trace);
+    for (const auto& step : trace.steps) credited |= step.added;
+    if (credited != byFields) abort();
   }
   return 0;
 }

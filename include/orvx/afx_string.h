@@ -48,7 +48,8 @@ class ORVX_API CString {
   friend bool operator==(const CString& a, const CString& b) { return a.s_ == b.s_; }
   friend bool operator==(const CString& a, std::string_view b) { return a.view() == b; }
   friend bool operator==(const CString& a, const char* b) { return a.view() == std::string_view(b ? b : ""); }
-  friend std::strong_ordering operator<=>(const CString& a, const CString& b) { return a.s_ <=> b.s_; }
+  // Through compare(): older standard libraries (libc++ 14) have no <=> for std::string.
+  friend std::strong_ordering operator<=>(const CString& a, const CString& b) { return a.s_.compare(b.s_) <=> 0; }
 
  private:
   std::string s_;

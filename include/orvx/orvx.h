@@ -177,34 +177,122 @@ ORVX_API int orvx_record_find_size_list_named(const orvx_record* r, const char* 
 /* One installed tray of a particular printer. */
 typedef struct orvx_tray {
   const char* name;   /* in: the tray's name */
-  int32_t id;         /* in: its ID before the call (-1 for a new tray); out: after */
-  int32_t add_unit;   /* in */
-  int32_t delivery;   /* in, output trays only: 3 or 4; anything else means 2 */
+  int32_t id;         /* in: its ID before the call (-1 for a new tray); out: the picture slot the
+                         rule gave it, or the ID it came with when no rule recognised it */
+  int32_t add_unit;   /* in: bits of the add-on units attached to the tray (0: none); only the
+                         rules of vendor 1, group 1 read it */
+  int32_t delivery;   /* in, output trays only: which side the tray delivers to, 3 (face up) or
+                         4 (face down); anything else means 2, the default */
   char final_name[ORVX_TRAY_NAME_SIZE]; /* out: the name after the call, cut to fit */
-  size_t final_name_length;             /* out: its whole length */
+  size_t final_name_length;             /* out: its whole length; a length of ORVX_TRAY_NAME_SIZE
+                                           or more means final_name holds only its start */
 } orvx_tray;
 
-/* The classic picture ID (GetPictureID) and the extended one
- * (GetPictureIDEx) of record `r` for the given trays, into *picture_id. The
- * tray forms rewrite each tray's `id`, `final_name` and `final_name_length`;
- * the name forms take plain name lists. A list with a count of 0 may be NULL. */
-ORVX_API int orvx_picture_id(orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
+/* One picture call: the trays and units of one machine, and the host strings
+ * that the rules read. Nothing process-wide is read: two calls on two threads
+ * with different host strings do not meet. */
+typedef struct orvx_picture_call {
+  int extended;                    /* 0: the classic entry point (GetPictureID); else GetPictureIDEx */
+  orvx_tray* in;                   /* rewritten in place: id, final_name, final_name_length */
+  size_t in_count;
+  orvx_tray* out;
+  size_t out_count;
+  int duplex_unit;                 /* classic only: non-zero when a duplex unit is installed */
+  int output_unit;                 /* classic only: the output unit's value (0: none); only the
+                                      rules of vendor 1, groups 1, 3 and 4 read it */
+  const char* const* options;      /* extended only: names of the installed option units */
+  size_t option_count;
+  const char* const* doc_options;  /* extended only: names of the installed document units */
+  size_t doc_option_count;
+  const char* manual_tray_name;    /* host string 9481, the name a manual tray is given; NULL: none */
+  const char* default_tray_name;   /* host string 9482, the name a default tray is given; NULL: none */
+} orvx_picture_call;
+
+/* What the rules did in one call, step by step. Owns its steps and strings. */
+typedef struct orvx_trace orvx_trace;
+
+/* Runs one picture call on record `r`; *picture_id receives the ID, and every
+ * tray its final ID and name. A list with a count of 0 may be NULL. `trace`
+ * may be NULL; otherwise *trace receives a new trace for orvx_trace_free
+ * (NULL on failure). On failure *picture_id is 0 and no tray is written. */
+ORVX_API int orvx_picture(const orvx_record* r, const orvx_picture_call* call, uint32_t* picture_id,
+                          orvx_trace** trace, orvx_error* err);
+
+typedef enum orvx_step_kind {
+  ORVX_STEP_OPTION = 0,     /* an option unit's name */
+  ORVX_STEP_DOC_OPTION = 1, /* a document unit's name */
+  ORVX_STEP_IN_TRAY = 2,
+  ORVX_STEP_OUT_TRAY = 3,
+  ORVX_STEP_RULE = 4        /* bits the rule sets itself: start value, bits by drawer count, document-unit
+                               bit pair, fallback, duplex unit, output unit, final bits, a fixed result */
+} orvx_step_kind;
+
+typedef struct orvx_trace_step {
+  int kind;                /* an orvx_step_kind */
+  const char* name;        /* the name as the rule tested it (trays: after "Optional"/"Option" went) */
+  const char* input_name;  /* trays: the name the caller gave; options: the same as name; rule steps: "" */
+  const char* final_name;  /* trays: the name after the call; else "" */
+  int row;                 /* the row of its table (orvx_rule_row_at) that matched; -1: none did */
+  const char* test;        /* the matching row's test as text, or what a rule step is ("start value", ...) */
+  uint32_t added;          /* bits this step set that were not set before */
+  int32_t id;              /* trays: the tray's ID after the step; else -1 */
+} orvx_trace_step;
+
+/* The rule that ran ("GetOptionFlagEx_Nightjar"); NULL when none did (a fixed result, or none). */
+ORVX_API const char* orvx_trace_rule(const orvx_trace* t);
+/* The number of steps; 0 for NULL. */
+ORVX_API size_t orvx_trace_count(const orvx_trace* t);
+/* Step `i` into *step, its strings borrowed from the trace; ORVX_E_ARGUMENT when out of range. */
+ORVX_API int orvx_trace_step_at(const orvx_trace* t, size_t i, orvx_trace_step* step);
+/* NULL is allowed. */
+ORVX_API void orvx_trace_free(orvx_trace* t);
+
+/* The rules' vocabulary, read from the rule tables themselves. */
+
+/* The rule of a vendor/group pair in one entry point (extended non-zero:
+ * GetPictureIDEx), a static string; NULL when none runs, and then
+ * *fixed_result (may be NULL) receives the fixed answer (0 or 0x800). */
+ORVX_API const char* orvx_rule_for(int vendor, int group, int extended, uint32_t* fixed_result);
+
+typedef struct orvx_rule_row {
+  int table;                      /* an orvx_step_kind: which names the row tests; ORVX_STEP_RULE: a step
+                                     of the rule's own (start value, bits by drawer count, ...) */
+  int index;                      /* the row's index in its table, as a trace step's `row` */
+  const char* test;               /* the test as text: begins with "Cassette" (8) or is "Tray 1", ... */
+  size_t literal_count;           /* the names and prefixes the row recognises */
+  const char* const* literals;
+  uint32_t bits;                  /* bits the row sets */
+  int32_t id;                     /* the tray ID it writes; -1 when it writes none */
+  const char* effect;             /* anything else it does or needs, as text; "" if nothing */
+} orvx_rule_row;
+
+/* The rows of rule `rule` (a name orvx_rule_for gives), in table order; 0 for an unknown rule. */
+ORVX_API size_t orvx_rule_row_count(const char* rule);
+/* Row `i` into *row, its strings static; ORVX_E_ARGUMENT for an unknown rule or `i` out of range. */
+ORVX_API int orvx_rule_row_at(const char* rule, size_t i, orvx_rule_row* row);
+
+/* The same call in fixed shapes, with the host strings of the process-wide
+ * table (orvx_host_set_string): the classic picture ID (GetPictureID) and the
+ * extended one (GetPictureIDEx), with trays or with plain name lists. */
+ORVX_API int orvx_picture_id(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
                              int duplex_unit, int output_unit, uint32_t* picture_id, orvx_error* err);
-ORVX_API int orvx_picture_id_ex(orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
-                                const char* const* options, size_t option_count, const char* const* doc_options,
-                                size_t doc_option_count, uint32_t* picture_id, orvx_error* err);
-ORVX_API int orvx_picture_id_names(orvx_record* r, const char* const* in_names, size_t in_count,
+ORVX_API int orvx_picture_id_ex(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out,
+                                size_t out_count, const char* const* options, size_t option_count,
+                                const char* const* doc_options, size_t doc_option_count, uint32_t* picture_id,
+                                orvx_error* err);
+ORVX_API int orvx_picture_id_names(const orvx_record* r, const char* const* in_names, size_t in_count,
                                    const char* const* out_names, size_t out_count, int duplex_unit, int output_unit,
                                    uint32_t* picture_id, orvx_error* err);
-ORVX_API int orvx_picture_id_ex_names(orvx_record* r, const char* const* in_names, size_t in_count,
+ORVX_API int orvx_picture_id_ex_names(const orvx_record* r, const char* const* in_names, size_t in_count,
                                       const char* const* out_names, size_t out_count, const char* const* options,
                                       size_t option_count, const char* const* doc_options, size_t doc_option_count,
                                       uint32_t* picture_id, orvx_error* err);
 
 /* ---- host settings -------------------------------------------------------------- */
 
-/* The host's string resources, which picture rules read (9481: the name of a
- * manual tray, 9482: of a default tray). NULL text removes the string. */
+/* The host's string resources, which the fixed-shape picture calls read
+ * (9481: the name of a manual tray, 9482: of a default tray); orvx_picture
+ * takes them with the call instead. NULL text removes the string. */
 ORVX_API int orvx_host_set_string(unsigned id, const char* text);
 ORVX_API void orvx_host_clear_strings(void);
 /* The host's application name and registry key, which name the registry keys

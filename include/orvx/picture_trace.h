@@ -1,8 +1,8 @@
-// What the picture rules did, step by step, for tools that explain a picture
-// ID. While a PictureTrace lives, the rule engine records on the same thread
-// every option name and tray it tests: which row of which table matched (or
-// none), the bits that row added and the tray ID it left. With no trace
-// alive the engine only checks that none is.
+// What the picture rules did in one call, step by step, for tools that
+// explain a picture ID: every option and document-unit name and every tray
+// the rule tested, with the row that matched (or none), and every bit the
+// rule set by itself (start value, bits by drawer count, fallback, ...).
+// A trace belongs to the one call it is handed to (orvx::PictureCaller).
 #pragma once
 
 #include <string>
@@ -14,29 +14,25 @@
 namespace orvx {
 
 struct PictureTraceStep {
-  enum Kind { Option, InTray, OutTray } kind = Option;
-  std::string name;   // the name as the rule tested it
-  int row = -1;       // index of the matching row in its table; -1: no row matched
-  std::string test;   // the matching row's name test, e.g. begins with "Cassette"
-  DWORD added = 0;    // bits the row set that were not set before
-  int id = -1;        // the tray's ID after the row (trays only)
+  enum Kind { Option, DocOption, InTray, OutTray, Rule } kind = Option;
+  std::string name;       // the name as the rule tested it; rule steps: ""
+  std::string inputName;  // trays: the name the caller gave; options: the name; rule steps: ""
+  std::string finalName;  // trays: the name after the call; else ""
+  int tray = -1;          // trays: the position in its list
+  int row = -1;           // the row of its table that matched (see PictureRuleRows); -1: none
+  std::string test;       // the matching row's test, or what a rule step is ("start value", ...)
+  DWORD added = 0;        // bits the step set that were not set before
+  int id = -1;            // trays: the tray's ID after the step
 };
 
-class ORVX_API PictureTrace {
- public:
-  PictureTrace();
-  PictureTrace(const PictureTrace&) = delete;
-  PictureTrace& operator=(const PictureTrace&) = delete;
-  ~PictureTrace();
+struct PictureTrace {
+  std::string rule;  // the rule function that ran; "" when none did
+  std::vector<PictureTraceStep> steps;
 
-  const std::vector<PictureTraceStep>& Steps() const { return steps_; }
-  void Add(PictureTraceStep step) { steps_.push_back(std::move(step)); }
-  // The trace recording on this thread, or null.
-  static PictureTrace* Current();
-
- private:
-  std::vector<PictureTraceStep> steps_;
-  PictureTrace* previous_;
+  void Clear() {
+    rule.clear();
+    steps.clear();
+  }
 };
 
 }  // namespace orvx

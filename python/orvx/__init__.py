@@ -10,6 +10,7 @@ as UTF-8 with ``surrogateescape``, so any name (UTF-8 or not) round-trips:
 ``name.encode("utf-8", "surrogateescape")`` is ``Record.name_bytes``, and
 ``lookup`` takes either form.
 """
+import collections
 import ctypes
 import ctypes.util
 import enum
@@ -18,8 +19,8 @@ import os
 import sys
 import threading
 
-__all__ = ["Database", "Record", "Tray", "Error", "Status", "Match", "Flag", "FLAG_NAMES", "FIELDS", "version",
-           "set_host_string", "clear_host_strings"]
+__all__ = ["Database", "Record", "Tray", "TraceStep", "Error", "Status", "Match", "Flag", "FLAG_NAMES", "FIELDS",
+           "version", "set_host_string", "clear_host_strings"]
 
 
 class Status(enum.IntEnum):
@@ -116,8 +117,24 @@ class _CTray(ctypes.Structure):
                 ("final_name_length", ctypes.c_size_t)]
 
 
-_P = ctypes.c_void_p
 _names = ctypes.POINTER(ctypes.c_char_p)
+
+
+class _CCall(ctypes.Structure):
+    _fields_ = [("extended", ctypes.c_int), ("in_", ctypes.POINTER(_CTray)), ("in_count", ctypes.c_size_t),
+                ("out", ctypes.POINTER(_CTray)), ("out_count", ctypes.c_size_t), ("duplex_unit", ctypes.c_int),
+                ("output_unit", ctypes.c_int), ("options", _names), ("option_count", ctypes.c_size_t),
+                ("doc_options", _names), ("doc_option_count", ctypes.c_size_t),
+                ("manual_tray_name", ctypes.c_char_p), ("default_tray_name", ctypes.c_char_p)]
+
+
+class _CStep(ctypes.Structure):
+    _fields_ = [("kind", ctypes.c_int), ("name", ctypes.c_char_p), ("input_name", ctypes.c_char_p),
+                ("final_name", ctypes.c_char_p), ("row", ctypes.c_int), ("test", ctypes.c_char_p),
+                ("added", ctypes.c_uint32), ("id", ctypes.c_int32)]
+
+
+_P = ctypes.c_void_p
 _err = ctypes.POINTER(_CError)
 _trays = ctypes.POINTER(_CTray)
 _u32p = ctypes.POINTER(ctypes.c_uint32)
@@ -161,14 +178,11 @@ _find_size_list_named = _fn("orvx_record_find_size_list_named", ctypes.c_int, _P
 _size_list = _fn("orvx_record_size_list", _size, _P, ctypes.c_int, _buf, _size)
 _size_list_named = _fn("orvx_record_size_list_named", _size, _P, ctypes.c_char_p, _buf, _size)
 _size_list_block = _fn("orvx_record_size_list_block", _size, _P, _buf, _size)
-_picture = _fn("orvx_picture_id", ctypes.c_int, _P, _trays, _size, _trays, _size, ctypes.c_int, ctypes.c_int,
-               _u32p, _err)
-_picture_ex = _fn("orvx_picture_id_ex", ctypes.c_int, _P, _trays, _size, _trays, _size, _names, _size, _names,
-                  _size, _u32p, _err)
-_picture_names = _fn("orvx_picture_id_names", ctypes.c_int, _P, _names, _size, _names, _size, ctypes.c_int,
-                     ctypes.c_int, _u32p, _err)
-_picture_ex_names = _fn("orvx_picture_id_ex_names", ctypes.c_int, _P, _names, _size, _names, _size, _names,
-                        _size, _names, _size, _u32p, _err)
+_picture = _fn("orvx_picture", ctypes.c_int, _P, ctypes.POINTER(_CCall), _u32p, ctypes.POINTER(_P), _err)
+_trace_rule = _fn("orvx_trace_rule", ctypes.c_char_p, _P)
+_trace_count = _fn("orvx_trace_count", _size, _P)
+_trace_step_at = _fn("orvx_trace_step_at", ctypes.c_int, _P, _size, ctypes.POINTER(_CStep))
+_trace_free = _fn("orvx_trace_free", None, _P)
 _set_string = _fn("orvx_host_set_string", ctypes.c_int, ctypes.c_uint, ctypes.c_char_p)
 _clear_strings = _fn("orvx_host_clear_strings", None)
 
@@ -244,16 +258,49 @@ def version():
     return _version().decode()
 
 
+# The host strings picture calls take when they are not given one (9481, 9482).
+_host_strings = {}
+
+
 def set_host_string(ident, text):
     """Sets (or, with None, removes) one of the host's string resources, which
-    picture rules read (9481: a manual tray's name, 9482: a default tray's)."""
+    picture rules read (9481: a manual tray's name, 9482: a default tray's).
+    ``Record.picture_id`` takes them unless it is given its own."""
     if not isinstance(ident, int) or not 0 <= ident <= 0xFFFFFFFF:
         raise ValueError(f"a string resource number is an int from 0 to 0xFFFFFFFF, not {ident!r}")
-    _set_string(ident, None if text is None else _bytes(text, "a host string"))
+    data = None if text is None else _bytes(text, "a host string")
+    _set_string(ident, data)
+    if data is None:
+        _host_strings.pop(ident, None)
+    else:
+        _host_strings[ident] = data
 
 
 def clear_host_strings():
     _clear_strings()
+    _host_strings.clear()
+
+
+TraceStep = collections.namedtuple("TraceStep", "kind name input_name final_name row test added id")
+TraceStep.__doc__ = """One step of a picture call's explanation: ``kind`` is "option",
+"doc_option", "in_tray", "out_tray" or "rule"; ``row`` the matching row of
+its table (-1: none); ``test`` that row's test, or what a rule step is;
+``added`` the bits the step set; ``id`` a tray's ID after it (else -1)."""
+_STEP_KINDS = ("option", "doc_option", "in_tray", "out_tray", "rule")
+
+
+def _read_trace(handle):
+    try:
+        rule = _trace_rule(handle)
+        steps = []
+        step = _CStep()
+        for i in range(_trace_count(handle)):
+            _trace_step_at(handle, i, ctypes.byref(step))
+            steps.append(TraceStep(_STEP_KINDS[step.kind], _text(step.name), _text(step.input_name),
+                                   _text(step.final_name), step.row, _text(step.test), step.added, step.id))
+        return (None if rule is None else rule.decode()), steps
+    finally:
+        _trace_free(handle)
 
 
 # ---- objects ---------------------------------------------------------------------
@@ -515,14 +562,19 @@ class Record:
 
     @_holding
     def picture_id(self, in_trays=(), out_trays=(), options=(), doc_options=(), *, classic=False,
-                   duplex_unit=0, output_unit=0):
+                   duplex_unit=0, output_unit=0, manual_tray_name=None, default_tray_name=None, explain=False):
         """The picture ID for the installed trays and units.
 
-        Trays are names or ``Tray`` objects. With names only, the name-list
-        form runs; with any ``Tray``, the tray form runs and every ``Tray``
-        given comes back with its final name and ID. ``classic`` calls
-        GetPictureID (duplex_unit, output_unit) instead of GetPictureIDEx
-        (options, doc_options)."""
+        Trays are names or ``Tray`` objects; every ``Tray`` given comes back
+        with its final name and ID. ``classic`` calls GetPictureID
+        (duplex_unit, output_unit) instead of GetPictureIDEx (options,
+        doc_options). ``manual_tray_name`` and ``default_tray_name`` are the
+        host strings 9481 and 9482 (default: as ``set_host_string`` set
+        them). With ``explain=True`` the answer is ``(id, rule, steps)``:
+        the rule that ran (None: none) and a list of ``TraceStep``.
+
+        A final tray name longer than 255 bytes raises ``Error`` rather than
+        come back cut."""
         h = self._h()
         in_trays, out_trays = _name_list(in_trays, "in_trays"), _name_list(out_trays, "out_trays")
         options, doc_options = _name_list(options, "options"), _name_list(doc_options, "doc_options")
@@ -531,32 +583,32 @@ class Record:
         opts, n_opts = _name_array(options)
         docs, n_docs = _name_array(doc_options)
 
-        def run(by_classic, by_ex, ins, n_in, outs, n_out):
-            if classic:
-                status = by_classic(h, ins, n_in, outs, n_out, duplex_unit, output_unit, ctypes.byref(result),
-                                    ctypes.byref(err))
-            else:
-                status = by_ex(h, ins, n_in, outs, n_out, opts, n_opts, docs, n_docs, ctypes.byref(result),
-                               ctypes.byref(err))
-            if status != _OK:
-                _raise(err)
-            return result.value
-
-        if not any(isinstance(t, Tray) for t in in_trays + out_trays):
-            return run(_picture_names, _picture_ex_names, *_name_array(in_trays), *_name_array(out_trays))
-
         def build(trays):
             objs = [t if isinstance(t, Tray) else Tray(t) for t in trays]
-            names = [_bytes(t.name) for t in objs]  # kept alive through the call
+            names = [_bytes(t.name, "a tray name") for t in objs]  # kept alive through the call
             arr = (_CTray * max(len(objs), 1))()
             for c, t, n in zip(arr, objs, names):
                 c.name, c.id, c.add_unit, c.delivery = n, t.id, t.add_unit, t.delivery
             return objs, arr, names
         ins, cin, _keep_in = build(in_trays)
         outs, cout, _keep_out = build(out_trays)
-        value = run(_picture, _picture_ex, cin, len(ins), cout, len(outs))
+        manual = _host_strings.get(9481) if manual_tray_name is None else _bytes(manual_tray_name, "a host string")
+        default = _host_strings.get(9482) if default_tray_name is None else _bytes(default_tray_name, "a host string")
+        call = _CCall(0 if classic else 1, cin, len(ins), cout, len(outs), duplex_unit, output_unit,
+                      opts, n_opts, docs, n_docs, manual, default)
+        trace = _P()
+        status = _picture(h, ctypes.byref(call), ctypes.byref(result), ctypes.byref(trace) if explain else None,
+                          ctypes.byref(err))
+        if status != _OK:
+            _raise(err)
+        rule, steps = _read_trace(trace) if explain else (None, None)
+        for objs, arr in ((ins, cin), (outs, cout)):
+            for t, c in zip(objs, arr):
+                if c.final_name_length >= _CTray.final_name.size:
+                    raise Error(f"a tray's final name is {c.final_name_length} bytes, longer than the "
+                                f"{_CTray.final_name.size - 1} a picture call returns")
         for objs, arr in ((ins, cin), (outs, cout)):
             for t, c in zip(objs, arr):
                 t.id = c.id
                 t.name = _text(c.final_name)
-        return value
+        return (result.value, rule, steps) if explain else result.value

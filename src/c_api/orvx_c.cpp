@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <optional>
 #include <new>
 #include <string>
 #include <vector>
@@ -14,6 +16,7 @@
 #include "orvx/afx_registry.h"
 #include "orvx/comm_config.h"
 #include "orvx/database.h"
+#include "orvx/picture.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
 #include "orvx/supported_model.h"
@@ -24,7 +27,6 @@ struct orvx_db {
 
 namespace {
 
-CPrnStaticInfo* Rec(orvx_record* r) { return reinterpret_cast<CPrnStaticInfo*>(r); }
 const CPrnStaticInfo* Rec(const orvx_record* r) { return reinterpret_cast<const CPrnStaticInfo*>(r); }
 orvx_record* Handle(CPrnStaticInfo& r) { return reinterpret_cast<orvx_record*>(&r); }
 
@@ -102,10 +104,6 @@ bool NamesValid(const char* const* names, std::size_t count) {
   return true;
 }
 
-void FillList(CStringList& list, const char* const* names, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) list.AddTail(names[i]);
-}
-
 bool TraysValid(const orvx_tray* trays, std::size_t count) {
   if (count && !trays) return false;
   for (std::size_t i = 0; i < count; ++i)
@@ -119,37 +117,74 @@ void WriteBack(orvx_tray& t, const CString& name, int id) {
   std::snprintf(t.final_name, sizeof t.final_name, "%s", name.c_str());
 }
 
-// Builds tray records from the caller's trays, runs `call` on them and
-// writes each tray's final name and ID back.
-template <typename Call>
-int WithTrays(orvx_tray* in, std::size_t inCount, orvx_tray* out, std::size_t outCount, Call call) {
-  std::vector<std::unique_ptr<COptInTray>> ins;
-  std::vector<std::unique_ptr<COptOutTray>> outs;
-  CPtrArray inArray, outArray;
-  for (std::size_t i = 0; i < inCount; ++i) {
-    auto& t = ins.emplace_back(std::make_unique<COptInTray>());
-    t->SetName(in[i].name);
-    t->SetID(in[i].id);
-    t->SetAddUnit(in[i].add_unit);
-    inArray.Add(t.get());
-  }
-  for (std::size_t i = 0; i < outCount; ++i) {
-    auto& t = outs.emplace_back(std::make_unique<COptOutTray>());
-    t->SetName(out[i].name);
-    t->SetID(out[i].id);
-    t->SetAddUnit(out[i].add_unit);
-    t->SetDerivery(out[i].delivery);
-    outArray.Add(t.get());
-  }
-  call(inArray, outArray);
-  for (std::size_t i = 0; i < inCount; ++i) WriteBack(in[i], ins[i]->GetName(), ins[i]->GetID());
-  for (std::size_t i = 0; i < outCount; ++i) WriteBack(out[i], outs[i]->GetName(), outs[i]->GetID());
-  return ORVX_OK;
+std::vector<orvx::PictureTray> Trays(const orvx_tray* trays, std::size_t count) {
+  std::vector<orvx::PictureTray> out;
+  out.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) out.push_back({trays[i].name, trays[i].id, trays[i].add_unit, trays[i].delivery});
+  return out;
 }
 
-int CheckPicture(orvx_record* r, uint32_t* pictureId, orvx_error* err) {
+std::vector<std::string_view> Views(const char* const* names, std::size_t count) {
+  return {names, names + count};
+}
+
+}  // namespace
+
+struct orvx_trace {
+  orvx::PictureTrace trace;
+};
+
+namespace {
+
+// The one call, behind every picture function of this interface.
+int Picture(const orvx_record* r, const orvx_picture_call& c, uint32_t* pictureId, orvx_trace** trace,
+            orvx_error* err) {
+  if (trace) *trace = nullptr;
+  if (pictureId) *pictureId = 0;
   if (!r || !pictureId) return Fail(err, ORVX_E_ARGUMENT, "no record or no result to fill");
-  return ORVX_OK;
+  if (!TraysValid(c.in, c.in_count) || !TraysValid(c.out, c.out_count) ||
+      (c.extended && (!NamesValid(c.options, c.option_count) || !NamesValid(c.doc_options, c.doc_option_count))))
+    return Fail(err, ORVX_E_ARGUMENT, "a tray or name list, or a name in it, is NULL");
+  return Guard(err, [&] {
+    const std::vector<orvx::PictureTray> in = Trays(c.in, c.in_count), out = Trays(c.out, c.out_count);
+    std::vector<std::string_view> options, docOptions;
+    if (c.extended) options = Views(c.options, c.option_count), docOptions = Views(c.doc_options, c.doc_option_count);
+    orvx::PictureCall call{c.extended != 0, in, out, c.duplex_unit, c.output_unit, options, docOptions, {}, {}};
+    if (c.manual_tray_name) call.manualTrayName = c.manual_tray_name;
+    if (c.default_tray_name) call.defaultTrayName = c.default_tray_name;
+    auto owned = trace ? std::make_unique<orvx_trace>() : nullptr;
+    orvx::PictureCaller caller;
+    const DWORD id = caller.Call(*Rec(r), call, owned ? &owned->trace : nullptr);
+    for (std::size_t i = 0; i < c.in_count; ++i) WriteBack(c.in[i], caller.In(i).GetName(), caller.In(i).GetID());
+    for (std::size_t i = 0; i < c.out_count; ++i) WriteBack(c.out[i], caller.Out(i).GetName(), caller.Out(i).GetID());
+    *pictureId = id;
+    if (trace) *trace = owned.release();
+    return Ok(err);
+  });
+}
+
+// The fixed-shape calls take the host strings of the process-wide table.
+struct TableStrings {
+  std::string manual, dflt;
+  bool hasManual, hasDefault;
+  TableStrings()
+      : hasManual(orvx::host::FindStringResource(9481, manual)),  // a manual tray's name
+        hasDefault(orvx::host::FindStringResource(9482, dflt)) {}   // a default tray's name
+  void Into(orvx_picture_call& c) const {
+    c.manual_tray_name = hasManual ? manual.c_str() : nullptr;
+    c.default_tray_name = hasDefault ? dflt.c_str() : nullptr;
+  }
+};
+
+// Trays for the name-list forms: default fields, and results nobody reads.
+std::vector<orvx_tray> NameTrays(const char* const* names, std::size_t count) {
+  std::vector<orvx_tray> trays(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    trays[i].name = names[i];
+    trays[i].id = -1;
+    trays[i].delivery = 2;
+  }
+  return trays;
 }
 
 int FieldValue(const orvx_record* r, const orvx::FieldDesc* field, int64_t* value) {
@@ -310,66 +345,110 @@ int orvx_record_find_size_list_named(const orvx_record* r, const char* name, uns
   return FindSizeList(r, name, name != nullptr, out, capacity, length);
 }
 
-int orvx_picture_id(orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count, int duplex_unit,
-                    int output_unit, uint32_t* picture_id, orvx_error* err) {
-  if (const int s = CheckPicture(r, picture_id, err)) return s;
-  if (!TraysValid(in, in_count) || !TraysValid(out, out_count)) return Fail(err, ORVX_E_ARGUMENT, "a tray list, or a name in it, is NULL");
-  return Guard(err, [&] {
-    WithTrays(in, in_count, out, out_count, [&](CPtrArray& i, CPtrArray& o) {
-      *picture_id = Rec(r)->GetPictureID(i, o, duplex_unit, output_unit);
-    });
-    return Ok(err);
+int orvx_picture(const orvx_record* r, const orvx_picture_call* call, uint32_t* picture_id, orvx_trace** trace,
+                 orvx_error* err) {
+  if (!call) {
+    if (trace) *trace = nullptr;
+    if (picture_id) *picture_id = 0;
+    return Fail(err, ORVX_E_ARGUMENT, "no call");
+  }
+  return Picture(r, *call, picture_id, trace, err);
+}
+
+const char* orvx_trace_rule(const orvx_trace* t) { return t && !t->trace.rule.empty() ? t->trace.rule.c_str() : nullptr; }
+size_t orvx_trace_count(const orvx_trace* t) { return t ? t->trace.steps.size() : 0; }
+
+int orvx_trace_step_at(const orvx_trace* t, size_t i, orvx_trace_step* step) {
+  if (!t || !step || i >= t->trace.steps.size()) return ORVX_E_ARGUMENT;
+  const orvx::PictureTraceStep& s = t->trace.steps[i];
+  *step = {static_cast<int>(s.kind), s.name.c_str(), s.inputName.c_str(), s.finalName.c_str(), s.row, s.test.c_str(),
+           s.added, s.id};
+  return ORVX_OK;
+}
+
+void orvx_trace_free(orvx_trace* t) { delete t; }
+
+const char* orvx_rule_for(int vendor, int group, int extended, uint32_t* fixed_result) {
+  const orvx::PictureRoute route = orvx::ChoosePictureRule(vendor, group, extended != 0);
+  if (fixed_result) *fixed_result = route.rule ? 0 : route.fixedResult;
+  return route.rule;
+}
+
+size_t orvx_rule_row_count(const char* rule) {
+  if (!rule) return 0;
+  try {
+    const auto* rows = orvx::PictureRuleRows(rule);
+    return rows ? rows->size() : 0;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
+
+int orvx_rule_row_at(const char* rule, size_t i, orvx_rule_row* row) {
+  if (!rule || !row) return ORVX_E_ARGUMENT;
+  return Guard(nullptr, [&] {
+    const auto* rows = orvx::PictureRuleRows(rule);
+    if (!rows || i >= rows->size()) return static_cast<int>(ORVX_E_ARGUMENT);
+    // The literals as C string arrays, made once for every row and as fixed as the tables.
+    static const std::map<const orvx::PictureRuleRow*, std::vector<const char*>> literals = [] {
+      std::map<const orvx::PictureRuleRow*, std::vector<const char*>> all;
+      for (const auto& route : orvx::PictureRoutes())
+        if (const auto* rs = orvx::PictureRuleRows(route.rule))
+          for (const auto& one : *rs)
+            for (const std::string& l : one.literals) all[&one].push_back(l.c_str());
+      return all;
+    }();
+    static const std::vector<const char*> none;
+    const orvx::PictureRuleRow& r = (*rows)[i];
+    const auto found = literals.find(&r);
+    const std::vector<const char*>* lits = found == literals.end() ? &none : &found->second;
+    *row = {static_cast<int>(r.table), r.index, r.test.c_str(), lits->size(), lits->data(), r.bits, r.id,
+            r.effect.c_str()};
+    return static_cast<int>(ORVX_OK);
   });
 }
 
-int orvx_picture_id_ex(orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
+int orvx_picture_id(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
+                    int duplex_unit, int output_unit, uint32_t* picture_id, orvx_error* err) {
+  orvx_picture_call call{0, in, in_count, out, out_count, duplex_unit, output_unit, nullptr, 0, nullptr, 0, nullptr, nullptr};
+  return Guard(err, [&] {
+    TableStrings().Into(call);
+    return Picture(r, call, picture_id, nullptr, err);
+  });
+}
+
+int orvx_picture_id_ex(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
                        const char* const* options, size_t option_count, const char* const* doc_options,
                        size_t doc_option_count, uint32_t* picture_id, orvx_error* err) {
-  if (const int s = CheckPicture(r, picture_id, err)) return s;
-  if (!TraysValid(in, in_count) || !TraysValid(out, out_count) || !NamesValid(options, option_count) ||
-      !NamesValid(doc_options, doc_option_count))
-    return Fail(err, ORVX_E_ARGUMENT, "a tray or name list, or a name in it, is NULL");
+  orvx_picture_call call{1,       in,           in_count,    out,          out_count, 0, 0, options, option_count,
+                         doc_options, doc_option_count, nullptr, nullptr};
   return Guard(err, [&] {
-    CStringList opts, docs;
-    FillList(opts, options, option_count);
-    FillList(docs, doc_options, doc_option_count);
-    WithTrays(in, in_count, out, out_count, [&](CPtrArray& i, CPtrArray& o) {
-      *picture_id = Rec(r)->GetPictureIDEx(i, o, opts, docs);
-    });
-    return Ok(err);
+    TableStrings().Into(call);
+    return Picture(r, call, picture_id, nullptr, err);
   });
 }
 
-int orvx_picture_id_names(orvx_record* r, const char* const* in_names, size_t in_count, const char* const* out_names,
-                          size_t out_count, int duplex_unit, int output_unit, uint32_t* picture_id, orvx_error* err) {
-  if (const int s = CheckPicture(r, picture_id, err)) return s;
+int orvx_picture_id_names(const orvx_record* r, const char* const* in_names, size_t in_count,
+                          const char* const* out_names, size_t out_count, int duplex_unit, int output_unit,
+                          uint32_t* picture_id, orvx_error* err) {
   if (!NamesValid(in_names, in_count) || !NamesValid(out_names, out_count))
     return Fail(err, ORVX_E_ARGUMENT, "a name list, or a name in it, is NULL");
   return Guard(err, [&] {
-    CStringList in, out;
-    FillList(in, in_names, in_count);
-    FillList(out, out_names, out_count);
-    *picture_id = Rec(r)->GetPictureID(in, out, duplex_unit, output_unit);
-    return Ok(err);
+    std::vector<orvx_tray> in = NameTrays(in_names, in_count), out = NameTrays(out_names, out_count);
+    return orvx_picture_id(r, in.data(), in_count, out.data(), out_count, duplex_unit, output_unit, picture_id, err);
   });
 }
 
-int orvx_picture_id_ex_names(orvx_record* r, const char* const* in_names, size_t in_count,
+int orvx_picture_id_ex_names(const orvx_record* r, const char* const* in_names, size_t in_count,
                              const char* const* out_names, size_t out_count, const char* const* options,
                              size_t option_count, const char* const* doc_options, size_t doc_option_count,
                              uint32_t* picture_id, orvx_error* err) {
-  if (const int s = CheckPicture(r, picture_id, err)) return s;
-  if (!NamesValid(in_names, in_count) || !NamesValid(out_names, out_count) || !NamesValid(options, option_count) ||
-      !NamesValid(doc_options, doc_option_count))
+  if (!NamesValid(in_names, in_count) || !NamesValid(out_names, out_count))
     return Fail(err, ORVX_E_ARGUMENT, "a name list, or a name in it, is NULL");
   return Guard(err, [&] {
-    CStringList in, out, opts, docs;
-    FillList(in, in_names, in_count);
-    FillList(out, out_names, out_count);
-    FillList(opts, options, option_count);
-    FillList(docs, doc_options, doc_option_count);
-    *picture_id = Rec(r)->GetPictureIDEx(in, out, opts, docs);
-    return Ok(err);
+    std::vector<orvx_tray> in = NameTrays(in_names, in_count), out = NameTrays(out_names, out_count);
+    return orvx_picture_id_ex(r, in.data(), in_count, out.data(), out_count, options, option_count, doc_options,
+                              doc_option_count, picture_id, err);
   });
 }
 

@@ -1,6 +1,10 @@
-// The four picture-ID entry points: tray-name normalisation, temporary trays
-// for the name-list forms, and the choice of rule by vendor and model group.
+// The four picture-ID entry points and the one picture call: tray records
+// built from a caller's list, tray-name normalisation, and the choice of rule
+// by vendor and model group.
+#include "dispatch.h"
+
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -63,8 +67,7 @@ constexpr Route kExtended[] = {
 
 // The row that names the group on the vendor's line, else the line's row for
 // every other group, else none.
-template <std::size_t N>
-const Route* Find(const Route (&table)[N], int vendor, int group) {
+const Route* Find(std::span<const Route> table, int vendor, int group) {
   if (vendor != 1 && vendor != 2) return nullptr;
   const Route* others = nullptr;
   for (const Route& r : table) {
@@ -92,71 +95,106 @@ void Normalise(CPtrArray& inTrays, CPtrArray& outTrays) {
   }
 }
 
-// Tray records made from name lists, owned here and deleted on every path out.
-class TemporaryTrays {
- public:
-  TemporaryTrays(const CStringList& inNames, const CStringList& outNames) {
-    for (const CString& name : inNames) {
-      ins_.push_back(std::make_unique<COptInTray>());
-      ins_.back()->SetName(name);
-      in.Add(ins_.back().get());
-    }
-    for (const CString& name : outNames) {
-      outs_.push_back(std::make_unique<COptOutTray>());
-      outs_.back()->SetName(name);
-      out.Add(outs_.back().get());
-    }
-  }
-  TemporaryTrays(const TemporaryTrays&) = delete;
-  TemporaryTrays& operator=(const TemporaryTrays&) = delete;
-  ~TemporaryTrays() {
-    in.SetSize(0);
-    out.SetSize(0);
-  }
+}  // namespace
 
-  CPtrArray in;
-  CPtrArray out;
+DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists) {
+  const int vendor = record.GetVenderID();
+  if (extended || vendor == 1) Normalise(lists.in, lists.out);  // the classic copier line keeps "Option" names
+  const Route* route =
+      extended ? Find(kExtended, vendor, record.GetModelGroupID()) : Find(kClassic, vendor, record.GetModelGroupID());
+  Lists l = lists;
+  if (extended) {
+    l.duplexUnit = l.outputUnit = 0;
+  } else {
+    l.options = l.docOptions = {};
+    if (route && route->form == Form::ClassicDuplex) l.outputUnit = 0;
+  }
+  if (l.trace) l.trace->rule = route && route->name ? route->name : "";
+  if (route && route->rule) return Run(*route->rule, record, l);
 
- private:
-  std::vector<std::unique_ptr<COptInTray>> ins_;
-  std::vector<std::unique_ptr<COptOutTray>> outs_;
-};
+  Scan s = Start(record, l);
+  for (const auto kind : {PictureTraceStep::Option, PictureTraceStep::DocOption})
+    (kind == PictureTraceStep::Option ? l.options : l.docOptions).ForEach([&](std::string_view name) {
+      TraceName(s, kind, name, -1, "no rule runs for this group", 0);
+    });
+  Credit(s, route ? "fixed result of the group" : "no rule for this group", route ? route->fixed : 0);
+  return s.result;
+}
+
+void TrayRecords::Resize(std::size_t inCount, std::size_t outCount) {
+  while (ins_.size() < inCount) ins_.push_back(std::make_unique<COptInTray>());
+  while (outs_.size() < outCount) outs_.push_back(std::make_unique<COptOutTray>());
+  // Resized only when the count changes: emptying a pointer array frees its storage.
+  if (in.GetSize() != static_cast<int>(inCount)) in.SetSize(static_cast<int>(inCount));
+  if (out.GetSize() != static_cast<int>(outCount)) out.SetSize(static_cast<int>(outCount));
+  for (std::size_t i = 0; i < inCount; ++i) in.SetAt(static_cast<int>(i), ins_[i].get());
+  for (std::size_t i = 0; i < outCount; ++i) out.SetAt(static_cast<int>(i), outs_[i].get());
+}
+
+void TrayRecords::SetIn(std::size_t i, std::string_view name, int id, int addUnit) {
+  COptInTray& t = *ins_[i];
+  name_.assign(name);
+  t.SetName(name_.c_str());
+  t.SetID(id);
+  t.SetAddUnit(addUnit);
+}
+
+void TrayRecords::SetOut(std::size_t i, std::string_view name, int id, int addUnit, int delivery) {
+  COptOutTray& t = *outs_[i];
+  name_.assign(name);
+  t.SetName(name_.c_str());
+  t.SetID(id);
+  t.SetAddUnit(addUnit);
+  t.SetDerivery(delivery);
+}
+
+namespace {
+
+// Temporary tray records for a name-list entry point.
+void FromNames(TrayRecords& trays, const CStringList& inNames, const CStringList& outNames) {
+  trays.Resize(static_cast<std::size_t>(inNames.GetCount()), static_cast<std::size_t>(outNames.GetCount()));
+  std::size_t i = 0;
+  for (const CString& name : inNames) trays.SetIn(i++, name.view());
+  i = 0;
+  for (const CString& name : outNames) trays.SetOut(i++, name.view());
+}
+
+std::vector<int> GroupList(std::uint64_t mask) {
+  std::vector<int> groups;
+  for (int g = 0; g < 63; ++g)
+    if (mask >> g & 1) groups.push_back(g);
+  if (mask >> 63) groups.push_back(-1);
+  return groups;
+}
 
 }  // namespace
 }  // namespace orvx::picture
 
+using orvx::picture::Dispatch;
 using orvx::picture::Lists;
 using orvx::picture::Run;
 
 DWORD CPrnStaticInfo::GetPictureID(CStringList& inTrayNames, CStringList& outTrayNames, int duplexUnit,
                                    int outputUnit) {
-  orvx::picture::TemporaryTrays trays(inTrayNames, outTrayNames);
+  orvx::picture::TrayRecords trays;
+  orvx::picture::FromNames(trays, inTrayNames, outTrayNames);
   return GetPictureID(trays.in, trays.out, duplexUnit, outputUnit);
 }
 
 DWORD CPrnStaticInfo::GetPictureID(CPtrArray& inTrays, CPtrArray& outTrays, int duplexUnit, int outputUnit) {
-  const int vendor = GetVenderID();
-  if (vendor == 1) orvx::picture::Normalise(inTrays, outTrays);  // the copier line keeps "Option" names
-  const auto* route = orvx::picture::Find(orvx::picture::kClassic, vendor, GetModelGroupID());
-  if (!route) return 0;
-  if (!route->rule) return route->fixed;
-  const bool duplexOnly = route->form == orvx::picture::Form::ClassicDuplex;
-  return Run(*route->rule, *this, Lists{inTrays, outTrays, nullptr, nullptr, duplexUnit, duplexOnly ? 0 : outputUnit});
+  return Dispatch(*this, false, Lists{inTrays, outTrays, {}, {}, duplexUnit, outputUnit});
 }
 
 DWORD CPrnStaticInfo::GetPictureIDEx(CStringList& inTrayNames, CStringList& outTrayNames, CStringList& optionNames,
                                      CStringList& docOptionNames) {
-  orvx::picture::TemporaryTrays trays(inTrayNames, outTrayNames);
+  orvx::picture::TrayRecords trays;
+  orvx::picture::FromNames(trays, inTrayNames, outTrayNames);
   return GetPictureIDEx(trays.in, trays.out, optionNames, docOptionNames);
 }
 
 DWORD CPrnStaticInfo::GetPictureIDEx(CPtrArray& inTrays, CPtrArray& outTrays, CStringList& optionNames,
                                      CStringList& docOptionNames) {
-  orvx::picture::Normalise(inTrays, outTrays);
-  const auto* route = orvx::picture::Find(orvx::picture::kExtended, GetVenderID(), GetModelGroupID());
-  if (!route) return 0;
-  const bool docs = route->form == orvx::picture::Form::ExtendedDocs;
-  return Run(*route->rule, *this, Lists{inTrays, outTrays, &optionNames, docs ? &docOptionNames : nullptr});
+  return Dispatch(*this, true, Lists{inTrays, outTrays, optionNames, docOptionNames});
 }
 
 orvx::PictureRoute orvx::ChoosePictureRule(int vendor, int group, bool extended) {
@@ -165,26 +203,88 @@ orvx::PictureRoute orvx::ChoosePictureRule(int vendor, int group, bool extended)
   return {r ? r->name : nullptr, r ? r->fixed : 0};
 }
 
+// ---- the one picture call ---------------------------------------------------------
+
+struct orvx::PictureCaller::Trays {
+  picture::TrayRecords records;
+};
+
+orvx::PictureCaller::PictureCaller() : trays_(std::make_unique<Trays>()) {}
+orvx::PictureCaller::~PictureCaller() = default;
+const COptInTray& orvx::PictureCaller::In(std::size_t i) const { return trays_->records.In(i); }
+const COptOutTray& orvx::PictureCaller::Out(std::size_t i) const { return trays_->records.Out(i); }
+
+DWORD orvx::PictureCaller::Call(const CPrnStaticInfo& record, const PictureCall& call, PictureTrace* trace) {
+  picture::TrayRecords& t = trays_->records;
+  t.Resize(call.in.size(), call.out.size());
+  for (std::size_t i = 0; i < call.in.size(); ++i) t.SetIn(i, call.in[i].name, call.in[i].id, call.in[i].addUnit);
+  for (std::size_t i = 0; i < call.out.size(); ++i)
+    t.SetOut(i, call.out[i].name, call.out[i].id, call.out[i].addUnit, call.out[i].delivery);
+  if (trace) trace->Clear();
+  const picture::HostNames names{call.manualTrayName, call.defaultTrayName};
+  const DWORD id = Dispatch(record, call.extended,
+                            Lists{t.in, t.out, call.options, call.docOptions, call.duplexUnit, call.outputUnit, trace, &names});
+  if (trace)
+    for (PictureTraceStep& step : trace->steps) {
+      if (step.kind != PictureTraceStep::InTray && step.kind != PictureTraceStep::OutTray) continue;
+      const auto i = static_cast<std::size_t>(step.tray);
+      const bool in = step.kind == PictureTraceStep::InTray;
+      step.inputName = in ? call.in[i].name : call.out[i].name;
+      step.finalName = in ? t.In(i).GetName().view() : t.Out(i).GetName().view();
+    }
+  return id;
+}
+
+// ---- the rules' vocabulary ----------------------------------------------------------
+
+const std::vector<orvx::PictureRuleRoute>& orvx::PictureRoutes() {
+  static const std::vector<PictureRuleRoute> routes = [] {
+    std::vector<PictureRuleRoute> all;
+    for (const bool extended : {false, true})
+      for (const auto& r : extended ? std::span<const picture::Route>(picture::kExtended)
+                                    : std::span<const picture::Route>(picture::kClassic))
+        for (const int vendor : {1, 2}) {
+          const std::uint64_t mask = vendor == 1 ? r.printer : r.copier;
+          if (mask)
+            all.push_back(PictureRuleRoute{r.name ? r.name : "", extended, vendor, picture::GroupList(mask), r.fixed});
+        }
+    return all;
+  }();
+  return routes;
+}
+
+const std::vector<orvx::PictureRuleRow>* orvx::PictureRuleRows(std::string_view rule) {
+  static const std::map<std::string, std::vector<PictureRuleRow>, std::less<>> rows = [] {
+    std::map<std::string, std::vector<PictureRuleRow>, std::less<>> all;
+    for (const auto& r : picture::kClassic)
+      if (r.rule) picture::Describe(*r.rule, all[r.name]);
+    for (const auto& r : picture::kExtended)
+      if (r.rule) picture::Describe(*r.rule, all[r.name]);
+    return all;
+  }();
+  const auto it = rows.find(rule);
+  return it == rows.end() ? nullptr : &it->second;
+}
+
 // The rule functions themselves, one per row of the list.
 #define ORVX_CLASSIC(name, printer, copier)                                                               \
   DWORD CPrnStaticInfo::GetOptionFlag_##name(CPtrArray& inTrays, CPtrArray& outTrays, int duplexUnit,     \
                                              int outputUnit) {                                            \
-    return Run(orvx::picture::classic::name, *this,                                                       \
-               Lists{inTrays, outTrays, nullptr, nullptr, duplexUnit, outputUnit});                       \
+    return Run(orvx::picture::classic::name, *this, Lists{inTrays, outTrays, {}, {}, duplexUnit, outputUnit}); \
   }
 #define ORVX_CLASSIC_DUPLEX(name, printer, copier)                                                            \
   DWORD CPrnStaticInfo::GetOptionFlag_##name(CPtrArray& inTrays, CPtrArray& outTrays, int duplexUnit) {       \
-    return Run(orvx::picture::classic::name, *this, Lists{inTrays, outTrays, nullptr, nullptr, duplexUnit}); \
+    return Run(orvx::picture::classic::name, *this, Lists{inTrays, outTrays, {}, {}, duplexUnit});           \
   }
 #define ORVX_CLASSIC_FIXED(result, printer, copier)
 #define ORVX_EXTENDED(name, printer, copier)                                                                 \
   DWORD CPrnStaticInfo::GetOptionFlagEx_##name(CPtrArray& inTrays, CPtrArray& outTrays,                      \
                                                CStringList& optionNames) {                                   \
-    return Run(orvx::picture::extended::name, *this, Lists{inTrays, outTrays, &optionNames});               \
+    return Run(orvx::picture::extended::name, *this, Lists{inTrays, outTrays, optionNames});                \
   }
 #define ORVX_EXTENDED_DOCS(name, printer, copier)                                                               \
   DWORD CPrnStaticInfo::GetOptionFlagEx_##name(CPtrArray& inTrays, CPtrArray& outTrays, CStringList& optionNames, \
                                                CStringList& docOptionNames) {                                  \
-    return Run(orvx::picture::extended::name, *this, Lists{inTrays, outTrays, &optionNames, &docOptionNames});   \
+    return Run(orvx::picture::extended::name, *this, Lists{inTrays, outTrays, optionNames, docOptionNames});     \
   }
 #include "orvx/picture_rules.inc"

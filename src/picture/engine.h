@@ -6,9 +6,13 @@
 #include <array>
 #include <climits>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
+#include "orvx/picture.h"
+#include "orvx/picture_trace.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvx::picture {
@@ -96,9 +100,17 @@ enum class Step : std::uint8_t {
 
 inline constexpr int kKeep = INT_MIN;  // the row does not write the tray's ID
 
+// The host strings a call brings with it (9481, 9482). Without them the
+// rules read the process-wide table, as the host framework's entry points do.
+struct HostNames {
+  std::optional<std::string_view> manualTray, defaultTray;
+};
+
 // The state of one rule call.
 struct Scan {
   const CPrnStaticInfo& record;
+  PictureTrace* trace = nullptr;
+  const HostNames* names = nullptr;
   DWORD result = 0;
   int n = 0;             // drawer counter
   int f = 0;             // finisher counter
@@ -147,14 +159,36 @@ enum class BitPair : std::uint8_t {
   ReplacesStart,  // always; a document unit replaces the start value
 };
 
-// Lists a rule reads; the classic rules have no unit-name lists.
+// A list of unit names, from the framework's string list or from plain views.
+class Names {
+ public:
+  Names() = default;
+  Names(const CStringList& list) : list_(&list) {}  // NOLINT: the framework's entry points pass theirs
+  Names(std::span<const std::string_view> views) : views_(views) {}  // NOLINT
+  template <class F>
+  void ForEach(F f) const {
+    if (list_)
+      for (const CString& name : *list_) f(name.view());
+    else
+      for (const std::string_view name : views_) f(name);
+  }
+
+ private:
+  const CStringList* list_ = nullptr;
+  std::span<const std::string_view> views_{};
+};
+
+// Lists a rule reads; the classic rules have no unit-name lists, the
+// one-list rules no document units.
 struct Lists {
   CPtrArray& in;
   CPtrArray& out;
-  const CStringList* options = nullptr;
-  const CStringList* docOptions = nullptr;
+  Names options{};
+  Names docOptions{};
   int duplexUnit = 0;
   int outputUnit = 0;
+  PictureTrace* trace = nullptr;     // what the rule did, when asked
+  const HostNames* names = nullptr;  // null: the process-wide string table
 };
 
 inline constexpr UINT kManualTray = 9481;
@@ -165,8 +199,9 @@ inline constexpr UINT kDefaultTray = 9482;
 // bits.
 struct Rule {
   // The group's own code where rows cannot say it; when set, it runs instead
-  // of everything below.
+  // of everything below, and `describe` lists its tables.
   DWORD (*own)(const CPrnStaticInfo&, const Lists&) = nullptr;
+  void (*describe)(std::vector<PictureRuleRow>&) = nullptr;
   DWORD start = 0;
   std::span<const NameRow> options{};       // each option name, first match
   std::span<const NameRow> moreOptions{};   // a second table each name also goes through
@@ -187,8 +222,19 @@ struct Rule {
 
 DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists);
 
+// The rows of a rule, in the order the trace numbers them; `when` (may be
+// empty) says when this table applies, for rules with several.
+void Describe(const Rule& rule, std::vector<PictureRuleRow>& rows, std::string_view when = {});
+// The text of a name test: begins with "Cass" (4) or is "Tray 1".
+std::string DescribeTest(const Test& test);
+void AddLiterals(const Test& test, PictureRuleRow& row);
+
 // Building blocks for rules that are partly their own code.
-void ScanNames(Scan& s, std::span<const NameRow> rows, const CStringList& names);
+Scan Start(const CPrnStaticInfo& record, const Lists& lists);
+// Records one step of the rule's own; `bits` go into the result.
+void Credit(Scan& s, std::string_view what, DWORD bits, int row = -1);
+// Records a unit name that a table of kind `kind` tested; `row` is its match or -1.
+void TraceName(Scan& s, PictureTraceStep::Kind kind, std::string_view name, int row, std::string test, DWORD before);
 void ScanIn(Scan& s, std::span<const InRow> rows, CPtrArray& trays, Hook<COptInTray> pre = nullptr);
 void ScanOut(Scan& s, std::span<const OutRow> rows, CPtrArray& trays, Hook<COptOutTray> pre = nullptr,
              int missId = kKeep);

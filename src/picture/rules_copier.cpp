@@ -102,6 +102,10 @@ static DWORD ChooseAuklet(const CPrnStaticInfo& record, const Lists& lists) {
       lists.in.GetSize() > 4 && static_cast<const COptInTray*>(lists.in.GetAt(4))->GetName() == "Cassette 4";
   return Run(fourCassettes ? kAukletFourCassettes : kAukletCassettes, record, lists);
 }
-constexpr Rule classic::Auklet{.own = ChooseAuklet};
+static void DescribeAuklet(std::vector<PictureRuleRow>& rows) {
+  Describe(kAukletFourCassettes, rows, "the fifth in-tray is \"Cassette 4\"");
+  Describe(kAukletCassettes, rows, "the fifth in-tray is not \"Cassette 4\"");
+}
+constexpr Rule classic::Auklet{.own = ChooseAuklet, .describe = DescribeAuklet};
 
 }  // namespace orvx::picture

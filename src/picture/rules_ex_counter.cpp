@@ -2,6 +2,7 @@
 // (Plover), cassettes numbered by position (Auklet, Gannet) and counted
 // finisher trays.
 #include <array>
+#include <string>
 
 #include "rules.h"
 #include "shared_rows.h"
@@ -35,12 +36,18 @@ constexpr FeederConfig kPloverFeeders[] = {
     {5, 1, 0, 1, 0x1011342, {31, 21, 36, 37, 38, 0}},
 };
 
-// Installed units that the rule counts, in test order.
+// Installed units that the rule counts, in test order, and the bits each sets.
 enum PloverUnit { kGX268, kGX261, kGX266, kHI331, kHI372, kRJ7, kFU2, kPloverUnits };
-constexpr std::array<Test, kPloverUnits> kPloverUnitTests = {
-    Any(B("GX-268", 6)), Any(B("GX-261", 6)), Any(B("GX-266", 6)), Any(B("HI-331", 6)),
-    Any(B("HI-372", 6)), Any(B("RJ-7", 4)),   Any(B("FU-2", 4)),
-};
+constexpr std::array<NameRow, kPloverUnits> kPloverUnitRows = {{
+    {Any(B("GX-268", 6))},
+    {Any(B("GX-261", 6))},
+    {Any(B("GX-266", 6))},
+    {Any(B("HI-331", 6)), 0x100000},
+    {Any(B("HI-372", 6)), 0x100000},
+    {Any(B("RJ-7", 4)), 0x800000},
+    {Any(B("FU-2", 4)), 0x400000},
+}};
+constexpr Test kPloverDocUnit = Any(B("NMFR-8", 6));
 
 // Finisher and mailbox trays get their slots here; their bits come from the units.
 constexpr OutRow kPloverOut[] = {
@@ -52,50 +59,112 @@ constexpr OutRow kPloverOut[] = {
      .id = 92},
 };
 
+// The rule's own rows: the copier line's start and document-unit pair, then
+// the feeder configurations.
+enum { kPloverStart, kPloverWithDoc, kPloverWithoutDoc, kPloverFirstConfig };
+
+std::string ConfigText(const FeederConfig& row) {
+  return std::to_string(row.inTrays) + " in-trays, " + std::to_string(row.gx268) + " GX-268" +
+         (row.gx261 ? ", GX-261" : "") + (row.gx266 ? ", GX-266" : "");
+}
+
 // The configuration is the first row that has this many in-trays and units;
-// without one, no bits and the slots of row 1.
+// without one, no bits and the slots of row 1. The configurations' 0x1000000
+// needs a finisher unit (the units are the only source of 0x100000).
 static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
+  Scan s = Start(record, lists);
   std::array<int, kPloverUnits> units{};
-  if (lists.options)
-    for (const CString& name : *lists.options) {
-      for (std::size_t u = 0; u < units.size(); ++u) {
-        if (kPloverUnitTests[u].Matches(name.view())) {
-          ++units[u];
-          break;
-        }
+  lists.options.ForEach([&](std::string_view name) {
+    const DWORD before = s.result;
+    for (std::size_t u = 0; u < units.size(); ++u) {
+      if (kPloverUnitRows[u].test.Matches(name)) {
+        ++units[u];
+        s.result |= kPloverUnitRows[u].bits;
+        if (s.trace)
+          TraceName(s, PictureTraceStep::Option, name, static_cast<int>(u), DescribeTest(kPloverUnitRows[u].test), before);
+        return;
       }
     }
+    TraceName(s, PictureTraceStep::Option, name, -1, {}, before);
+  });
   bool docUnit = false;
-  if (lists.docOptions)
-    for (const CString& name : *lists.docOptions) docUnit = docUnit || name.view().starts_with("NMFR-8");
-
-  Scan s{record};
-  if (record.GetVenderID() == 2) s.result = 0x800 | (docUnit ? 0x4000000 : 0x2000000);
+  lists.docOptions.ForEach([&](std::string_view name) {
+    const bool match = kPloverDocUnit.Matches(name);
+    docUnit = docUnit || match;
+    if (s.trace)
+      TraceName(s, PictureTraceStep::DocOption, name, match ? 0 : -1, match ? DescribeTest(kPloverDocUnit) : "", s.result);
+  });
+  if (record.GetVenderID() == 2) {
+    Credit(s, "vendor 2: start value", 0x800, kPloverStart);
+    if (docUnit)
+      Credit(s, "vendor 2, a document unit is installed", 0x4000000, kPloverWithDoc);
+    else
+      Credit(s, "vendor 2, no document unit is installed", 0x2000000, kPloverWithoutDoc);
+  }
 
   const int c = lists.in.GetSize();
+  const bool finisher = units[kHI331] || units[kHI372];
   const FeederConfig* chosen = &kPloverFeeders[0];
   for (const auto& row : kPloverFeeders) {
     if (row.inTrays == c && row.gx268 == units[kGX268] && row.gx261 == (units[kGX261] > 0) &&
         row.gx266 == (units[kGX266] > 0)) {
-      s.result |= static_cast<DWORD>(row.bits);
+      const auto bits = static_cast<DWORD>(row.bits) & (finisher ? ~DWORD{0} : ~DWORD{0x1000000});
+      if (s.trace)
+        Credit(s, "feeder configuration: " + ConfigText(row), bits,
+               kPloverFirstConfig + static_cast<int>(&row - kPloverFeeders));
+      else
+        s.result |= bits;
       chosen = &row;
       break;
     }
   }
   if (c <= 6)
-    for (int j = 0; j < c; ++j)
-      static_cast<COptInTray*>(lists.in.GetAt(j))->SetID(chosen->slots[static_cast<std::size_t>(j)]);
+    for (int j = 0; j < c; ++j) {
+      auto& tray = *static_cast<COptInTray*>(lists.in.GetAt(j));
+      tray.SetID(chosen->slots[static_cast<std::size_t>(j)]);
+      if (!s.trace) continue;
+      PictureTraceStep step;
+      step.kind = PictureTraceStep::InTray;
+      step.name = tray.GetName().view();
+      step.tray = j;
+      step.test = "position " + std::to_string(j + 1) + " of feeder configuration " + ConfigText(*chosen);
+      step.id = tray.GetID();
+      s.trace->steps.push_back(std::move(step));
+    }
 
   ScanOut(s, kPloverOut, lists.out);
-
-  if (units[kHI331] || units[kHI372]) s.result |= 0x100000;
-  if (units[kRJ7]) s.result |= 0x800000;
-  if (units[kFU2]) s.result |= 0x400000;
-  // The configurations' 0x1000000 needs a finisher unit.
-  if (!(s.result & 0x100000)) s.result &= ~DWORD{0x1000000};
   return s.result;
 }
-constexpr Rule extended::Plover{.own = PloverByFeeders};
+
+static void DescribePlover(std::vector<PictureRuleRow>& rows) {
+  for (std::size_t u = 0; u < kPloverUnitRows.size(); ++u) {
+    PictureRuleRow row{PictureTraceStep::Option, static_cast<int>(u), DescribeTest(kPloverUnitRows[u].test), {},
+                       kPloverUnitRows[u].bits, -1, u < kHI331 ? "counted for the feeder configuration" : ""};
+    AddLiterals(kPloverUnitRows[u].test, row);
+    rows.push_back(std::move(row));
+  }
+  PictureRuleRow doc{PictureTraceStep::DocOption, 0, DescribeTest(kPloverDocUnit), {}, 0, -1, "a document unit"};
+  AddLiterals(kPloverDocUnit, doc);
+  rows.push_back(std::move(doc));
+  for (std::size_t k = 0; k < std::size(kPloverOut); ++k) {
+    PictureRuleRow row{PictureTraceStep::OutTray, static_cast<int>(k), DescribeTest(kPloverOut[k].test), {},
+                       kPloverOut[k].bits, kPloverOut[k].id, ""};
+    AddLiterals(kPloverOut[k].test, row);
+    rows.push_back(std::move(row));
+  }
+  rows.push_back({PictureTraceStep::Rule, kPloverStart, "vendor 2: start value", {}, 0x800, -1, ""});
+  rows.push_back({PictureTraceStep::Rule, kPloverWithDoc, "vendor 2 and a document unit", {}, 0x4000000, -1, ""});
+  rows.push_back({PictureTraceStep::Rule, kPloverWithoutDoc, "vendor 2 and no document unit", {}, 0x2000000, -1, ""});
+  for (std::size_t k = 0; k < std::size(kPloverFeeders); ++k) {
+    const FeederConfig& f = kPloverFeeders[k];
+    std::string slots;
+    for (int j = 0; j < f.inTrays && j < 6; ++j) slots += (j ? " " : "") + std::to_string(f.slots[static_cast<std::size_t>(j)]);
+    rows.push_back({PictureTraceStep::Rule, kPloverFirstConfig + static_cast<int>(k), "feeder configuration: " + ConfigText(f),
+                    {}, static_cast<DWORD>(f.bits), -1,
+                    "in-tray IDs " + slots + (f.bits & 0x1000000 ? "; 0x1000000 only with a finisher unit" : "")});
+  }
+}
+constexpr Rule extended::Plover{.own = PloverByFeeders, .describe = DescribePlover};
 
 // ---- Auklet ----------------------------------------------------------------------
 // The "(J)" models: cassettes are drawers up to four, then the side feeder.
@@ -113,7 +182,11 @@ static DWORD ChooseAuklet(const CPrnStaticInfo& record, const Lists& lists) {
   const bool jModel = model == "WR-4697(J)" || model == "WR-1949(J)";
   return Run(jModel ? kAukletJ : kAukletCassettes, record, lists);
 }
-constexpr Rule extended::Auklet{.own = ChooseAuklet};
+static void DescribeAuklet(std::vector<PictureRuleRow>& rows) {
+  Describe(kAukletJ, rows, "the model is WR-4697(J) or WR-1949(J)");
+  Describe(kAukletCassettes, rows, "another model");
+}
+constexpr Rule extended::Auklet{.own = ChooseAuklet, .describe = DescribeAuklet};
 
 // ---- Gannet ----------------------------------------------------------------------
 constexpr NameRow kGannetOptions[] = {

@@ -32,7 +32,8 @@ static int failures;
   X(orvx_record_size_list_block) X(orvx_picture_id) X(orvx_picture_id_ex) X(orvx_picture_id_names)       \
   X(orvx_picture_id_ex_names) X(orvx_host_set_string) X(orvx_host_clear_strings) X(orvx_host_set_app_name) \
   X(orvx_host_set_registry_key) X(orvx_host_set_registry_file) X(orvx_check_model) X(orvx_comm_config_save) \
-  X(orvx_comm_config_load)
+  X(orvx_comm_config_load) X(orvx_picture) X(orvx_trace_rule) X(orvx_trace_count) X(orvx_trace_step_at)       \
+  X(orvx_trace_free) X(orvx_rule_for) X(orvx_rule_row_count) X(orvx_rule_row_at)
 
 static unsigned char* read_file(const char* path, size_t* size) {
   FILE* f = fopen(path, "rb");
@@ -272,6 +273,56 @@ static void test_pictures(orvx_db* db) {
   CHECK(orvx_picture_id_names(r, in_names, 1, out_names, 1, 0, 0, NULL, &err) == ORVX_E_ARGUMENT);
 }
 
+/* The one call: its own host strings, a trace whose steps name the rows the
+ * vocabulary lists, and out-parameters set on failure. */
+static void test_picture_call(orvx_db* db) {
+  const orvx_record* r = orvx_db_lookup(db, "Vantor LP-1200", NULL, NULL);
+  orvx_tray in[2];
+  orvx_picture_call call;
+  orvx_trace* trace = NULL;
+  orvx_trace_step step;
+  orvx_rule_row row;
+  uint32_t id = 1, fixed = 1, credited = 0;
+  size_t i;
+  const char* rule;
+
+  memset(&call, 0, sizeof call);
+  in[0] = tray("Default Tray", -1);
+  in[1] = tray("Optional Cassette 2", -1);
+  call.extended = 1;
+  call.in = in;
+  call.in_count = 2;
+  call.default_tray_name = "Standard";
+  CHECK(orvx_host_set_string(9482, "Global") == ORVX_OK);
+  CHECK(orvx_picture(r, &call, &id, &trace, NULL) == ORVX_OK && id == 0x3);
+  CHECK(strcmp(in[0].final_name, "Standard") == 0 && in[0].id == 20 && in[1].id == 21);
+  rule = orvx_trace_rule(trace);
+  CHECK(rule && strcmp(rule, "GetOptionFlagEx_Nightjar") == 0 && orvx_trace_count(trace) == 2);
+  for (i = 0; orvx_trace_step_at(trace, i, &step) == ORVX_OK; ++i) {
+    size_t k, found = 0;
+    credited |= step.added;
+    for (k = 0; orvx_rule_row_at(rule, k, &row) == ORVX_OK; ++k)
+      found += row.table == step.kind && row.index == step.row && row.id == (i == 0 ? step.id : -1);
+    CHECK(step.kind == ORVX_STEP_IN_TRAY && found == 1);
+  }
+  CHECK(orvx_trace_step_at(trace, 1, &step) == ORVX_OK && strcmp(step.input_name, "Optional Cassette 2") == 0 &&
+        strcmp(step.name, "Cassette 2") == 0 && step.id == 21);
+  CHECK(credited == id && i == 2);
+  orvx_trace_free(trace);
+  CHECK(orvx_host_set_string(9482, NULL) == ORVX_OK);
+
+  CHECK(orvx_rule_for(2, 5, 0, &fixed) == NULL && fixed == 0x800);
+  CHECK(orvx_rule_for(1, 200, 1, &fixed) != NULL && fixed == 0);
+  CHECK(orvx_rule_row_count("GetOptionFlagEx_Nightjar") > 8 && orvx_rule_row_count("nothing") == 0);
+  CHECK(orvx_rule_row_at("GetOptionFlagEx_Nightjar", 0, &row) == ORVX_OK && row.table == ORVX_STEP_OPTION &&
+        row.literal_count == 3 && strcmp(row.literals[1], "HH-418") == 0 && row.bits == 0x10000 && row.id == -1);
+  CHECK(orvx_rule_row_at("GetOptionFlagEx_Nightjar", 1000, &row) == ORVX_E_ARGUMENT);
+
+  in[0].name = NULL;
+  CHECK(orvx_picture(r, &call, &id, &trace, NULL) == ORVX_E_ARGUMENT && id == 0 && trace == NULL);
+  CHECK(orvx_picture(r, NULL, &id, &trace, NULL) == ORVX_E_ARGUMENT && trace == NULL);
+}
+
 static void test_registry(const char* scratch) {
   static const char store[] =
       "Windows Registry Editor Version 5.00\r\n\r\n"
@@ -341,6 +392,7 @@ int main(int argc, char** argv) {
     test_failed_calls(db);
     test_fields_and_lists(db);
     test_pictures(copy);
+    test_picture_call(copy);
   }
   orvx_db_close(copy);
   orvx_db_close(db);

@@ -1,9 +1,12 @@
 """The Python package against the built library: the same answers as
 `orvdb eval`, errors as orvx.Error, record lifetimes, byte-faithful names.
 Environment: ORVX_LIBRARY (the library), ORVX_SAMPLE_DB, ORVDB_BINARY."""
+import functools
 import json
+import operator
 import os
 import pydoc
+import random
 import struct
 import subprocess
 import threading
@@ -49,6 +52,29 @@ class Package(unittest.TestCase):
         out = subprocess.run([os.environ["ORVDB_BINARY"], "eval"], capture_output=True, text=True, check=True,
                              input="".join(json.dumps(r) + "\n" for r in requests)).stdout
         self.assertEqual([json.loads(line) for line in out.splitlines()], expected)
+
+    def test_explain_credits_every_bit(self):
+        """Over the sample database and random machines, the bits the trace
+        credits make up the picture ID, and every unit name has its step."""
+        rng = random.Random(3)
+        words = ["Multi Purpose Tray", "Optional Cassette 1", "Cassette 2", "Cassette 4", "Bypass", "Tray 1",
+                 "Manual", "Default", "Draw", "Large", "GX-268", "GX-261", "HI-331", "HI-372", "RJ-7", "FU-404",
+                 "HH-418", "Face Down Tray", "Face-d", "Top Tray", "Finisher Tray A", "Multi F", "IL-2", "NN-93",
+                 "NMFR-8", "NMFR-9", "HG-937", "Doc-1", "nothing"]
+        with orvx.Database(SAMPLE) as db:
+            for r in db:
+                for _ in range(12):
+                    ins, outs, opts, docs = ([rng.choice(words) for _ in range(rng.randint(0, n))] for n in (6, 4, 3, 2))
+                    args = dict(classic=rng.random() < 0.3, duplex_unit=rng.randint(0, 1),
+                                output_unit=rng.randint(0, 2), manual_tray_name="Hand")
+                    value, rule, steps = r.picture_id(ins, outs, opts, docs, explain=True, **args)
+                    self.assertEqual(functools.reduce(operator.or_, (s.added for s in steps), 0), value, steps)
+                    self.assertEqual(r.picture_id(ins, outs, opts, docs, **args), value)
+                    if not args["classic"]:
+                        names = [s.name for s in steps if s.kind in ("option", "doc_option")]
+                        self.assertEqual(sorted(names), sorted(opts + docs), rule)
+            with self.assertRaises(orvx.Error):  # never cut silently
+                db[0].picture_id(["x" * 300])
 
     def test_errors_and_lifetimes(self):
         with open(SAMPLE, "rb") as f:

@@ -141,10 +141,10 @@ t 0 '' '' comcfg load --port 0x30 --hex --app Mon --key K
 # picture
 t 0 $'rule         GetOptionFlagEx_Nightjar\n' '' picture --db "$DB" 'Vantor LP-2100' --in 'Multi Purpose Tray' \
   'Optional Cassette 2' --out 'Face Down Tray' --option HH-418
-grep -q $'picture ID   0x00010802' out.txt && grep -q 'in-tray      "Cassette 2" -> ID 21' out.txt || fail "$(<out.txt)"
+grep -q $'picture ID   0x00010802' out.txt && grep -q 'in-tray      "Optional Cassette 2" -> "Cassette 2", ID 21' out.txt || fail "$(<out.txt)"
 t 0 '"rule":"GetOptionFlagEx_Auklet","pictureId":266241,"pictureIdHex":"0x00041001","bits":[1,4096,262144]' '' \
   picture --vendor 2 --group 14 --model-name 'WR-4697(J)' --in Bypass 'Cassette 1' --out Face-d --json
-grep -q '"inTrays":\[{"name":"Bypass","id":31},{"name":"Cassette 1","id":21}\],"outTrays":\[{"name":"Face-d","id":51}' \
+grep -q '"inTrays":\[{"name":"Bypass","id":31,"input":"Bypass"},{"name":"Cassette 1","id":21,"input":"Cassette 1"}\],"outTrays":\[{"name":"Face-d","id":51' \
   out.txt || fail "$(<out.txt)"
 t 0 '"pictureId":65537' '' picture --vendor 1 --group 1 --classic --in Manual --string 9481=Hand --duplex --json
 grep -q '"name":"Hand"' out.txt || fail "$(<out.txt)"
@@ -153,6 +153,18 @@ t 2 '' '' picture X --vendor 1 --group 1
 t 2 '' '' picture --vendor 1
 t 2 '' '' picture --vendor 70000 --group 1
 t 2 '' '' picture --vendor 1 --group 1 --string 9481
+# explain credits every bit, and names every unit; rules lists the tables
+t 0 $'explain      option "Finisher": no row matched' '' picture --vendor 2 --group 21 --option Finisher \
+  --doc-option ADF --in 'Optional Cassette 1' --explain
+grep -q 'in-tray 1 "Optional Cassette 1" tested as "Cassette 1": row 4' out.txt && grep -q 'doc-option "ADF"' out.txt &&
+  grep -q 'credited bits 0x04000001, the whole picture ID' out.txt || fail "$(<out.txt)"
+t 0 $'GetOptionFlagEx_Dunlin\n  in-tray 0: begins with "Manu" (4) or "Mult" (4) or "MP T" (4) -> bits 0x800, ID 12' '' \
+  rules --vendor 2 --group 21
+t 0 $'model        Vantor LP-1200\nvendor 1, group 2: GetPictureID GetOptionFlag_Crake;' '' rules --db "$DB" 'Vantor LP-1200 PCL6'
+t 2 '' '' rules --db "$DB" 'Vantor LP-1200' --vendor 2 --group 21
+t 0 '"GetPictureIDEx":{"rule":"GetOptionFlagEx_Nightjar"' '' rules --json
+t 0 '  any other group: GetPictureID none, picture ID 0; GetPictureIDEx GetOptionFlagEx_Nightjar' '' rules
+t 2 '' '' rules --vendor 1
 
 # eval: every request kind and every kind of bad request, answered as stored
 # (valid answers were checked against the library through its C interface).
@@ -242,7 +254,7 @@ cat cZ.dat >c1.dat
 ask c1.dat MZ
 ask h1.dat M1
 eval "exec ${EVAL[1]}>&-"
-wait $eval_pid || fail "eval through a pipe failed"
+wait "$eval_pid" || fail "eval through a pipe failed"
 
 # Output it was not asked to harm stays whole.
 echo '{"models":[{"ModelName":"A","VenderID":1}]}' >models.json
@@ -297,5 +309,19 @@ for bad in "$PWD" "$PWD/fifo" "$PWD/missing"; do
   t 2 '' "orvdb: $bad: " registry check "$bad"
   t 2 '' "orvdb: $bad: " lint "$bad"
 done
+
+# html: the page's files inlined around the database; a script's "</script" cannot end its element early.
+mkdir web && for f in style.css orvx_wasm.js orvx.js; do echo "/* $f */" >web/$f; done
+echo 'const s = "</script><b>";' >web/app.js && echo '{"models":[]}' >web/sample.json
+printf '%s\n' '<head><link rel="stylesheet" href="style.css">' '<!-- orvx:data --></head>' \
+  '<script src="orvx_wasm.js"></script>' '<script type="module" src="orvx.js"></script>' \
+  '<script type="module" src="app.js"></script>' >web/index.html
+t 0 '' '' html "$DB" -o page.html --web web
+[[ $(<page.html) == *"$(base64 -w0 "$DB")"* && $(<page.html) == *'"<\/script><b>"'* && $(<page.html) != *'src='* ]] ||
+  fail "html: page.html is not self-contained: $(head -c 300 page.html)"
+t 2 '' 'no web assets' html "$DB" -o none.html --web "$PWD/missing"
+head -c 100 "$DB" >cut.dat && t 2 '' "cut.dat" html cut.dat -o none.html --web web
+sed -i 's/orvx:data/other/' web/index.html && t 2 '' 'not the orvx page' html "$DB" -o none.html --web web
+[[ ! -e none.html ]] || fail "html wrote none.html after a failure"
 
 exit $failed

@@ -14,12 +14,12 @@
 #include "db_file.h"
 #include "db_json.h"
 #include "eval.h"
+#include "html_page.h"
 #include "lint.h"
 #include "orvx/afx_host.h"
 #include "orvx/comm_config.h"
 #include "orvx/database.h"
 #include "orvx/picture.h"
-#include "orvx/picture_trace.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
 #include "orvx/supported_model.h"
@@ -27,6 +27,7 @@
 #include "orvx/version.h"
 #include "orvx/whole_file.h"
 #include "picture_call.h"
+#include "rules.h"
 
 namespace {
 
@@ -225,6 +226,26 @@ int Build(const std::string& source, const std::string& output, bool strict) {
 }
 
 // A port descriptor in decimal or 0x-prefixed hex.
+// The workbench page for one database, from the first folder that holds the
+// web assets (the wasm preset's output).
+int Html(const std::string& dbPath, const std::string& output, const std::string& webDir) {
+  const std::vector<std::string> dirs = webDir.empty() ? orvdb::DefaultWebDirs() : std::vector<std::string>{webDir};
+  std::string probe, tried;
+  for (const auto& dir : dirs) {
+    if (orvx::ReadWholeFile(dir + "/orvx_wasm.js", probe).Failed()) {
+      tried += (tried.empty() ? "" : " or ") + dir;
+      continue;
+    }
+    std::string html, error;
+    if (!orvdb::MakeHtmlPage(dir, dbPath, html, error)) return Error(error);
+    if (!orvdb::WriteOutput(output, html, error)) return Error(error);
+    return kExitOk;
+  }
+  return Error("no web assets (orvx_wasm.js) in " + tried +
+               ": build them with scripts/install-deps.sh --web && cmake --workflow --preset wasm, "
+               "install them with cmake --install build/wasm, or name their folder with --web DIR");
+}
+
 bool ParseDescriptor(const std::string& text, DWORD& out) {
   try {
     std::size_t used = 0;
@@ -249,23 +270,39 @@ struct PictureOptions {
   int outputUnit = 0;
 };
 
-// What the rule did with each name, as the engine recorded it.
-void PrintTrace(const orvx::PictureTrace& trace) {
-  for (const auto& step : trace.Steps()) {
-    static const char* const kKinds[] = {"option", "in-tray", "out-tray"};
-    std::cout << "explain      " << kKinds[step.kind] << " \"" << step.name << "\": ";
-    if (step.row < 0) {
-      std::cout << "no row matched";
-    } else {
-      std::cout << "row " << step.row << " (" << step.test << "), bits ";
-      if (step.added)
-        std::cout << "0x" << std::hex << step.added << std::dec;
-      else
-        std::cout << "none";
+const char* const kStepKinds[] = {"option", "doc-option", "in-tray", "out-tray", "rule"};
+const char* const kStepKindsJson[] = {"option", "docOption", "inTray", "outTray", "rule"};
+
+std::string Quote(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
+// What the rule did with each name, and every bit it set by itself, as the
+// engine recorded it while it ran.
+void PrintTrace(const orvx::PictureTrace& trace, DWORD pictureId) {
+  DWORD credited = 0;
+  for (const auto& step : trace.steps) {
+    credited |= step.added;
+    std::cout << "explain      " << kStepKinds[step.kind];
+    const bool tray = step.kind == orvx::PictureTraceStep::InTray || step.kind == orvx::PictureTraceStep::OutTray;
+    if (tray) {
+      std::cout << " " << step.tray + 1 << " " << Quote(step.inputName);
+      if (step.name != step.inputName) std::cout << " tested as " << Quote(step.name);
+      if (step.finalName != step.name) std::cout << " now " << Quote(step.finalName);
+    } else if (step.kind != orvx::PictureTraceStep::Rule) {
+      std::cout << " " << Quote(step.name);
     }
-    if (step.kind != orvx::PictureTraceStep::Option) std::cout << ", ID " << step.id;
+    std::cout << ": ";
+    if (step.kind == orvx::PictureTraceStep::Rule)
+      std::cout << step.test << (step.row >= 0 ? " (row " + std::to_string(step.row) + ")" : "");
+    else if (step.row >= 0)
+      std::cout << "row " << step.row << " (" << step.test << ")";
+    else
+      std::cout << (step.test.empty() ? "no row matched" : step.test);
+    std::cout << ", bits " << (step.added ? Hex32(step.added) : "none");
+    if (tray) std::cout << ", ID " << step.id;
     std::cout << "\n";
   }
+  std::cout << "explain      credited bits " << Hex32(credited)
+            << (credited == pictureId ? ", the whole picture ID" : ", not the picture ID") << "\n";
 }
 
 int Picture(const PictureOptions& o) {
@@ -304,14 +341,14 @@ int Picture(const PictureOptions& o) {
     record = &db[static_cast<std::size_t>(found.index)];
     fellBack = found.how == orvx::Match::Default;
   }
-  std::optional<orvx::PictureTrace> trace;
-  if (o.explain) trace.emplace();
+  orvx::PictureTrace trace;
   orvdb::PictureCaller caller;
-  const DWORD pictureId = caller.Call(*record, r);
-  // The trays as the rule left them: f(name, id) for each in-tray or out-tray.
+  const DWORD pictureId = caller.Call(*record, r, o.explain ? &trace : nullptr);
+  // The trays as the rule left them: f(input name, final name, id) for each in-tray or out-tray.
   const auto trays = [&](bool out, auto f) {
     for (std::size_t i = 0; i < (out ? r.outCount : r.inCount); ++i)
-      out ? f(caller.Out(i).GetName().str(), caller.Out(i).GetID()) : f(caller.In(i).GetName().str(), caller.In(i).GetID());
+      out ? f(r.out[i].name, caller.Out(i).GetName().str(), caller.Out(i).GetID())
+          : f(r.in[i].name, caller.In(i).GetName().str(), caller.In(i).GetID());
   };
   const orvx::PictureRoute route = orvx::ChoosePictureRule(record->GetVenderID(), record->GetModelGroupID(), !o.classic);
   std::vector<DWORD> bits;
@@ -332,18 +369,26 @@ int Picture(const PictureOptions& o) {
     j["bits"] = bits;
     for (const bool out : {false, true}) {
       auto& arr = j[out ? "outTrays" : "inTrays"] = orvdb::Json::array();
-      trays(out, [&](const std::string& name, int id) { arr.push_back({{"name", name}, {"id", id}}); });
+      trays(out, [&](const std::string& input, const std::string& name, int id) {
+        arr.push_back({{"name", name}, {"id", id}, {"input", input}});
+      });
     }
-    if (trace) {
+    if (o.explain) {
       auto& steps = j["explain"] = orvdb::Json::array();
-      static const char* const kKinds[] = {"option", "inTray", "outTray"};
-      for (const auto& step : trace->Steps())
-        steps.push_back({{"kind", kKinds[step.kind]},
+      for (const auto& step : trace.steps) {
+        orvdb::Json s = {{"kind", kStepKindsJson[step.kind]},
                          {"name", step.name},
                          {"row", step.row < 0 ? orvdb::Json(nullptr) : orvdb::Json(step.row)},
                          {"test", step.test},
-                         {"bits", step.added},
-                         {"id", step.id}});
+                         {"bits", step.added}};
+        if (step.kind == orvx::PictureTraceStep::InTray || step.kind == orvx::PictureTraceStep::OutTray) {
+          s["tray"] = step.tray;
+          s["input"] = step.inputName;
+          s["final"] = step.finalName;
+          s["id"] = step.id;
+        }
+        steps.push_back(std::move(s));
+      }
     }
     std::cout << JsonText(j) << "\n";
   } else {
@@ -357,11 +402,41 @@ int Picture(const PictureOptions& o) {
     for (DWORD b : bits) std::cout << " 0x" << std::hex << b << std::dec;
     std::cout << (bits.empty() ? " none\n" : "\n");
     for (const bool out : {false, true})
-      trays(out, [&](const std::string& name, int id) {
-        std::cout << (out ? "out-tray     " : "in-tray      ") << "\"" << name << "\" -> ID " << id << "\n";
+      trays(out, [&](const std::string& input, const std::string& name, int id) {
+        std::cout << (out ? "out-tray     " : "in-tray      ") << Quote(input);
+        if (name != input) std::cout << " -> " << Quote(name);
+        std::cout << ", ID " << id << "\n";
       });
-    if (trace) PrintTrace(*trace);
+    if (o.explain) PrintTrace(trace, pictureId);
   }
+  return kExitOk;
+}
+
+// The rules of a model or of a vendor and group; without either, every pair and rule.
+int Rules(const PictureOptions& o, bool json) {
+  const bool fresh = o.vendor >= 0 || o.group >= 0;
+  if (fresh && !o.model.empty()) return Error("give either MODEL or --vendor and --group");
+  if (fresh && (o.vendor < 0 || o.group < 0)) return Error("--vendor and --group go together");
+  if (!fresh && o.model.empty()) {
+    orvdb::PrintAllRules(std::cout, json);
+    return kExitOk;
+  }
+  CPrnStaticInfo record;
+  std::string name;
+  orvx::ModelDatabase db;
+  if (fresh) {
+    record.SetVenderID(static_cast<WORD>(o.vendor));
+    record.SetModelGroupID(static_cast<WORD>(o.group));
+  } else {
+    std::string error;
+    if (!orvdb::LoadDatabase(o.db, db, error)) return Error(error);
+    const orvx::LookupResult found = db.Lookup(o.model);
+    if (found.index < 0) return Error(o.db + ": the database holds no models");
+    record.SetVenderID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetVenderID()));
+    record.SetModelGroupID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetModelGroupID()));
+    name = db[static_cast<std::size_t>(found.index)].GetModelName().str();
+  }
+  orvdb::PrintRulesFor(std::cout, record, name, json);
   return kExitOk;
 }
 
@@ -536,6 +611,12 @@ int Run(int argc, char** argv) {
   bool buildStrict = false;
   build->add_flag("--strict", buildStrict, "Fail, writing nothing, when lint finds anything");
 
+  auto* html = app.add_subcommand("html", "Write the model workbench for a database as one self-contained HTML file");
+  std::string htmlDb, htmlOut, webDir;
+  html->add_option("DB", htmlDb, "Database file, or its JSON form")->required();
+  html->add_option("-o,--output", htmlOut, "HTML file to write; - for standard output")->required();
+  html->add_option("--web", webDir, "Folder of the web assets (default: the installed ones, then build/wasm/web)");
+
   auto* supported = app.add_subcommand("supported", "Ask whether a model is supported over an interface");
   std::string model, regPath;
   DWORD interfaceNumber = 0;
@@ -577,7 +658,13 @@ int Run(int argc, char** argv) {
   picture->add_option("--string", po.strings, "A host string resource, ID=TEXT (9481 manual tray, 9482 default tray)");
   picture->add_flag("--json", po.json, "Print one JSON object");
   picture->add_flag("--explain", po.explain, "Show the rule row each option and tray name matched, and what it set");
-  for (auto* sub : {show, list, supported, lint}) sub->add_flag("--json", json, "Print JSON");
+  auto* rules = app.add_subcommand("rules", "Show which rule serves a model group and what its tables recognise");
+  PictureOptions ro;
+  rules->add_option("MODEL", ro.model, "Model name, looked up with the library's rules (none: every vendor and group)");
+  rules->add_option("--db", ro.db, "Database file (default: ORVDB.dat in the current directory)");
+  rules->add_option("--vendor", ro.vendor, "Vendor ID, instead of MODEL")->check(CLI::Range(0, 65535));
+  rules->add_option("--group", ro.group, "Model group ID, instead of MODEL")->check(CLI::Range(0, 65535));
+  for (auto* sub : {show, list, supported, lint, rules}) sub->add_flag("--json", json, "Print JSON");
 
   auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
   eval->footer(
@@ -625,6 +712,8 @@ int Run(int argc, char** argv) {
   if (*exp) return Export(db);
   if (*build) return Build(source, output, buildStrict);
   if (*picture) return Picture(po);
+  if (*html) return Html(htmlDb, htmlOut, webDir);
+  if (*rules) return Rules(ro, json);
   if (*eval) {
     std::ios::sync_with_stdio(false);
     orvdb::Evaluator evaluator;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "orvx/picture.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvdb {
@@ -35,22 +36,21 @@ struct PictureRequest {
   std::string& AddDocOption();
 };
 
-// Makes picture calls, keeping its tray records and lists from one call to
-// the next, so that a stream of requests allocates nothing once warm.
+// Makes picture calls through the library's one picture call, keeping its
+// lists from one call to the next, so that a stream of requests allocates
+// nothing once warm.
 class PictureCaller {
  public:
-  // Runs `request` on `record`; the host string table is the request's for
-  // the call. The result: the picture ID, and `In(i)` / `Out(i)` the trays
-  // as the rule left them (tray form only).
-  DWORD Call(CPrnStaticInfo& record, const PictureRequest& request);
-  const COptInTray& In(std::size_t i) const { return *ins_[i]; }
-  const COptOutTray& Out(std::size_t i) const { return *outs_[i]; }
+  // Runs `request` on `record` with the request's host strings. The result:
+  // the picture ID, and `In(i)` / `Out(i)` the trays as the rule left them.
+  DWORD Call(const CPrnStaticInfo& record, const PictureRequest& request, orvx::PictureTrace* trace = nullptr);
+  const COptInTray& In(std::size_t i) const { return caller_.In(i); }
+  const COptOutTray& Out(std::size_t i) const { return caller_.Out(i); }
 
  private:
-  std::vector<std::unique_ptr<COptInTray>> ins_;
-  std::vector<std::unique_ptr<COptOutTray>> outs_;
-  CPtrArray in_, out_;
-  CStringList inNames_, outNames_, options_, docOptions_;
+  orvx::PictureCaller caller_;
+  std::vector<orvx::PictureTray> in_, out_;
+  std::vector<std::string_view> options_, docOptions_;
 };
 
 }  // namespace orvdb

@@ -1,0 +1,19 @@
+// One self-contained HTML file of the model workbench: the page, the
+// WebAssembly module and a database, inlined, for opening from file://.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orvdb {
+
+// Where `orvdb html` looks for the page's files when not told (--web):
+// the installed share/orvx/web, then the wasm preset's build folder.
+std::vector<std::string> DefaultWebDirs();
+
+// The page for database `dbPath` (its file layout or JSON form), from the
+// web assets in `webDir`, into `html`. False with `error` when an asset is
+// missing or the database cannot be read.
+bool MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html, std::string& error);
+
+}  // namespace orvdb
