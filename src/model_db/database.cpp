@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lookup.h"
+#include "name_index.h"
 #include "orvx/whole_file.h"
 
 namespace orvx {
@@ -19,8 +20,18 @@ const char* MatchName(Match how) {
 }
 
 ModelDatabase::ModelDatabase() = default;
-ModelDatabase::ModelDatabase(ModelDatabase&&) noexcept = default;
-ModelDatabase& ModelDatabase::operator=(ModelDatabase&&) noexcept = default;
+// Indexes stay behind: each database makes its own when it is next looked in.
+ModelDatabase::ModelDatabase(ModelDatabase&& other) noexcept : records_(std::move(other.records_)) {
+  other.records_.clear();
+  other.index_.store(nullptr);
+}
+ModelDatabase& ModelDatabase::operator=(ModelDatabase&& other) noexcept {
+  records_ = std::move(other.records_);
+  other.records_.clear();
+  index_.store(nullptr);
+  other.index_.store(nullptr);
+  return *this;
+}
 ModelDatabase::~ModelDatabase() = default;
 
 namespace {
@@ -68,6 +79,7 @@ bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
   if (!ReadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, path, loaded, error, nullptr))
     return false;
   records_ = std::move(loaded);
+  index_.store(nullptr);
   return true;
 }
 
@@ -75,15 +87,31 @@ bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& er
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
   if (!ReadBytes(bytes, "buffer", loaded, error, consumed)) return false;
   records_ = std::move(loaded);
+  index_.store(nullptr);
   return true;
 }
 
+std::shared_ptr<const detail::NameIndex> ModelDatabase::Index() const {
+  return detail::CurrentIndex(index_, indexLock_, records_.size(), records_.data(),
+                              [this](std::size_t i) -> const CPrnStaticInfo& { return *records_[i]; });
+}
+
 LookupResult ModelDatabase::Lookup(std::string_view name) const {
-  return detail::Lookup(records_.size(), name, [this](std::size_t i) { return records_[i]->GetModelName().view(); });
+  if (records_.empty()) return {};
+  return detail::Lookup(*Index(), records_.size(), name,
+                        [this](std::size_t i) { return records_[i]->GetModelName().view(); });
+}
+
+std::ptrdiff_t ModelDatabase::FirstNameIn(std::string_view text) const {
+  if (records_.empty()) return -1;
+  const std::uint32_t first = Index()->FirstIn(text);
+  return first == detail::kNoRecord ? -1 : static_cast<std::ptrdiff_t>(first);
 }
 
 void ModelDatabase::Add(std::unique_ptr<CPrnStaticInfo> record) {
-  if (record) records_.push_back(std::move(record));
+  if (!record) return;
+  records_.push_back(std::move(record));
+  index_.store(nullptr);
 }
 
 void ModelDatabase::Store(CArchive& ar) const {
