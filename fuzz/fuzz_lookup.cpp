@@ -11,8 +11,12 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::vector<std::string> names(1);
-  for (std::size_t i = 0; i < size; ++i)
-    data[i] ? names.back().push_back(static_cast<char>(data[i])) : names.emplace_back();
+  for (std::size_t i = 0; i < size; ++i) {
+    if (data[i])
+      names.back().push_back(static_cast<char>(data[i]));
+    else
+      names.emplace_back();
+  }
   const std::string query = names.back();
   names.pop_back();
   orvx::ModelDatabase db;

@@ -61,7 +61,7 @@ t 0 '' '' build e.json -o e.dat && "$ORVDB" export --db e.dat >e2.json && t 0 ''
 same e.dat e2.dat
 # Keys left out take a new record's values.
 echo '{"models":[{"ModelName":"A"}]}' >d.json && t 0 '' '' build d.json -o d.dat && t 0 '' '' export --db d.dat
-[[ $(<out.txt) == *'"Flags": 0,'*'"FlagNames": [],'*'"Info0108": -1,'*'"Info040A": 255,'*'"InTraySPSZSizeList": null'$'\n''    }'* ]] ||
+[[ $(<out.txt) == *'"Flags": 0,'*'"FlagNames": [],'*'"Info0108": -1,'*'"Info040A": 255,'*'"InTraySPSZSizeList": null'$'\n''  }'* ]] ||
   fail "defaults, in database order with the names beside the flags and the block last: $(<out.txt)"
 
 # Bad models name the model and the key, and write nothing.
@@ -218,6 +218,37 @@ for i in 1 2; do
 done
 eval "exec ${EVAL[1]}>&-"
 wait $EVAL_PID || fail "eval through a pipe failed"
+
+# diff: one row per case, OLD and NEW as JSON models; "|" separates the models.
+d() {  # d CODE OUT OLD NEW [OPTIONS...]
+  local code=$1 out=$2
+  echo "{\"models\":[{\"ModelName\":\"D\"},${3//|/,}]}" >old.json
+  echo "{\"models\":[{\"ModelName\":\"D\"},${4//|/,}]}" >new.json
+  shift 4
+  t "$code" "$out" '' diff "$@" old.json new.json
+}
+A='{"ModelName":"A"}' B='{"ModelName":"B"}' C='{"ModelName":"C"}'
+printf 'LP-1200 PS\n' >names.txt
+printf '{"op":"picture","db":"any.dat","model":"A","inTrays":["Multi Purpose Tray"]}\n' >configs.txt
+d 0 'no differences' "$A|$B" "$A|$B"
+d 1 $'changed  "A" (record 2)\n    VenderID: 2 -> 3' "$A|"'{"ModelName":"A","VenderID":2}' "$A|"'{"ModelName":"A","VenderID":3}'
+d 1 'added    record 2 "B"' "$A" "$A|$B"
+d 1 'removed  record 1 "A"' "$A|$B" "$B"
+d 1 'Flags: -IXDuplexer +IsColorPrinter' '{"ModelName":"A","Flags":1}' '{"ModelName":"A","Flags":8}'
+d 1 'size list of tray 1: 01 02 -> 01 03' '{"ModelName":"A","InTraySPSZSizeList":[5,1,2,1,2]}' '{"ModelName":"A","InTraySPSZSizeList":[5,1,2,1,3]}'
+d 1 'size list of tray "C1": (no entry) -> 07' '{"ModelName":"A"}' '{"ModelName":"A","InTraySPSZSizeList":[{"tray":"C1","sizes":[7]}]}'
+d 1 'moved    "A": record 1 -> 3' "$A|$B|$C" "$B|$C|$A"
+d 1 'lookup   "LP-1200 PCL6": record 1 "LP-1200" (substring) -> record 1 "LP-12" (substring)' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}'
+d 1 'lookup   "LP-1200 PS"' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --names names.txt
+d 1 'picture  line 1 "A": record 1 "A", picture ID 0x00000800 -> 0x00000000; in-tray 0 "Multi Purpose Tray" ID 12 -> -1' \
+  '{"ModelName":"A","VenderID":1}' '{"ModelName":"A","VenderID":7}' --configs configs.txt
+d 1 $'0 added, 1 removed, 0 changed, 0 moved, 2 lookups drift, 0 pictures drift\n' "$A|$B" "$A" --summary
+[[ $(wc -l <out.txt) == 1 ]] || fail "diff --summary printed more than the counts"
+d 1 '"summary":{"added":1,"removed":0,"changed":0,"moved":0,"lookupDrift":3,' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --json
+d 2 '' "$A" "$A" --names /nonexistent/names.txt
+echo '{"op":"picture"}' >configs.txt
+d 2 '' "$A" "$A" --configs configs.txt
+t 2 '' 'missing.dat: no such file' diff "$DB" missing.dat
 
 # Output it was not asked to harm stays whole.
 echo '{"models":[{"ModelName":"A","VenderID":1}]}' >models.json

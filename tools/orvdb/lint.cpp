@@ -41,8 +41,9 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
   std::set<int> numbers;
   std::set<std::string> names;
   bool sawUnnamed = false;
-  for (orvx::SizeListEntry e; reader.Next(e);) {
-    const std::string at = " (entry at byte " + std::to_string(e.offset) + ")";
+  std::size_t entry = 0;
+  for (orvx::SizeListEntry e; reader.Next(e); ++entry) {
+    const std::string at = " (entry " + std::to_string(entry) + ", at byte " + std::to_string(e.offset) + ")";
     if (e.key == orvx::kNamedSizeList && !e.Named()) {
       add("size-list-malformed", "a named size list without the zero byte that ends its name" + at);
     } else if (e.Named()) {
@@ -58,8 +59,9 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
     }
   }
   if (reader.Broken())
-    add("size-list-malformed", "the size list at byte " + std::to_string(reader.BrokenAt()) +
-                                   " runs past the end of the block; it and all after it are never read");
+    add("size-list-malformed", "entry " + std::to_string(entry) + " of the size lists (at byte " +
+                                   std::to_string(reader.BrokenAt()) + ", key " + std::to_string(block[reader.BrokenAt()]) +
+                                   ") runs past the end of the block; it and all after it are never read");
 }
 
 }  // namespace

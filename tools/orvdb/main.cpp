@@ -13,6 +13,7 @@
 
 #include "db_file.h"
 #include "db_json.h"
+#include "diff.h"
 #include "eval.h"
 #include "lint.h"
 #include "orvx/afx_host.h"
@@ -150,30 +151,30 @@ int Export(const std::string& path) {
   orvx::ModelDatabase db;
   std::string error;
   if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
-  orvdb::Json models = orvdb::Json::array();
-  for (std::size_t i = 0; i < db.size(); ++i) models.push_back(orvdb::RecordToJson(db[i]));
-  std::cout << orvdb::Json{{"models", std::move(models)}}.dump(2) << "\n";
+  // One record at a time, one key a line (values on one line each, size
+  // lists one tray a line): line-oriented diffs of two exports read well.
+  std::string text = "{\"models\": [";
+  for (std::size_t i = 0; i < db.size(); ++i) {
+    text += i ? ",\n  {" : "\n  {";
+    const orvdb::Json r = orvdb::RecordToJson(db[i]);
+    bool first = true;
+    for (const auto& [key, value] : r.items()) {
+      text += first ? "\n    " : ",\n    ";
+      first = false;
+      text += orvdb::Json(key).dump() + ": ";
+      if (!value.is_array() || value.empty() || !value[0].is_object()) {
+        text += value.dump();
+        continue;
+      }
+      for (std::size_t t = 0; t < value.size(); ++t) text += (t ? ",\n      " : "[\n      ") + value[t].dump();
+      text += "\n    ]";
+    }
+    text += "\n  }";
+    std::cout << text;
+    text.clear();
+  }
+  std::cout << "\n]}\n";
   return kExitOk;
-}
-
-// A database from its JSON source, or an error line naming the file.
-bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error) {
-  std::string text;
-  if (const orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) {
-    error = e.message;
-    return false;
-  }
-  try {
-    db = orvdb::ModelsFromJson(orvdb::Json::parse(text));
-  } catch (const orvdb::Json::parse_error& e) {
-    const std::string what = e.what();
-    error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
-    return false;
-  } catch (const orvdb::ImportError& e) {
-    error = source + ": " + e.what();
-    return false;
-  }
-  return true;
 }
 
 void PrintFindings(const std::string& file, const std::vector<orvdb::Finding>& findings, bool json,
@@ -203,7 +204,7 @@ int Lint(const std::string& path, bool json) {
   std::vector<orvdb::Finding> findings;
   const auto first = bytes.find_first_not_of(" \t\r\n");
   if (first != std::string::npos && bytes[first] == '{') {
-    if (!ReadModels(path, db, error)) return Error(error);
+    if (!orvdb::ReadModels(path, db, error)) return Error(error);
   } else if (!orvdb::LintFile(bytes, db, findings, error)) {
     return Error(path + ": " + error);
   }
@@ -216,7 +217,7 @@ int Lint(const std::string& path, bool json) {
 int Build(const std::string& source, const std::string& output, bool strict) {
   orvx::ModelDatabase db;
   std::string error;
-  if (!ReadModels(source, db, error)) return Error(error);
+  if (!orvdb::ReadModels(source, db, error)) return Error(error);
   const auto findings = orvdb::LintRecords(db);
   PrintFindings(source, findings, false, strict ? "orvdb: error: " : "orvdb: warning: ");
   if (strict && !findings.empty()) return kExitFallback;
@@ -497,7 +498,8 @@ int Run(int argc, char** argv) {
   app.footer(
       "Exit codes:\n"
       "  0  success\n"
-      "  1  a negative answer: no model matched (show --strict, find), not supported, lint findings\n"
+      "  1  a negative answer: no model matched (show --strict, find), not supported, lint findings,\n"
+      "     diff found differences\n"
       "  2  a usage error, or a file or output that cannot be read or written\n"
       "  3  supported: the registry store file is missing\n"
       "  4  supported: the registry store file is malformed\n"
@@ -579,6 +581,15 @@ int Run(int argc, char** argv) {
   picture->add_flag("--explain", po.explain, "Show the rule row each option and tray name matched, and what it set");
   for (auto* sub : {show, list, supported, lint}) sub->add_flag("--json", json, "Print JSON");
 
+  auto* diff = app.add_subcommand("diff", "Show what NEW changes against OLD: records, lookups, picture IDs");
+  orvdb::DiffOptions diffOptions;
+  diff->add_option("OLD", diffOptions.oldPath, "Old database file, or its JSON form")->required();
+  diff->add_option("NEW", diffOptions.newPath, "New database file, or its JSON form")->required();
+  diff->add_option("--names", diffOptions.namesFile, "More names to look up, one a line");
+  diff->add_option("--configs", diffOptions.configsFile, "Eval picture requests naming models, one a line");
+  diff->add_flag("--summary", diffOptions.summary, "Print only the counts");
+  diff->add_flag("--json", diffOptions.json, "Print one JSON object");
+
   auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
 
   std::string appName = "orvx", registryKey;
@@ -614,6 +625,11 @@ int Run(int argc, char** argv) {
   if (*exp) return Export(db);
   if (*build) return Build(source, output, buildStrict);
   if (*picture) return Picture(po);
+  if (*diff) {
+    std::string error;
+    const int status = orvdb::Diff(diffOptions, std::cout, error);
+    return status == kExitUsage ? Error(error) : status;
+  }
   if (*eval) {
     std::ios::sync_with_stdio(false);
     orvdb::Evaluator evaluator;
