@@ -59,6 +59,16 @@ echo '{"models":[{"ModelNameBytes":[67,97,102,233,32,255],"VenderID":65535,"Flag
   "Info040A":255,"Info0D08":65535,"Info1200000":4294967295,"Info1530000":-32768,"Info1400000":-32768,"InTraySPSZSizeList":[1]}]}' >e.json
 t 0 '' '' build e.json -o e.dat && "$ORVDB" export --db e.dat >e2.json && t 0 '' '' build e2.json -o e2.dat
 same e.dat e2.dat
+# Size lists as trays: build computes the length and zero bytes, export gives
+# back trays (raw bytes for a malformed block), and the round trip is exact.
+echo '{"models":[{"ModelName":"S","InTraySPSZSizeList":[{"tray":"Cassette 1","sizes":[1,2,3]},{"tray":2,"sizes":[]}]},
+  {"ModelName":"R","InTraySPSZSizeList":[5,1,9,1,2]},{"ModelName":"E","InTraySPSZSizeList":[]}]}' >s.json
+t 0 '' '' build s.json -o s.dat
+t 0 '19 bytes: 13 0a 0e 43 61 73 73 65 74 74 65 20 31 00 01 02 03 02 00' '' show --db s.dat S
+OUT=s2.json t 0 '' '' export --db s.dat && t 0 '' '' build s2.json -o s2.dat && same s.dat s2.dat
+[[ $(<s2.json) == *$'[\n      {"tray":"Cassette 1","sizes":[1,2,3]},\n      {"tray":2,"sizes":[]}\n    ]'*'[5,1,9,1,2]'*'"InTraySPSZSizeList": []'* ]] ||
+  fail "size lists as trays: $(<s2.json)"
+
 # Keys left out take a new record's values.
 echo '{"models":[{"ModelName":"A"}]}' >d.json && t 0 '' '' build d.json -o d.dat && t 0 '' '' export --db d.dat
 [[ $(<out.txt) == *'"Flags": 0,'*'"FlagNames": [],'*'"Info0108": -1,'*'"Info040A": 255,'*'"InTraySPSZSizeList": null'$'\n''  }'* ]] ||
@@ -76,6 +86,8 @@ done <<'END'
 {"models":[{"ModelName":"A","Info0108":-129}]}|key "Info0108"
 {"models":[{"ModelName":"A","Flags":-1}]}|key "Flags"
 {"models":[{"ModelName":"A","InTraySPSZSizeList":[4,1,0]}]}|key "InTraySPSZSizeList"
+{"models":[{"ModelName":"A","InTraySPSZSizeList":[{"tray":1,"sizes":[]},{"tray":10,"sizes":[]}]}]}|model 0 ("A"), key "InTraySPSZSizeList": entry 1: "tray" must be
+{"models":[{"ModelName":"A","InTraySPSZSizeList":[{"tray":"X","sizes":[256]}]}]}|key "InTraySPSZSizeList": entry 0: "sizes" must be
 {"models":[{"ModelName":7}]}|key "ModelName"
 {"models":{}}|"models"
 {"models":[|not valid JSON
