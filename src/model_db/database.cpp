@@ -1,5 +1,7 @@
 #include "orvx/database.h"
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -36,11 +38,30 @@ ModelDatabase::~ModelDatabase() = default;
 
 namespace {
 
+// The bytes of a database as a file to load from, read where they lie: a
+// copy would double the memory a large file takes.
+class SpanFile : public CFile {
+ public:
+  explicit SpanFile(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+  UINT Read(void* buffer, UINT count) override {
+    const std::size_t n = std::min<std::size_t>(count, bytes_.size() - pos_);
+    if (n) std::memcpy(buffer, bytes_.data() + pos_, n);
+    pos_ += n;
+    return static_cast<UINT>(n);
+  }
+  std::uint64_t GetPosition() const override { return pos_; }
+  std::uint64_t GetLength() const override { return bytes_.size(); }
+
+ private:
+  std::span<const std::uint8_t> bytes_;
+  std::size_t pos_ = 0;
+};
+
 // Reads a whole database from `bytes` into `out`; `source` names it in errors.
 bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
                std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
   try {
-    CMemFile file(bytes.data(), bytes.size());
+    SpanFile file(bytes);
     CArchive ar(&file, CArchive::load);
     const DWORD count = ar.ReadScalar<DWORD>();
     if (count > 0x7FFFFFFFu) {
