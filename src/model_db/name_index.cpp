@@ -17,12 +17,25 @@ std::size_t Slot(std::uint64_t key, std::size_t capacity) {
 
 NameIndex::NameIndex(std::span<const std::string_view> names, const void* identity, std::uint64_t generation)
     : size_(names.size()), identity_(identity), generation_(generation) {
-  std::size_t bytes = 0;
-  for (const std::string_view n : names) bytes += n.size();
-  std::size_t capacity = 16;
-  while (capacity < bytes + bytes / 2) capacity *= 2;
+  // The edge table grows with the trie (names share prefixes: far fewer
+  // states than bytes), kept at most half full.
+  std::size_t capacity = 1024;
   keys_.assign(capacity, kEmptySlot);
   targets_.resize(capacity);
+  const auto grow = [&] {
+    std::vector<std::uint64_t> keys(capacity * 2, kEmptySlot);
+    std::vector<std::uint32_t> targets(capacity * 2);
+    for (std::size_t k = 0; k < capacity; ++k) {
+      if (keys_[k] == kEmptySlot) continue;
+      std::size_t at = Slot(keys_[k], capacity * 2);
+      while (keys[at] != kEmptySlot) at = (at + 1) & (capacity * 2 - 1);
+      keys[at] = keys_[k];
+      targets[at] = targets_[k];
+    }
+    capacity *= 2;
+    keys_.swap(keys);
+    targets_.swap(targets);
+  };
   nodes_.emplace_back();
   // The trie, with each state's children listed for the breadth-first pass.
   std::vector<std::uint32_t> firstChild(1, 0), nextSibling(1, 0);
@@ -34,6 +47,11 @@ NameIndex::NameIndex(std::span<const std::string_view> names, const void* identi
       const std::uint64_t key = EdgeKey(state, c);
       std::size_t at = Slot(key, capacity);
       while (keys_[at] != kEmptySlot && keys_[at] != key) at = (at + 1) & (capacity - 1);
+      if (keys_[at] == kEmptySlot && 2 * nodes_.size() >= capacity) {
+        grow();
+        at = Slot(key, capacity);
+        while (keys_[at] != kEmptySlot && keys_[at] != key) at = (at + 1) & (capacity - 1);
+      }
       if (keys_[at] == kEmptySlot) {
         const auto fresh = static_cast<std::uint32_t>(nodes_.size());
         keys_[at] = key;

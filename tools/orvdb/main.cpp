@@ -208,6 +208,7 @@ int Lint(const std::string& path, bool json) {
   } else if (!orvdb::LintFile(bytes, db, findings, error)) {
     return Error(path + ": " + error);
   }
+  std::string().swap(bytes);  // the records hold all that is still needed
   const auto records = orvdb::LintRecords(db);
   findings.insert(findings.end(), records.begin(), records.end());
   PrintFindings(path, findings, json, nullptr);
