@@ -32,6 +32,12 @@ t 0 'Other Printer' '' show --db "$DB" 'no such model'
 t 1 '' '' show --strict --db "$DB" 'no such model'
 t 0 'Vantor LP-1300C' '' show --strict --db "$DB" 'prefix Vantor LP-1300C suffix'
 t 0 '"match":"substring"' '' show --json --db "$DB" 'Vantor LP-1200 PCL6'
+# Where GetInfo answers other than the stored value, show says so.
+echo '{"models":[{"ModelName":"I","Info040A":255,"Info1200000":4294967295,"Info0D08":7}]}' >i.json && "$ORVDB" build i.json -o i.dat 2>/dev/null
+t 0 $'Info040A             255  (key 0x040A; GetInfo answers -1: 255 means not set)\n' '' show --db i.dat I
+t 0 'GetInfo answers -1: an int, so values above 2147483647' '' show --db i.dat I
+[[ $(grep -c 'GetInfo answers' out.txt) == 2 ]] || fail "only two keys answer other than stored: $(<out.txt)"
+t 0 '"getInfo":{"Info040A":-1,"Info1200000":-1}' '' show --json --db i.dat I
 t 0 '"FlagNames":["IXDuplexer","IsOldTypePrinter","IsVantorPrinter"]' '' show --json --db "$DB" 'Vantor LP-1200'
 t 0 $'    2  Vantor LP-1200\n' '' find --db "$DB" 'lp-12'
 t 1 '' '' find --db "$DB" 'no such text'

@@ -58,6 +58,16 @@ void PrintSizeLists(std::ostream& out, std::span<const BYTE> block) {
   if (reader.Broken()) out << "    (entry at byte " << reader.BrokenAt() << " runs past the end of the block)\n";
 }
 
+// Where GetInfo answers other than the stored value, what it answers and why.
+std::string InfoNote(const CPrnStaticInfo& r, const orvx::FieldDesc& d) {
+  const std::int64_t stored = orvx::ReadField(r.Fields(), d);
+  const int answer = r.GetInfo(d.key);
+  if (answer == stored) return {};
+  return "; GetInfo answers " + std::to_string(answer) +
+         (d.ffMeansUnset && stored == 0xFF ? ": 255 means not set"
+                                           : ": an int, so values above 2147483647 come back negative");
+}
+
 void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
   const auto& f = r.Fields();
   out << "ModelName            " << r.GetModelName().str() << "\n";
@@ -72,8 +82,8 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
       out << orvx::ReadField(f, d);
       if (d.key) {
         char buf[24];
-        std::snprintf(buf, sizeof buf, "  (key 0x%04X)", static_cast<unsigned>(d.key));
-        out << buf;
+        std::snprintf(buf, sizeof buf, "  (key 0x%04X", static_cast<unsigned>(d.key));
+        out << buf << InfoNote(r, d) << ")";
       }
     }
     out << "\n";
@@ -102,6 +112,11 @@ int Show(const std::string& path, const std::string& name, bool strict, bool jso
   if (json) {
     orvdb::Json j = {{"index", found.index}, {"match", orvx::MatchName(found.how)}};
     j["record"] = orvdb::RecordToJson(r);
+    // The keys whose GetInfo answer is not the stored value.
+    orvdb::Json answers = orvdb::Json::object();
+    for (const auto& d : orvx::RecordFields())
+      if (d.key && r.GetInfo(d.key) != orvx::ReadField(r.Fields(), d)) answers[std::string(d.name)] = r.GetInfo(d.key);
+    j["getInfo"] = std::move(answers);
     std::cout << JsonText(j) << "\n";
   } else {
     if (fellBack) std::cout << "# \"" << name << "\" matches no model; the default model (record 0) answers\n";
