@@ -4,7 +4,6 @@
 // number of threads may look records up and read them at the same time.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -88,7 +87,7 @@ class ORVX_API ModelDatabase {
   std::vector<std::unique_ptr<CPrnStaticInfo>> records_;
   // Made by the first lookup that needs it; readers share it.
   mutable std::mutex indexLock_;
-  mutable std::atomic<std::shared_ptr<const detail::NameIndex>> index_;
+  mutable std::shared_ptr<const detail::NameIndex> index_;  // guarded by indexLock_
 };
 
 }  // namespace orvx

@@ -25,13 +25,14 @@ ModelDatabase::ModelDatabase() = default;
 // Indexes stay behind: each database makes its own when it is next looked in.
 ModelDatabase::ModelDatabase(ModelDatabase&& other) noexcept : records_(std::move(other.records_)) {
   other.records_.clear();
-  other.index_.store(nullptr);
+  detail::DropIndex(other.index_, other.indexLock_);
 }
 ModelDatabase& ModelDatabase::operator=(ModelDatabase&& other) noexcept {
+  if (this == &other) return *this;
   records_ = std::move(other.records_);
   other.records_.clear();
-  index_.store(nullptr);
-  other.index_.store(nullptr);
+  detail::DropIndex(index_, indexLock_);
+  detail::DropIndex(other.index_, other.indexLock_);
   return *this;
 }
 ModelDatabase::~ModelDatabase() = default;
@@ -100,7 +101,7 @@ bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
   if (!ReadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, path, loaded, error, nullptr))
     return false;
   records_ = std::move(loaded);
-  index_.store(nullptr);
+  detail::DropIndex(index_, indexLock_);
   return true;
 }
 
@@ -108,7 +109,7 @@ bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& er
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
   if (!ReadBytes(bytes, "buffer", loaded, error, consumed)) return false;
   records_ = std::move(loaded);
-  index_.store(nullptr);
+  detail::DropIndex(index_, indexLock_);
   return true;
 }
 
@@ -132,7 +133,7 @@ std::ptrdiff_t ModelDatabase::FirstNameIn(std::string_view text) const {
 void ModelDatabase::Add(std::unique_ptr<CPrnStaticInfo> record) {
   if (!record) return;
   records_.push_back(std::move(record));
-  index_.store(nullptr);
+  detail::DropIndex(index_, indexLock_);
 }
 
 void ModelDatabase::Store(CArchive& ar) const {

@@ -18,7 +18,7 @@ orvx::detail::IndexSlot g_index;
 }  // namespace
 
 void CPrnStaticInfoArray_RemoveAll() {
-  g_index.store(nullptr);
+  orvx::detail::DropIndex(g_index, g_indexLock);
   if (CPrnStaticInfoArray.IsEmpty()) return;
   for (void* p : CPrnStaticInfoArray) delete static_cast<CPrnStaticInfo*>(p);
   CPrnStaticInfoArray.SetSize(0);
@@ -30,7 +30,7 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
     for (void* p : CPrnStaticInfoArray) static_cast<CPrnStaticInfo*>(p)->Serialize(ar);
     return;
   }
-  g_index.store(nullptr);
+  orvx::detail::DropIndex(g_index, g_indexLock);
   const auto count = static_cast<std::int32_t>(ar.ReadScalar<DWORD>());
   orvx::detail::ReadRecords(ar, count, [](std::unique_ptr<CPrnStaticInfo> record) {
     CPrnStaticInfoArray.SetAtGrow(CPrnStaticInfoArray.GetSize(), record.get());

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -66,31 +65,32 @@ LookupResult Lookup(const NameIndex& index, std::size_t size, std::string_view n
 // Whether `pattern` occurs in `text`, in time linear in both.
 bool Contains(std::string_view text, std::string_view pattern);
 
-using IndexSlot = std::atomic<std::shared_ptr<const NameIndex>>;
+using IndexSlot = std::shared_ptr<const NameIndex>;
 
-// The index in `slot` when it still fits the records, else a new one made
-// under `lock` (one thread makes it, the others wait and share it).
+// The index in `slot` when it still fits the records, else a new one; `lock`
+// guards the slot (one thread makes an index, the others wait and share it).
 // `recordAt(i)` gives record i; `identity` tells one list of records from
 // another (their storage).
 template <typename RecordAt>
 std::shared_ptr<const NameIndex> CurrentIndex(IndexSlot& slot, std::mutex& lock, std::size_t size,
                                               const void* identity, RecordAt recordAt) {
   const std::uint64_t generation = NameWatch::Generation();
-  std::shared_ptr<const NameIndex> index = slot.load(std::memory_order_acquire);
-  if (index && index->Fits(size, identity, generation)) return index;
   const std::lock_guard<std::mutex> hold(lock);
-  index = slot.load(std::memory_order_acquire);
-  if (index && index->Fits(size, identity, generation)) return index;
-  slot.store(nullptr);  // the old index goes before the new one is made
+  if (slot && slot->Fits(size, identity, generation)) return slot;
+  slot.reset();  // the old index goes before the new one is made
   std::vector<std::string_view> names(size);
   for (std::size_t i = 0; i < size; ++i) {
     const CPrnStaticInfo& r = recordAt(i);
     NameWatch::Indexed(r);
     names[i] = r.GetModelName().view();
   }
-  index = std::make_shared<const NameIndex>(names, identity, generation);
-  slot.store(index, std::memory_order_release);
-  return index;
+  slot = std::make_shared<const NameIndex>(names, identity, generation);
+  return slot;
+}
+
+inline void DropIndex(IndexSlot& slot, std::mutex& lock) {
+  const std::lock_guard<std::mutex> hold(lock);
+  slot.reset();
 }
 
 template <typename NameAt>
