@@ -176,7 +176,12 @@ int Export(const std::string& path) {
     for (const auto& [key, value] : r.items()) {
       text += first ? "\n    " : ",\n    ";
       first = false;
-      text += orvdb::Json(key).dump() + ": ";
+      text += '"' + key + "\": ";  // the keys are field names: nothing to escape
+      if (value.is_number_integer()) {
+        text += value.is_number_unsigned() ? std::to_string(value.get<std::uint64_t>())
+                                           : std::to_string(value.get<std::int64_t>());
+        continue;
+      }
       if (!value.is_array() || value.empty() || !value[0].is_object()) {
         text += value.dump();
         continue;
