@@ -203,9 +203,41 @@ orvx::ModelDatabase ModelsFromJson(const Json& document) {
 
 namespace {
 
+// Reads the models one at a time: each becomes a record as soon as its object
+// ends, and its JSON is dropped, so that memory follows the records, not the
+// document tree (many times larger).
+orvx::ModelDatabase StreamModels(const std::string& text) {
+  orvx::ModelDatabase out;
+  std::size_t index = 0;
+  std::string topKey;
+  bool inModels = false, sawModels = false;
+  using Event = Json::parse_event_t;
+  const Json document = Json::parse(text, [&](int depth, Event event, Json& value) {
+    if (depth == 1 && event == Event::key) {
+      topKey = value.get<std::string>();
+    } else if (depth == 1 && (event == Event::array_start || event == Event::array_end)) {
+      inModels = event == Event::array_start && topKey == "models";
+      if (inModels && sawModels) throw ImportError("\"models\" given twice");
+      sawModels = sawModels || inModels;
+    } else if (inModels && depth == 2 && (event == Event::object_end || event == Event::value)) {
+      out.Add(RecordFromJson(value, index++));
+      return false;
+    } else if (inModels && depth == 2 && event == Event::array_start) {
+      RecordFromJson(Json::array(), index);  // not a model: the error names it
+    }
+    return true;
+  });
+  // What is left is the frame, every model taken out of it.
+  if (!document.is_object() || !document.contains("models") || !document["models"].is_array())
+    throw ImportError("expected an object with a \"models\" array");
+  for (const auto& [key, value] : document.items())
+    if (key != "models") throw ImportError("unknown top-level key \"" + key + "\"");
+  return out;
+}
+
 bool ModelsFromText(const std::string& source, const std::string& text, orvx::ModelDatabase& db, std::string& error) {
   try {
-    db = ModelsFromJson(Json::parse(text));
+    db = StreamModels(text);
   } catch (const Json::parse_error& e) {
     const std::string what = e.what();
     error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
