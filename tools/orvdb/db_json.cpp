@@ -201,12 +201,9 @@ orvx::ModelDatabase ModelsFromJson(const Json& document) {
   return out;
 }
 
-namespace {
-
-// Reads the models one at a time: each becomes a record as soon as its object
-// ends, and its JSON is dropped, so that memory follows the records, not the
-// document tree (many times larger).
-orvx::ModelDatabase StreamModels(const std::string& text) {
+// Each model becomes a record as soon as its object ends, and its JSON is
+// dropped: memory follows the records, not the document tree (many times larger).
+orvx::ModelDatabase ModelsFromJsonText(std::string_view text) {
   orvx::ModelDatabase out;
   std::size_t index = 0;
   std::string topKey;
@@ -235,9 +232,11 @@ orvx::ModelDatabase StreamModels(const std::string& text) {
   return out;
 }
 
+namespace {
+
 bool ModelsFromText(const std::string& source, const std::string& text, orvx::ModelDatabase& db, std::string& error) {
   try {
-    db = StreamModels(text);
+    db = ModelsFromJsonText(text);
   } catch (const Json::parse_error& e) {
     const std::string what = e.what();
     error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";

@@ -31,6 +31,10 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
 
 // Every record of a database document, in order. Throws ImportError.
 orvx::ModelDatabase ModelsFromJson(const Json& document);
+// The same from the document's text, reading one model at a time (the tool's
+// way: it never holds the whole tree). Also throws Json::parse_error, and
+// refuses "models" given twice.
+orvx::ModelDatabase ModelsFromJsonText(std::string_view text);
 
 // One entry of a size-list block: a numbered tray's or a named tray's sizes.
 struct TraySizes {
