@@ -11,6 +11,7 @@
 #include <fstream>
 #include <string>
 
+#include "orvx/database.h"
 #include "orvx/model_db.h"
 
 namespace {
@@ -137,6 +138,68 @@ BENCHMARK_F(Lookup, HpNormalisedSubstringHit)(benchmark::State& state) {
 BENCHMARK_F(Lookup, Miss)(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(GetPointerToCPrnStaticInfo("Selby DC-2000 unknown"));
 }
+
+// Misses and hits at 1,000 and 100,000 models, through an owned database and
+// the model array: the indexed lookup's time follows the query, not the count.
+class Scale : public benchmark::Fixture {
+ public:
+  void SetUp(const benchmark::State& state) override {
+    CPrnStaticInfoArray_RemoveAll();
+    db = orvx::ModelDatabase();
+    for (int i = 0; i < state.range(0); ++i) {
+      auto r = std::make_unique<CPrnStaticInfo>();
+      r->SetModelName("Vantor " + MakeName(i));
+      db.Add(std::move(r));
+      auto* g = new CPrnStaticInfo;
+      g->SetModelName("Vantor " + MakeName(i));
+      CPrnStaticInfoArray.Add(g);
+    }
+    last = "Vantor " + MakeName(static_cast<int>(state.range(0)) - 1);
+    db.Lookup("");  // the index is made by the first lookup
+    GetPointerToCPrnStaticInfo("");
+  }
+  void TearDown(const benchmark::State&) override { CPrnStaticInfoArray_RemoveAll(); }
+  orvx::ModelDatabase db;
+  std::string last;
+};
+
+BENCHMARK_DEFINE_F(Scale, DatabaseMiss)(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(db.Lookup("Selby DC-2000 unknown"));
+}
+BENCHMARK_DEFINE_F(Scale, DatabaseHitLastExact)(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(db.Lookup(last));
+}
+BENCHMARK_DEFINE_F(Scale, DatabaseHitLastSubstring)(benchmark::State& state) {
+  const std::string key = last + " PCL6";
+  for (auto _ : state) benchmark::DoNotOptimize(db.Lookup(key));
+}
+BENCHMARK_DEFINE_F(Scale, ArrayMiss)(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(GetPointerToCPrnStaticInfo("Selby DC-2000 unknown"));
+}
+BENCHMARK_DEFINE_F(Scale, ArrayHitLastSubstring)(benchmark::State& state) {
+  const std::string key = last + " PCL6";
+  for (auto _ : state) benchmark::DoNotOptimize(GetPointerToCPrnStaticInfo(key.c_str()));
+}
+BENCHMARK_REGISTER_F(Scale, DatabaseMiss)->Arg(1000)->Arg(100000);
+BENCHMARK_REGISTER_F(Scale, DatabaseHitLastExact)->Arg(1000)->Arg(100000);
+BENCHMARK_REGISTER_F(Scale, DatabaseHitLastSubstring)->Arg(1000)->Arg(100000);
+BENCHMARK_REGISTER_F(Scale, ArrayMiss)->Arg(1000)->Arg(100000);
+BENCHMARK_REGISTER_F(Scale, ArrayHitLastSubstring)->Arg(1000)->Arg(100000);
+
+// The first lookup after a load of 100,000 models, which makes the index.
+void BM_FirstLookup100k(benchmark::State& state) {
+  const auto path = MakeDatabase(100000);
+  for (auto _ : state) {
+    state.PauseTiming();
+    orvx::ModelDatabase db;
+    orvx::LoadError error;
+    if (!db.LoadFile(path.string(), error)) state.SkipWithError(error.message.c_str());
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(db.Lookup("Selby DC-2000 unknown"));
+  }
+  std::filesystem::remove(path);
+}
+BENCHMARK(BM_FirstLookup100k)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 // The tool's JSON model import: whatever it accepts must store, load and
 // export back to the same database.
 #include <cstdlib>
+#include <string>
 
 #include "db_file.h"
 #include "db_json.h"
@@ -15,6 +16,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const std::string bytes = orvdb::DatabaseBytes(db);
+
+  // Read one model at a time, the same records (a repeated "models" it refuses).
+  try {
+    if (orvdb::DatabaseBytes(orvdb::ModelsFromJsonText({reinterpret_cast<const char*>(data), size})) != bytes) abort();
+  } catch (const orvdb::ImportError& e) {
+    if (std::string(e.what()).find("given twice") == std::string::npos) abort();
+  }
 
   // Loaded back, the database stores to the same bytes.
   orvx::ModelDatabase loaded;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,6 +17,10 @@
 #include "orvx/prn_static_info.h"
 
 namespace orvx {
+
+namespace detail {
+class NameIndex;
+}
 
 // How a name found its record.
 enum class Match : std::uint8_t {
@@ -62,8 +67,14 @@ class ORVX_API ModelDatabase {
   CPrnStaticInfo& operator[](std::size_t i) { return *records_[i]; }
   const CPrnStaticInfo& operator[](std::size_t i) const { return *records_[i]; }
 
-  // The lookup of GetPointerToCPrnStaticInfo, with the index and how it matched.
+  // The lookup of GetPointerToCPrnStaticInfo, with the index and how it
+  // matched. Its time grows with the name's length, not with the number of
+  // records: the first lookup after a load (or after a record's name
+  // changed) makes an index of the names, which later ones share.
   LookupResult Lookup(std::string_view name) const;
+  // The first record whose name is not empty and occurs in `text`, or -1:
+  // where the lookup's substring pass would stop, before its rules.
+  std::ptrdiff_t FirstNameIn(std::string_view text) const;
 
   // Appends a record (the database takes it) or writes the whole database in
   // the file layout.
@@ -71,7 +82,12 @@ class ORVX_API ModelDatabase {
   void Store(CArchive& ar) const;
 
  private:
+  std::shared_ptr<const detail::NameIndex> Index() const;
+
   std::vector<std::unique_ptr<CPrnStaticInfo>> records_;
+  // Made by the first lookup that needs it; readers share it.
+  mutable std::mutex indexLock_;
+  mutable std::shared_ptr<const detail::NameIndex> index_;  // guarded by indexLock_
 };
 
 }  // namespace orvx

@@ -1,6 +1,7 @@
 // The model record CPrnStaticInfo and the tray records COptInTray / COptOutTray.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -143,6 +144,10 @@ class ORVX_API COptOutTray : public CObject {
   std::int32_t AddUnit = 0;
 };
 
+namespace orvx::detail {
+struct NameWatch;
+}
+
 class ORVX_API CPrnStaticInfo : public CObject {
   ORVX_DECLARE_DYNCREATE(CPrnStaticInfo)
  public:
@@ -247,4 +252,7 @@ class ORVX_API CPrnStaticInfo : public CObject {
   CString ModelName;
   PrnStaticFields F;
   std::unique_ptr<BYTE[]> InTraySPSZSizeList;
+  // Set once a lookup index has read the name, so that a rename tells it.
+  friend struct orvx::detail::NameWatch;
+  mutable std::atomic<bool> nameIndexed_{false};
 };

@@ -1,9 +1,12 @@
 #include "orvx/database.h"
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 #include <utility>
 
 #include "lookup.h"
+#include "name_index.h"
 #include "orvx/whole_file.h"
 
 namespace orvx {
@@ -19,17 +22,47 @@ const char* MatchName(Match how) {
 }
 
 ModelDatabase::ModelDatabase() = default;
-ModelDatabase::ModelDatabase(ModelDatabase&&) noexcept = default;
-ModelDatabase& ModelDatabase::operator=(ModelDatabase&&) noexcept = default;
+// Indexes stay behind: each database makes its own when it is next looked in.
+ModelDatabase::ModelDatabase(ModelDatabase&& other) noexcept : records_(std::move(other.records_)) {
+  other.records_.clear();
+  detail::DropIndex(other.index_, other.indexLock_);
+}
+ModelDatabase& ModelDatabase::operator=(ModelDatabase&& other) noexcept {
+  if (this == &other) return *this;
+  records_ = std::move(other.records_);
+  other.records_.clear();
+  detail::DropIndex(index_, indexLock_);
+  detail::DropIndex(other.index_, other.indexLock_);
+  return *this;
+}
 ModelDatabase::~ModelDatabase() = default;
 
 namespace {
+
+// The bytes of a database as a file to load from, read where they lie: a
+// copy would double the memory a large file takes.
+class SpanFile : public CFile {
+ public:
+  explicit SpanFile(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+  UINT Read(void* buffer, UINT count) override {
+    const std::size_t n = std::min<std::size_t>(count, bytes_.size() - pos_);
+    if (n) std::memcpy(buffer, bytes_.data() + pos_, n);
+    pos_ += n;
+    return static_cast<UINT>(n);
+  }
+  std::uint64_t GetPosition() const override { return pos_; }
+  std::uint64_t GetLength() const override { return bytes_.size(); }
+
+ private:
+  std::span<const std::uint8_t> bytes_;
+  std::size_t pos_ = 0;
+};
 
 // Reads a whole database from `bytes` into `out`; `source` names it in errors.
 bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
                std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
   try {
-    CMemFile file(bytes.data(), bytes.size());
+    SpanFile file(bytes);
     CArchive ar(&file, CArchive::load);
     const DWORD count = ar.ReadScalar<DWORD>();
     if (count > 0x7FFFFFFFu) {
@@ -73,6 +106,7 @@ bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
   if (!ReadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, path, loaded, error, nullptr))
     return false;
   records_ = std::move(loaded);
+  detail::DropIndex(index_, indexLock_);
   return true;
 }
 
@@ -80,15 +114,31 @@ bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& er
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
   if (!ReadBytes(bytes, "buffer", loaded, error, consumed)) return false;
   records_ = std::move(loaded);
+  detail::DropIndex(index_, indexLock_);
   return true;
 }
 
+std::shared_ptr<const detail::NameIndex> ModelDatabase::Index() const {
+  return detail::CurrentIndex(index_, indexLock_, records_.size(), records_.data(),
+                              [this](std::size_t i) -> const CPrnStaticInfo& { return *records_[i]; });
+}
+
 LookupResult ModelDatabase::Lookup(std::string_view name) const {
-  return detail::Lookup(records_.size(), name, [this](std::size_t i) { return records_[i]->GetModelName().view(); });
+  if (records_.empty()) return {};
+  return detail::Lookup(*Index(), records_.size(), name,
+                        [this](std::size_t i) { return records_[i]->GetModelName().view(); });
+}
+
+std::ptrdiff_t ModelDatabase::FirstNameIn(std::string_view text) const {
+  if (records_.empty()) return -1;
+  const std::uint32_t first = Index()->FirstIn(text);
+  return first == detail::kNoRecord ? -1 : static_cast<std::ptrdiff_t>(first);
 }
 
 void ModelDatabase::Add(std::unique_ptr<CPrnStaticInfo> record) {
-  if (record) records_.push_back(std::move(record));
+  if (!record) return;
+  records_.push_back(std::move(record));
+  detail::DropIndex(index_, indexLock_);
 }
 
 void ModelDatabase::Store(CArchive& ar) const {

@@ -2,15 +2,23 @@
 #include <string_view>
 
 #include "lookup.h"
+#include "name_index.h"
 #include "orvx/model_db.h"
 
 CPtrArray CPrnStaticInfoArray;
 
 namespace {
 CPrnStaticInfo* At(std::ptrdiff_t i) { return static_cast<CPrnStaticInfo*>(CPrnStaticInfoArray.GetAt(static_cast<int>(i))); }
+
+// The lookup's index over the array, made by the first lookup after a change.
+// The array's two maintenance operations drop it; a host's own changes to the
+// array's size or storage, and renames of its records, are seen as well.
+std::mutex g_indexLock;
+orvx::detail::IndexSlot g_index;
 }  // namespace
 
 void CPrnStaticInfoArray_RemoveAll() {
+  orvx::detail::DropIndex(g_index, g_indexLock);
   if (CPrnStaticInfoArray.IsEmpty()) return;
   for (void* p : CPrnStaticInfoArray) delete static_cast<CPrnStaticInfo*>(p);
   CPrnStaticInfoArray.SetSize(0);
@@ -22,6 +30,7 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
     for (void* p : CPrnStaticInfoArray) static_cast<CPrnStaticInfo*>(p)->Serialize(ar);
     return;
   }
+  orvx::detail::DropIndex(g_index, g_indexLock);
   const auto count = static_cast<std::int32_t>(ar.ReadScalar<DWORD>());
   orvx::detail::ReadRecords(ar, count, [](std::unique_ptr<CPrnStaticInfo> record) {
     CPrnStaticInfoArray.SetAtGrow(CPrnStaticInfoArray.GetSize(), record.get());
@@ -30,8 +39,11 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
 }
 
 CPrnStaticInfo* GetPointerToCPrnStaticInfo(const char* modelName) {
-  const auto found = orvx::detail::Lookup(static_cast<std::size_t>(CPrnStaticInfoArray.GetSize()),
-                                          modelName ? modelName : "",
+  const auto size = static_cast<std::size_t>(CPrnStaticInfoArray.GetSize());
+  if (size == 0) return nullptr;
+  const auto index = orvx::detail::CurrentIndex(g_index, g_indexLock, size, &*CPrnStaticInfoArray.begin(),
+                                                [](std::size_t i) -> const CPrnStaticInfo& { return *At(static_cast<std::ptrdiff_t>(i)); });
+  const auto found = orvx::detail::Lookup(*index, size, modelName ? modelName : "",
                                           [](std::size_t i) { return At(static_cast<std::ptrdiff_t>(i))->GetModelName().view(); });
-  return found.index < 0 ? nullptr : At(found.index);
+  return At(found.index);
 }

@@ -6,6 +6,7 @@
 #include "orvx/prn_static_info.h"
 #include "orvx/record_fields.h"
 #include "field_table.h"
+#include "name_watch.h"
 
 ORVX_IMPLEMENT_DYNCREATE(CPrnStaticInfo, CObject, 1)
 
@@ -18,7 +19,17 @@ CPrnStaticInfo::~CPrnStaticInfo() = default;
 
 void CPrnStaticInfo::Close() { InTraySPSZSizeList.reset(); }
 
-void CPrnStaticInfo::SetModelName(CString name) { ModelName = std::move(name); }
+void CPrnStaticInfo::SetModelName(CString name) {
+  ModelName = std::move(name);
+  orvx::detail::NameWatch::Renamed(*this);
+}
+
+namespace {
+std::atomic<std::uint64_t> g_nameGeneration{0};
+}  // namespace
+
+std::uint64_t orvx::detail::NameWatch::Generation() { return g_nameGeneration.load(std::memory_order_acquire); }
+void orvx::detail::NameWatch::Bump() { g_nameGeneration.fetch_add(1, std::memory_order_acq_rel); }
 
 const CString& CPrnStaticInfo::GetModelName() const { return ModelName; }
 int CPrnStaticInfo::GetVenderID() const { return F.VenderID; }
@@ -106,6 +117,7 @@ void CPrnStaticInfo::CopyParam(const CPrnStaticInfo* source) {
   if (source != this) {
     ModelName = source->ModelName;
     F = source->F;
+    orvx::detail::NameWatch::Renamed(*this);
   }
   InTraySPSZSizeList = std::move(block);
 }
@@ -175,6 +187,7 @@ void CPrnStaticInfo::Serialize(CArchive& ar) {
     return;
   }
   ar >> ModelName;
+  orvx::detail::NameWatch::Renamed(*this);
   ar.ReadExact(before.data(), before.size());
   Decode<0>(F, before.data(), Head{});
   InTraySPSZSizeList.reset();

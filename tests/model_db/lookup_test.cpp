@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <random>
 #include <thread>
 
 #include "orvx/database.h"
+#include "linear_lookup.h"
 #include "test_util.h"
 
 using orvx::Match;
@@ -22,6 +24,8 @@ Bytes DatabaseOf(const std::vector<const char*>& names) {
   }
   return orvx_test::Store([&](CArchive& ar) { db.Store(ar); });
 }
+
+CPrnStaticInfo* At(std::size_t i) { return static_cast<CPrnStaticInfo*>(CPrnStaticInfoArray.GetAt(static_cast<int>(i))); }
 
 }  // namespace
 
@@ -117,10 +121,50 @@ TEST(Database, TwoDatabasesReadFromTwoThreads) {
         ++mismatches;
     }
   };
-  int bad1 = 0, bad2 = 0;
-  std::thread t1(reader, std::cref(sample), 2, std::ref(bad1)), t2(reader, std::cref(other), 1, std::ref(bad2));
+  // Two threads make the sample's index at their first lookup, at once.
+  int bad1 = 0, bad2 = 0, bad3 = 0;
+  std::thread t1(reader, std::cref(sample), 2, std::ref(bad1)), t2(reader, std::cref(other), 1, std::ref(bad2)),
+      t3(reader, std::cref(sample), 2, std::ref(bad3));
   t1.join();
   t2.join();
-  EXPECT_EQ(bad1 + bad2, 0);
+  t3.join();
+  EXPECT_EQ(bad1 + bad2 + bad3, 0);
   EXPECT_TRUE(CPrnStaticInfoArray.IsEmpty());  // owned databases never touch the model array
+}
+
+// The indexed lookup against the plain scan, over random names and queries
+// from an alphabet that makes "hp", "HP", repeats, empty names and overlapping
+// names common; after renames and appends too, through both entry points.
+TEST(Lookup, IndexAgreesWithTheLinearScan) {
+  orvx_test::ModelArrayGuard guard;
+  std::mt19937 random(7);
+  const auto text = [&](int most) {
+    static const char kBytes[] = {'h', 'p', 'H', 'P', 'a', ' '};
+    std::string s(random() % (most + 1), ' ');
+    for (char& c : s) c = kBytes[random() % sizeof kBytes];
+    return random() % 8 == 0 ? std::string("HP") : s;
+  };
+  for (int round = 0; round < 300; ++round) {
+    std::vector<std::string> names(1 + random() % 12);
+    for (auto& n : names) n = text(4);
+    orvx::ModelDatabase db;
+    for (const auto& n : names) db.Add(std::make_unique<CPrnStaticInfo>()), db[db.size() - 1].SetModelName(n);
+    CPrnStaticInfoArray_RemoveAll();
+    orvx_test::LoadArray(DatabaseOf({}));
+    for (std::size_t i = 0; i < names.size(); ++i) CPrnStaticInfoArray.Add(new CPrnStaticInfo), At(i)->SetModelName(names[i]);
+    for (int q = 0; q < 40; ++q) {
+      if (q == 20) {  // a rename after the index was made
+        const std::size_t i = random() % names.size();
+        names[i] = text(3);
+        db[i].SetModelName(names[i]);
+        At(i)->SetModelName(names[i]);
+      }
+      const std::string key = q % 5 == 0 ? names[random() % names.size()] + text(2) : text(7);
+      const auto expected = orvx_test::LinearLookup(names, key);
+      const auto found = db.Lookup(key);
+      ASSERT_EQ(found.index, expected.index) << key;
+      ASSERT_EQ(found.how, expected.how) << key;
+      ASSERT_EQ(GetPointerToCPrnStaticInfo(key.c_str()), At(expected.index)) << key;
+    }
+  }
 }

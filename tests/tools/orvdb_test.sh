@@ -32,6 +32,12 @@ t 0 'Other Printer' '' show --db "$DB" 'no such model'
 t 1 '' '' show --strict --db "$DB" 'no such model'
 t 0 'Vantor LP-1300C' '' show --strict --db "$DB" 'prefix Vantor LP-1300C suffix'
 t 0 '"match":"substring"' '' show --json --db "$DB" 'Vantor LP-1200 PCL6'
+# Where GetInfo answers other than the stored value, show says so.
+echo '{"models":[{"ModelName":"I","Info040A":255,"Info1200000":4294967295,"Info0D08":7}]}' >i.json && "$ORVDB" build i.json -o i.dat 2>/dev/null
+t 0 $'Info040A             255  (key 0x040A; GetInfo answers -1: 255 means not set)\n' '' show --db i.dat I
+t 0 'GetInfo answers -1: an int, so values above 2147483647' '' show --db i.dat I
+[[ $(grep -c 'GetInfo answers' out.txt) == 2 ]] || fail "only two keys answer other than stored: $(<out.txt)"
+t 0 '"getInfo":{"Info040A":-1,"Info1200000":-1}' '' show --json --db i.dat I
 t 0 '"FlagNames":["IXDuplexer","IsOldTypePrinter","IsVantorPrinter"]' '' show --json --db "$DB" 'Vantor LP-1200'
 t 0 $'    2  Vantor LP-1200\n' '' find --db "$DB" 'lp-12'
 t 1 '' '' find --db "$DB" 'no such text'
@@ -59,9 +65,19 @@ echo '{"models":[{"ModelNameBytes":[67,97,102,233,32,255],"VenderID":65535,"Flag
   "Info040A":255,"Info0D08":65535,"Info1200000":4294967295,"Info1530000":-32768,"Info1400000":-32768,"InTraySPSZSizeList":[1]}]}' >e.json
 t 0 '' '' build e.json -o e.dat && "$ORVDB" export --db e.dat >e2.json && t 0 '' '' build e2.json -o e2.dat
 same e.dat e2.dat
+# Size lists as trays: build computes the length and zero bytes, export gives
+# back trays (raw bytes for a malformed block), and the round trip is exact.
+echo '{"models":[{"ModelName":"S","InTraySPSZSizeList":[{"tray":"Cassette 1","sizes":[1,2,3]},{"tray":2,"sizes":[]}]},
+  {"ModelName":"R","InTraySPSZSizeList":[5,1,9,1,2]},{"ModelName":"E","InTraySPSZSizeList":[]}]}' >s.json
+t 0 '' '' build s.json -o s.dat
+t 0 '19 bytes: 13 0a 0e 43 61 73 73 65 74 74 65 20 31 00 01 02 03 02 00' '' show --db s.dat S
+OUT=s2.json t 0 '' '' export --db s.dat && t 0 '' '' build s2.json -o s2.dat && same s.dat s2.dat
+[[ $(<s2.json) == *$'[\n      {"tray":"Cassette 1","sizes":[1,2,3]},\n      {"tray":2,"sizes":[]}\n    ]'*'[5,1,9,1,2]'*'"InTraySPSZSizeList": []'* ]] ||
+  fail "size lists as trays: $(<s2.json)"
+
 # Keys left out take a new record's values.
 echo '{"models":[{"ModelName":"A"}]}' >d.json && t 0 '' '' build d.json -o d.dat && t 0 '' '' export --db d.dat
-[[ $(<out.txt) == *'"Flags": 0,'*'"FlagNames": [],'*'"Info0108": -1,'*'"Info040A": 255,'*'"InTraySPSZSizeList": null'$'\n''    }'* ]] ||
+[[ $(<out.txt) == *'"Flags": 0,'*'"FlagNames": [],'*'"Info0108": -1,'*'"Info040A": 255,'*'"InTraySPSZSizeList": null'$'\n''  }'* ]] ||
   fail "defaults, in database order with the names beside the flags and the block last: $(<out.txt)"
 
 # Bad models name the model and the key, and write nothing.
@@ -76,6 +92,8 @@ done <<'END'
 {"models":[{"ModelName":"A","Info0108":-129}]}|key "Info0108"
 {"models":[{"ModelName":"A","Flags":-1}]}|key "Flags"
 {"models":[{"ModelName":"A","InTraySPSZSizeList":[4,1,0]}]}|key "InTraySPSZSizeList"
+{"models":[{"ModelName":"A","InTraySPSZSizeList":[{"tray":1,"sizes":[]},{"tray":10,"sizes":[]}]}]}|model 0 ("A"), key "InTraySPSZSizeList": entry 1: "tray" must be
+{"models":[{"ModelName":"A","InTraySPSZSizeList":[{"tray":"X","sizes":[256]}]}]}|key "InTraySPSZSizeList": entry 0: "sizes" must be
 {"models":[{"ModelName":7}]}|key "ModelName"
 {"models":{}}|"models"
 {"models":[|not valid JSON
@@ -173,7 +191,7 @@ t 0 '' '' eval <requests.jsonl && cmp -s out.txt "$DATA/eval_answers.jsonl" || f
 # Bad requests say what and where; escapes, repeated members (the last wins)
 # and any order are fine. Strict: string numbers, escaped values, paths with
 # a zero byte, a picture request that names a database's model.
-ln -s "$DB" s.dat
+ln -s "$DB" sample-link.dat
 while read -r line; do
   echo "${line% -> *}" | "$ORVDB" eval >out.txt
   [[ $(<out.txt) == *"${line##* -> }"* ]] || fail "eval ${line% -> *}: $(<out.txt)"
@@ -195,10 +213,10 @@ done <<'END'
 {"op":"picture","vendor":1,"group":5,"strings":{" 9481":"Hand"}} -> " 9481\" does not fit
 {"op":"picture","vendor":1,"group":5,"strings":{"+9481":"Hand"}} -> "+9481\" does not fit
 {"op":"picture","vendor":1,"group":5,"strings":{"-18446744073709542135":"Hand"}} -> does not fit
-{"op":"lookup","db":"s.dat\u0000N","name":"x"} -> {"error":"a path that holds a zero byte"}
+{"op":"lookup","db":"sample-link.dat\u0000N","name":"x"} -> {"error":"a path that holds a zero byte"}
 {"op":"picture","model":"Vantor LP-1200","inTrays":["Cassette 1"]} -> {"error":"\"model\" is looked up only in a \"db\"
-{"op":"picture","db":"s.dat","model":"Vantor LP-1200 PCL6","inTrays":["Cassette 1"]} -> {"pictureId":1,"index":2,"match":"substring","inTrays":[{"name":"Cassette 1","id":20}],"outTrays":[]}
-{"op":"picture","db":"s.dat","model":"Vantor LP-1200","vendor":2,"group":6} -> not both
+{"op":"picture","db":"sample-link.dat","model":"Vantor LP-1200 PCL6","inTrays":["Cassette 1"]} -> {"pictureId":1,"index":2,"match":"substring","inTrays":[{"name":"Cassette 1","id":20}],"outTrays":[]}
+{"op":"picture","db":"sample-link.dat","model":"Vantor LP-1200","vendor":2,"group":6} -> not both
 END
 printf '{"op":"info","calls":"\001"}\n{"op":"info","calls":"\377"}\n' | "$ORVDB" eval >out.txt
 [[ $(<out.txt) == *'a control character inside a string at byte 22'*'not UTF-8 at byte 22'* ]] || fail "$(<out.txt)"
@@ -255,6 +273,37 @@ ask c1.dat MZ
 ask h1.dat M1
 eval "exec ${EVAL[1]}>&-"
 wait "$eval_pid" || fail "eval through a pipe failed"
+
+# diff: one row per case, OLD and NEW as JSON models; "|" separates the models.
+d() {  # d CODE OUT OLD NEW [OPTIONS...]
+  local code=$1 out=$2
+  echo "{\"models\":[{\"ModelName\":\"D\"},${3//|/,}]}" >old.json
+  echo "{\"models\":[{\"ModelName\":\"D\"},${4//|/,}]}" >new.json
+  shift 4
+  t "$code" "$out" '' diff "$@" old.json new.json
+}
+A='{"ModelName":"A"}' B='{"ModelName":"B"}' C='{"ModelName":"C"}'
+printf 'LP-1200 PS\n' >names.txt
+printf '{"op":"picture","db":"any.dat","model":"A","inTrays":["Multi Purpose Tray"]}\n' >configs.txt
+d 0 'no differences' "$A|$B" "$A|$B"
+d 1 $'changed  "A" (record 2)\n    VenderID: 2 -> 3' "$A|"'{"ModelName":"A","VenderID":2}' "$A|"'{"ModelName":"A","VenderID":3}'
+d 1 'added    record 2 "B"' "$A" "$A|$B"
+d 1 'removed  record 1 "A"' "$A|$B" "$B"
+d 1 'Flags: -IXDuplexer +IsColorPrinter' '{"ModelName":"A","Flags":1}' '{"ModelName":"A","Flags":8}'
+d 1 'size list of tray 1: 01 02 -> 01 03' '{"ModelName":"A","InTraySPSZSizeList":[5,1,2,1,2]}' '{"ModelName":"A","InTraySPSZSizeList":[5,1,2,1,3]}'
+d 1 'size list of tray "C1": (no entry) -> 07' '{"ModelName":"A"}' '{"ModelName":"A","InTraySPSZSizeList":[{"tray":"C1","sizes":[7]}]}'
+d 1 'moved    "A": record 1 -> 3' "$A|$B|$C" "$B|$C|$A"
+d 1 'lookup   "LP-1200 PCL6": record 1 "LP-1200" (substring) -> record 1 "LP-12" (substring)' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}'
+d 1 'lookup   "LP-1200 PS"' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --names names.txt
+d 1 'picture  line 1 "A": record 1 "A", picture ID 0x00000800 -> 0x00000000; in-tray 0 "Multi Purpose Tray" ID 12 -> -1' \
+  '{"ModelName":"A","VenderID":1}' '{"ModelName":"A","VenderID":7}' --configs configs.txt
+d 1 $'0 added, 1 removed, 0 changed, 0 moved, 2 lookups drift, 0 pictures drift\n' "$A|$B" "$A" --summary
+[[ $(wc -l <out.txt) == 1 ]] || fail "diff --summary printed more than the counts"
+d 1 '"summary":{"added":1,"removed":0,"changed":0,"moved":0,"lookupDrift":3,' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --json
+d 2 '' "$A" "$A" --names /nonexistent/names.txt
+echo '{"op":"picture"}' >configs.txt
+d 2 '' "$A" "$A" --configs configs.txt
+t 2 '' 'missing.dat: no such file' diff "$DB" missing.dat
 
 # Output it was not asked to harm stays whole.
 echo '{"models":[{"ModelName":"A","VenderID":1}]}' >models.json

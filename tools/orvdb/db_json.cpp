@@ -1,9 +1,26 @@
 #include "db_json.h"
 
 #include "orvx/record_fields.h"
+#include "orvx/size_list.h"
 #include "orvx/text.h"
+#include "orvx/whole_file.h"
 
 namespace orvdb {
+
+bool DecodeSizeList(std::span<const BYTE> block, std::vector<TraySizes>& out) {
+  out.clear();
+  orvx::SizeListReader reader(block);
+  for (orvx::SizeListEntry e; reader.Next(e);) {
+    if (e.key == orvx::kNamedSizeList && !e.Named()) return false;
+    const auto sizes = e.Sizes();
+    out.push_back({e.Named(), e.key, std::string(e.Name()), std::vector<BYTE>(sizes.begin(), sizes.end())});
+  }
+  return !reader.Broken();
+}
+
+std::string TrayLabel(const TraySizes& t) {
+  return t.named ? "tray \"" + t.name + "\"" : "tray " + std::to_string(t.number);
+}
 
 
 Json RecordToJson(const CPrnStaticInfo& record) {
@@ -27,11 +44,23 @@ Json RecordToJson(const CPrnStaticInfo& record) {
   const int length = record.GetInTraySPSZSizeList(nullptr);
   if (length == 0) {
     j["InTraySPSZSizeList"] = nullptr;
-  } else {
-    std::vector<BYTE> block(static_cast<std::size_t>(length));
-    record.GetInTraySPSZSizeList(block.data());
-    j["InTraySPSZSizeList"] = block;
+    return j;
   }
+  std::vector<BYTE> block(static_cast<std::size_t>(length));
+  record.GetInTraySPSZSizeList(block.data());
+  // Trays and their sizes where build would make the same bytes of them;
+  // the bytes themselves otherwise.
+  std::vector<TraySizes> trays;
+  bool readable = DecodeSizeList(block, trays);
+  for (const auto& t : trays) readable = readable && (!t.named || orvx::text::IsValidUtf8(t.name));
+  if (!readable) {
+    j["InTraySPSZSizeList"] = block;
+    return j;
+  }
+  Json entries = Json::array();
+  for (const auto& t : trays)
+    entries.push_back({{"tray", t.named ? Json(t.name) : Json(t.number)}, {"sizes", t.sizes}});
+  j["InTraySPSZSizeList"] = std::move(entries);
   return j;
 }
 
@@ -53,6 +82,49 @@ std::vector<BYTE> Bytes(const Json& value, std::size_t index, const Json& model,
     out.push_back(static_cast<BYTE>(b.get<std::int64_t>()));
   }
   return out;
+}
+
+// A block from its entries, [{"tray": 1 or "name", "sizes": [...]}, ...]:
+// every length byte and zero byte computed here.
+std::vector<BYTE> SizeListFromTrays(const Json& entries, std::size_t index, const Json& model) {
+  std::vector<BYTE> block(1);
+  std::size_t n = 0;
+  for (const auto& e : entries) {
+    const auto fail = [&](const std::string& problem) {
+      Fail(index, model, "InTraySPSZSizeList", "entry " + std::to_string(n) + ": " + problem);
+    };
+    if (!e.is_object() || !e.contains("tray") || !e.contains("sizes") || e.size() != 2)
+      fail("expected {\"tray\": NUMBER or NAME, \"sizes\": [...]}");
+    const Json& tray = e["tray"];
+    const std::size_t start = block.size();
+    if (tray.is_string()) {
+      const std::string name = tray.get<std::string>();
+      if (name.find('\0') != std::string::npos) fail("a tray name cannot hold a zero byte");
+      block.push_back(orvx::kNamedSizeList);
+      block.push_back(0);
+      block.insert(block.end(), name.begin(), name.end());
+      block.push_back(0);
+    } else if (tray.is_number_integer() && tray.get<std::int64_t>() >= 0 && tray.get<std::int64_t>() <= 255 &&
+               tray.get<std::int64_t>() != orvx::kNamedSizeList) {
+      block.push_back(static_cast<BYTE>(tray.get<std::int64_t>()));
+      block.push_back(0);
+    } else {
+      fail("\"tray\" must be a name or a number from 0 to 255 other than 10 (the key of named entries)");
+    }
+    const Json& sizes = e["sizes"];
+    if (!sizes.is_array()) fail("\"sizes\" must be an array of byte values");
+    for (const auto& b : sizes) {
+      if (!b.is_number_integer() || b.get<std::int64_t>() < 0 || b.get<std::int64_t>() > 255)
+        fail("\"sizes\" must be an array of byte values");
+      block.push_back(static_cast<BYTE>(b.get<std::int64_t>()));
+    }
+    if (block.size() > 255)
+      fail("the block grows to " + std::to_string(block.size()) + " bytes here; it holds at most 255");
+    block[start + 1] = static_cast<BYTE>(block.size() - start - 2);
+    ++n;
+  }
+  block[0] = static_cast<BYTE>(block.size());
+  return block;
 }
 
 const orvx::FlagDesc* FindFlag(std::string_view name) {
@@ -89,6 +161,11 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
       record->SetModelName(std::string(bytes.begin(), bytes.end()));
     } else if (key == "InTraySPSZSizeList") {
       if (value.is_null()) continue;
+      if (value.is_array() && (value.empty() || value[0].is_object())) {
+        const auto block = SizeListFromTrays(value, index, model);
+        record->SetInTraySPSZSizeList(static_cast<int>(block.size()), block.data());
+        continue;
+      }
       const auto block = Bytes(value, index, model, key);
       if (block.empty() || block.size() > 255 || block[0] != block.size())
         Fail(index, model, key,
@@ -122,6 +199,78 @@ orvx::ModelDatabase ModelsFromJson(const Json& document) {
   std::size_t index = 0;
   for (const auto& m : document["models"]) out.Add(RecordFromJson(m, index++));
   return out;
+}
+
+// Each model becomes a record as soon as its object ends, and its JSON is
+// dropped: memory follows the records, not the document tree (many times larger).
+orvx::ModelDatabase ModelsFromJsonText(std::string_view text) {
+  orvx::ModelDatabase out;
+  std::size_t index = 0;
+  std::string topKey;
+  bool inModels = false, sawModels = false;
+  using Event = Json::parse_event_t;
+  const Json document = Json::parse(text, [&](int depth, Event event, Json& value) {
+    if (depth == 1 && event == Event::key) {
+      topKey = value.get<std::string>();
+    } else if (depth == 1 && (event == Event::array_start || event == Event::array_end)) {
+      inModels = event == Event::array_start && topKey == "models";
+      if (inModels && sawModels) throw ImportError("\"models\" given twice");
+      sawModels = sawModels || inModels;
+    } else if (inModels && depth == 2 && (event == Event::object_end || event == Event::value)) {
+      out.Add(RecordFromJson(value, index++));
+      return false;
+    } else if (inModels && depth == 2 && event == Event::array_start) {
+      RecordFromJson(Json::array(), index);  // not a model: the error names it
+    }
+    return true;
+  });
+  // What is left is the frame, every model taken out of it.
+  if (!document.is_object() || !document.contains("models") || !document["models"].is_array())
+    throw ImportError("expected an object with a \"models\" array");
+  for (const auto& [key, value] : document.items())
+    if (key != "models") throw ImportError("unknown top-level key \"" + key + "\"");
+  return out;
+}
+
+namespace {
+
+bool ModelsFromText(const std::string& source, const std::string& text, orvx::ModelDatabase& db, std::string& error) {
+  try {
+    db = ModelsFromJsonText(text);
+  } catch (const Json::parse_error& e) {
+    const std::string what = e.what();
+    error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
+    return false;
+  } catch (const ImportError& e) {
+    error = source + ": " + e.what();
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error) {
+  std::string text;
+  if (const orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) {
+    error = e.message;
+    return false;
+  }
+  return ModelsFromText(source, text, db, error);
+}
+
+bool LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, std::string& error) {
+  std::string bytes;
+  if (const orvx::Error e = orvx::ReadWholeFile(path, bytes); e.Failed()) {
+    error = e.message;
+    return false;
+  }
+  const auto first = bytes.find_first_not_of(" \t\r\n");
+  if (first != std::string::npos && bytes[first] == '{') return ModelsFromText(path, bytes, db, error);
+  orvx::LoadError e;
+  if (db.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, e)) return true;
+  error = path + e.message.substr(e.message.find(':'));
+  return false;
 }
 
 }  // namespace orvdb

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
@@ -30,6 +31,29 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
 
 // Every record of a database document, in order. Throws ImportError.
 orvx::ModelDatabase ModelsFromJson(const Json& document);
+// The same from the document's text, reading one model at a time (the tool's
+// way: it never holds the whole tree). Also throws Json::parse_error, and
+// refuses "models" given twice.
+orvx::ModelDatabase ModelsFromJsonText(std::string_view text);
+
+// One entry of a size-list block: a numbered tray's or a named tray's sizes.
+struct TraySizes {
+  bool named = false;
+  int number = 0;
+  std::string name;
+  std::vector<BYTE> sizes;
+};
+// The entries of a well-formed block, in order. False when an entry runs past
+// the end of the block or an entry of key 10 has no zero byte after a name
+// (such a block is only shown as its bytes).
+bool DecodeSizeList(std::span<const BYTE> block, std::vector<TraySizes>& out);
+// "tray 2" or "tray \"Cassette 1\"".
+std::string TrayLabel(const TraySizes& t);
+
+// A database from its JSON source file, or an error line naming the file.
+bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error);
+// A database file or its JSON form (a file whose first non-blank byte is "{").
+bool LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, std::string& error);
 
 
 }  // namespace orvdb

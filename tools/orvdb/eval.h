@@ -32,6 +32,9 @@ class Evaluator {
   // Answers every non-blank line of `in` on `out`, in order, each as soon as
   // its request is complete.
   void Run(std::istream& in, std::ostream& out);
+  // The request the last picture request was read into (orvdb diff runs it
+  // on records of its own).
+  const PictureRequest& LastPictureRequest() const { return request_; }
 
  private:
   // The database of the file `path` names. A file is read once and kept

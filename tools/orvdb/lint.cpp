@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <map>
-#include <limits>
 #include <set>
 #include <unordered_map>
 
@@ -43,8 +41,9 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
   std::set<int> numbers;
   std::set<std::string> names;
   bool sawUnnamed = false;
-  for (orvx::SizeListEntry e; reader.Next(e);) {
-    const std::string at = " (entry at byte " + std::to_string(e.offset) + ")";
+  std::size_t entry = 0;
+  for (orvx::SizeListEntry e; reader.Next(e); ++entry) {
+    const std::string at = " (entry " + std::to_string(entry) + ", at byte " + std::to_string(e.offset) + ")";
     if (e.key == orvx::kNamedSizeList && !e.Named()) {
       add("size-list-malformed", "a named size list without the zero byte that ends its name" + at);
     } else if (e.Named()) {
@@ -60,112 +59,15 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
     }
   }
   if (reader.Broken())
-    add("size-list-malformed", "the size list at byte " + std::to_string(reader.BrokenAt()) +
-                                   " runs past the end of the block; it and all after it are never read");
-}
-
-// The transitions of a trie: (state << 8 | byte) -> state, open addressing.
-class Transitions {
- public:
-  explicit Transitions(std::size_t expected) {
-    std::size_t capacity = 16;
-    while (capacity < expected + expected / 2) capacity *= 2;
-    keys_.assign(capacity, kEmpty);
-    values_.resize(capacity);
-  }
-  // The state for `key`, added as `fresh` when there is none yet.
-  std::uint32_t FindOrAdd(std::uint64_t key, std::uint32_t fresh, bool& added) {
-    std::size_t at = Slot(key);
-    while (keys_[at] != kEmpty && keys_[at] != key) at = (at + 1) & (keys_.size() - 1);
-    added = keys_[at] == kEmpty;
-    if (added) keys_[at] = key, values_[at] = fresh;
-    return values_[at];
-  }
-  // The state for `key`, or 0 (the root, which is no one's child).
-  std::uint32_t Find(std::uint64_t key) const {
-    for (std::size_t at = Slot(key);; at = (at + 1) & (keys_.size() - 1)) {
-      if (keys_[at] == key) return values_[at];
-      if (keys_[at] == kEmpty) return 0;
-    }
-  }
-
- private:
-  static constexpr std::uint64_t kEmpty = ~std::uint64_t{0};
-  std::size_t Slot(std::uint64_t key) const {
-    return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 20) & (keys_.size() - 1);
-  }
-  std::vector<std::uint64_t> keys_;
-  std::vector<std::uint32_t> values_;
-};
-
-// For every name, the first record whose (non-empty) name occurs inside it,
-// found for all names at once with an Aho-Corasick automaton over them: a
-// database of 50,000 models lints in about the time it takes to read.
-std::vector<std::uint32_t> FirstContained(const orvx::ModelDatabase& db) {
-  constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
-  std::size_t bytes = 0;
-  for (std::size_t i = 0; i < db.size(); ++i) bytes += db[i].GetModelName().view().size();
-  Transitions next(bytes + 1);
-  struct Node {
-    std::uint32_t word = kNone;    // the first record whose name ends here
-    std::uint32_t best = kNone;    // the first record over this state's chain of suffixes
-    std::uint32_t onPath = kNone;  // the first of `best` over this state and the states before it
-    std::uint32_t fail = 0, child = 0, sibling = 0;
-    unsigned char byte = 0;
-  };
-  std::vector<std::uint32_t> ends(db.size(), 0);  // the state each name ends in
-  std::vector<Node> nodes(1);
-  nodes.reserve(bytes + 1);
-  for (std::size_t i = 0; i < db.size(); ++i) {
-    std::uint32_t state = 0;
-    for (const unsigned char c : db[i].GetModelName().view()) {
-      bool added;
-      const std::uint32_t to = next.FindOrAdd(std::uint64_t{state} << 8 | c, static_cast<std::uint32_t>(nodes.size()), added);
-      if (added) {
-        Node n;
-        n.byte = c;
-        n.sibling = nodes[state].child;
-        nodes[state].child = to;
-        nodes.push_back(n);
-      }
-      state = to;
-    }
-    if (state != 0) nodes[state].word = std::min(nodes[state].word, static_cast<std::uint32_t>(i));
-    ends[i] = state;
-  }
-  const auto step = [&](std::uint32_t state, unsigned char c) {
-    for (;;) {
-      if (const std::uint32_t to = next.Find(std::uint64_t{state} << 8 | c)) return to;
-      if (state == 0) return std::uint32_t{0};
-      state = nodes[state].fail;
-    }
-  };
-  std::vector<std::uint32_t> queue;
-  queue.reserve(nodes.size());
-  for (std::uint32_t c = nodes[0].child; c; c = nodes[c].sibling) queue.push_back(c);
-  for (std::size_t q = 0; q < queue.size(); ++q) {
-    Node& n = nodes[queue[q]];
-    n.best = std::min(n.word, nodes[n.fail].best);
-    n.onPath = std::min(n.best, n.onPath);
-    for (std::uint32_t c = n.child; c; c = nodes[c].sibling) {
-      nodes[c].fail = step(n.fail, nodes[c].byte);
-      nodes[c].onPath = n.onPath;  // parents come first in breadth-first order
-      queue.push_back(c);
-    }
-  }
-  // Reading a name walks its own path in the trie (every prefix is a state),
-  // so what it contains is what the states on that path end with.
-  std::vector<std::uint32_t> out(db.size(), kNone);
-  for (std::size_t j = 0; j < db.size(); ++j)
-    if (ends[j]) out[j] = nodes[ends[j]].onPath;
-  return out;
+    add("size-list-malformed", "entry " + std::to_string(entry) + " of the size lists (at byte " +
+                                   std::to_string(reader.BrokenAt()) + ", key " + std::to_string(block[reader.BrokenAt()]) +
+                                   ") runs past the end of the block; it and all after it are never read");
 }
 
 }  // namespace
 
 std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
   std::vector<Finding> out;
-  const std::vector<std::uint32_t> contained = FirstContained(db);
   // The first record of each name, of each name read without letter case,
   // and of each name without its outer spaces.
   std::unordered_map<std::string_view, std::size_t> firstByName, firstByTrimmed;
@@ -191,8 +93,8 @@ std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
     if (!isNew) {
       add("duplicate-name", "the same name as " + who(first->second) +
                                 ", which every lookup finds first: this record is unreachable");
-    } else if (contained[j] < j) {
-      add("shadowed-name", "the name contains the name of " + who(contained[j]) + ": the lookup of a query such as " +
+    } else if (const std::ptrdiff_t inside = db.FirstNameIn(name); inside >= 0 && std::size_t(inside) < j) {
+      add("shadowed-name", "the name contains the name of " + who(std::size_t(inside)) + ": the lookup of a query such as " +
                                Quoted(std::string(name) + " PCL6") + " stops there, so this record is found only "
                                "by its exact name");
     }

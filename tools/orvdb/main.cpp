@@ -13,6 +13,7 @@
 
 #include "db_file.h"
 #include "db_json.h"
+#include "diff.h"
 #include "eval.h"
 #include "html_page.h"
 #include "lint.h"
@@ -58,6 +59,16 @@ void PrintSizeLists(std::ostream& out, std::span<const BYTE> block) {
   if (reader.Broken()) out << "    (entry at byte " << reader.BrokenAt() << " runs past the end of the block)\n";
 }
 
+// Where GetInfo answers other than the stored value, what it answers and why.
+std::string InfoNote(const CPrnStaticInfo& r, const orvx::FieldDesc& d) {
+  const std::int64_t stored = orvx::ReadField(r.Fields(), d);
+  const int answer = r.GetInfo(d.key);
+  if (answer == stored) return {};
+  return "; GetInfo answers " + std::to_string(answer) +
+         (d.ffMeansUnset && stored == 0xFF ? ": 255 means not set"
+                                           : ": an int, so values above 2147483647 come back negative");
+}
+
 void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
   const auto& f = r.Fields();
   out << "ModelName            " << r.GetModelName().str() << "\n";
@@ -72,8 +83,8 @@ void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
       out << orvx::ReadField(f, d);
       if (d.key) {
         char buf[24];
-        std::snprintf(buf, sizeof buf, "  (key 0x%04X)", static_cast<unsigned>(d.key));
-        out << buf;
+        std::snprintf(buf, sizeof buf, "  (key 0x%04X", static_cast<unsigned>(d.key));
+        out << buf << InfoNote(r, d) << ")";
       }
     }
     out << "\n";
@@ -102,6 +113,11 @@ int Show(const std::string& path, const std::string& name, bool strict, bool jso
   if (json) {
     orvdb::Json j = {{"index", found.index}, {"match", orvx::MatchName(found.how)}};
     j["record"] = orvdb::RecordToJson(r);
+    // The keys whose GetInfo answer is not the stored value.
+    orvdb::Json answers = orvdb::Json::object();
+    for (const auto& d : orvx::RecordFields())
+      if (d.key && r.GetInfo(d.key) != orvx::ReadField(r.Fields(), d)) answers[std::string(d.name)] = r.GetInfo(d.key);
+    j["getInfo"] = std::move(answers);
     std::cout << JsonText(j) << "\n";
   } else {
     if (fellBack) std::cout << "# \"" << name << "\" matches no model; the default model (record 0) answers\n";
@@ -151,30 +167,35 @@ int Export(const std::string& path) {
   orvx::ModelDatabase db;
   std::string error;
   if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
-  orvdb::Json models = orvdb::Json::array();
-  for (std::size_t i = 0; i < db.size(); ++i) models.push_back(orvdb::RecordToJson(db[i]));
-  std::cout << orvdb::Json{{"models", std::move(models)}}.dump(2) << "\n";
+  // One record at a time, one key a line (values on one line each, size
+  // lists one tray a line): line-oriented diffs of two exports read well.
+  std::string text = "{\"models\": [";
+  for (std::size_t i = 0; i < db.size(); ++i) {
+    text += i ? ",\n  {" : "\n  {";
+    const orvdb::Json r = orvdb::RecordToJson(db[i]);
+    bool first = true;
+    for (const auto& [key, value] : r.items()) {
+      text += first ? "\n    " : ",\n    ";
+      first = false;
+      text += '"' + key + "\": ";  // the keys are field names: nothing to escape
+      if (value.is_number_integer()) {
+        text += value.is_number_unsigned() ? std::to_string(value.get<std::uint64_t>())
+                                           : std::to_string(value.get<std::int64_t>());
+        continue;
+      }
+      if (!value.is_array() || value.empty() || !value[0].is_object()) {
+        text += value.dump();
+        continue;
+      }
+      for (std::size_t t = 0; t < value.size(); ++t) text += (t ? ",\n      " : "[\n      ") + value[t].dump();
+      text += "\n    ]";
+    }
+    text += "\n  }";
+    std::cout << text;
+    text.clear();
+  }
+  std::cout << "\n]}\n";
   return kExitOk;
-}
-
-// A database from its JSON source, or an error line naming the file.
-bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error) {
-  std::string text;
-  if (const orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) {
-    error = e.message;
-    return false;
-  }
-  try {
-    db = orvdb::ModelsFromJson(orvdb::Json::parse(text));
-  } catch (const orvdb::Json::parse_error& e) {
-    const std::string what = e.what();
-    error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
-    return false;
-  } catch (const orvdb::ImportError& e) {
-    error = source + ": " + e.what();
-    return false;
-  }
-  return true;
 }
 
 void PrintFindings(const std::string& file, const std::vector<orvdb::Finding>& findings, bool json,
@@ -204,10 +225,11 @@ int Lint(const std::string& path, bool json) {
   std::vector<orvdb::Finding> findings;
   const auto first = bytes.find_first_not_of(" \t\r\n");
   if (first != std::string::npos && bytes[first] == '{') {
-    if (!ReadModels(path, db, error)) return Error(error);
+    if (!orvdb::ReadModels(path, db, error)) return Error(error);
   } else if (!orvdb::LintFile(bytes, db, findings, error)) {
     return Error(path + ": " + error);
   }
+  std::string().swap(bytes);  // the records hold all that is still needed
   const auto records = orvdb::LintRecords(db);
   findings.insert(findings.end(), records.begin(), records.end());
   PrintFindings(path, findings, json, nullptr);
@@ -217,7 +239,7 @@ int Lint(const std::string& path, bool json) {
 int Build(const std::string& source, const std::string& output, bool strict) {
   orvx::ModelDatabase db;
   std::string error;
-  if (!ReadModels(source, db, error)) return Error(error);
+  if (!orvdb::ReadModels(source, db, error)) return Error(error);
   const auto findings = orvdb::LintRecords(db);
   PrintFindings(source, findings, false, strict ? "orvdb: error: " : "orvdb: warning: ");
   if (strict && !findings.empty()) return kExitFallback;
@@ -572,7 +594,8 @@ int Run(int argc, char** argv) {
   app.footer(
       "Exit codes:\n"
       "  0  success\n"
-      "  1  a negative answer: no model matched (show --strict, find), not supported, lint findings\n"
+      "  1  a negative answer: no model matched (show --strict, find), not supported, lint findings,\n"
+      "     diff found differences\n"
       "  2  a usage error, or a file or output that cannot be read or written\n"
       "  3  supported: the registry store file is missing\n"
       "  4  supported: the registry store file is malformed\n"
@@ -666,6 +689,15 @@ int Run(int argc, char** argv) {
   rules->add_option("--group", ro.group, "Model group ID, instead of MODEL")->check(CLI::Range(0, 65535));
   for (auto* sub : {show, list, supported, lint, rules}) sub->add_flag("--json", json, "Print JSON");
 
+  auto* diff = app.add_subcommand("diff", "Show what NEW changes against OLD: records, lookups, picture IDs");
+  orvdb::DiffOptions diffOptions;
+  diff->add_option("OLD", diffOptions.oldPath, "Old database file, or its JSON form")->required();
+  diff->add_option("NEW", diffOptions.newPath, "New database file, or its JSON form")->required();
+  diff->add_option("--names", diffOptions.namesFile, "More names to look up, one a line");
+  diff->add_option("--configs", diffOptions.configsFile, "Eval picture requests naming models, one a line");
+  diff->add_flag("--summary", diffOptions.summary, "Print only the counts");
+  diff->add_flag("--json", diffOptions.json, "Print one JSON object");
+
   auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
   eval->footer(
       "Each line is one JSON object; each answer is one line, in order; a bad request is answered\n"
@@ -714,6 +746,11 @@ int Run(int argc, char** argv) {
   if (*picture) return Picture(po);
   if (*html) return Html(htmlDb, htmlOut, webDir);
   if (*rules) return Rules(ro, json);
+  if (*diff) {
+    std::string error;
+    const int status = orvdb::Diff(diffOptions, std::cout, error);
+    return status == kExitUsage ? Error(error) : status;
+  }
   if (*eval) {
     std::ios::sync_with_stdio(false);
     orvdb::Evaluator evaluator;

@@ -1,0 +1,358 @@
+#include "diff.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "db_json.h"
+#include "eval.h"
+#include "json_reader.h"
+#include "orvx/record_fields.h"
+#include "orvx/text.h"
+#include "orvx/whole_file.h"
+#include "picture_call.h"
+
+namespace orvdb {
+namespace {
+
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+std::string Quote(std::string_view s) {
+  std::string out;
+  AppendJsonString(out, s);
+  return out;
+}
+
+std::string_view NameOf(const orvx::ModelDatabase& db, std::size_t i) { return db[i].GetModelName().view(); }
+
+std::string Bytes(std::span<const BYTE> b) { return b.empty() ? "(none)" : orvx::text::HexBytes(b.data(), b.size(), ' '); }
+
+std::vector<BYTE> Block(const CPrnStaticInfo& r) {
+  std::vector<BYTE> block(static_cast<std::size_t>(r.GetInTraySPSZSizeList(nullptr)));
+  r.GetInTraySPSZSizeList(block.data());
+  return block;
+}
+
+// What one paired record changes: one line of text and one JSON object each.
+struct Change {
+  std::string text;
+  Json json;
+};
+
+void CompareRecords(const CPrnStaticInfo& a, const CPrnStaticInfo& b, std::vector<Change>& out) {
+  const PrnStaticFields &fa = a.Fields(), &fb = b.Fields();
+  if (std::memcmp(&fa, &fb, sizeof fa) != 0) {
+    for (const auto& d : orvx::RecordFields()) {
+      const std::int64_t va = orvx::ReadField(fa, d), vb = orvx::ReadField(fb, d);
+      if (va == vb) continue;
+      if (d.name != "Flags") {
+        out.push_back({std::string(d.name) + ": " + std::to_string(va) + " -> " + std::to_string(vb),
+                       {{"field", d.name}, {"old", va}, {"new", vb}}});
+        continue;
+      }
+      Json on = Json::array(), off = Json::array();
+      std::string text = "Flags:";
+      for (const auto& flag : orvx::RecordFlags()) {
+        const bool was = fa.Flags & flag.bit, is = fb.Flags & flag.bit;
+        if (was == is) continue;
+        text += std::string(is ? " +" : " -") + std::string(flag.name);
+        (is ? on : off).push_back(flag.name);
+      }
+      if ((fa.Flags ^ fb.Flags) & ~orvx::kDefinedFlagBits) text += " (other bits change)";
+      out.push_back({text, {{"field", "Flags"}, {"old", va}, {"new", vb}, {"set", on}, {"cleared", off}}});
+    }
+  }
+  const std::vector<BYTE> ba = Block(a), bb = Block(b);
+  if (ba == bb) return;
+  std::vector<TraySizes> ta, tb;
+  if (!DecodeSizeList(ba, ta) || !DecodeSizeList(bb, tb)) {
+    out.push_back({"size-list block: " + Bytes(ba) + " -> " + Bytes(bb),
+                   {{"field", "InTraySPSZSizeList"}, {"old", ba}, {"new", bb}}});
+    return;
+  }
+  // Per tray, as the getters read it: the first entry of each tray.
+  const auto find = [](const std::vector<TraySizes>& list, const TraySizes& t) -> const TraySizes* {
+    for (const auto& e : list)
+      if (e.named == t.named && (t.named ? orvx::text::EqualNoCase(e.name, t.name) : e.number == t.number)) return &e;
+    return nullptr;
+  };
+  std::size_t before = out.size();
+  for (const bool fromNew : {false, true}) {
+    for (const TraySizes& t : fromNew ? tb : ta) {
+      const TraySizes* was = find(ta, t);
+      const TraySizes* is = find(tb, t);
+      if ((fromNew ? is : was) != &t || (fromNew && was)) continue;  // each tray once, at its first entry
+      if (was && is && was->sizes == is->sizes) continue;
+      const Json tray = t.named ? Json(t.name) : Json(t.number);
+      out.push_back({"size list of " + TrayLabel(t) + ": " + (was ? Bytes(was->sizes) : "(no entry)") + " -> " +
+                         (is ? Bytes(is->sizes) : "(no entry)"),
+                     {{"field", "InTraySPSZSizeList"},
+                      {"tray", tray},
+                      {"old", was ? Json(was->sizes) : Json(nullptr)},
+                      {"new", is ? Json(is->sizes) : Json(nullptr)}}});
+    }
+  }
+  if (out.size() == before)  // the same lists per tray: order or unread entries differ
+    out.push_back({"size-list block (same lists per tray): " + Bytes(ba) + " -> " + Bytes(bb),
+                   {{"field", "InTraySPSZSizeList"}, {"old", ba}, {"new", bb}}});
+}
+
+// The indexes (into `order`) of a longest increasing run of `order`'s values:
+// the records that kept their relative order. The others moved.
+std::vector<bool> KeptOrder(const std::vector<std::size_t>& order) {
+  std::vector<std::size_t> tails, tailAt, previous(order.size(), kNone);
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const auto at = std::lower_bound(tails.begin(), tails.end(), order[i]) - tails.begin();
+    if (static_cast<std::size_t>(at) == tails.size()) {
+      tails.push_back(order[i]);
+      tailAt.push_back(i);
+    } else {
+      tails[at] = order[i];
+      tailAt[at] = i;
+    }
+    previous[i] = at ? tailAt[at - 1] : kNone;
+  }
+  std::vector<bool> kept(order.size(), false);
+  for (std::size_t i = tailAt.empty() ? kNone : tailAt.back(); i != kNone; i = previous[i]) kept[i] = true;
+  return kept;
+}
+
+// Lines of a text file (names or requests); a CR before the line end goes.
+bool ReadLines(const std::string& path, std::vector<std::string>& lines, std::string& error) {
+  std::string text;
+  if (const orvx::Error e = orvx::ReadWholeFile(path, text); e.Failed()) {
+    error = e.message;
+    return false;
+  }
+  for (std::size_t at = 0; at < text.size();) {
+    std::size_t end = text.find('\n', at);
+    if (end == std::string::npos) end = text.size();
+    std::string line = text.substr(at, end - at);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(std::move(line));
+    at = end + 1;
+  }
+  return true;
+}
+
+struct Report {
+  Json added = Json::array(), removed = Json::array(), changed = Json::array(), moved = Json::array(),
+       lookups = Json::array(), pictures = Json::array();
+  std::vector<std::string> lines;  // the text form, after the summary
+};
+
+Json Who(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
+  if (i < 0) return nullptr;
+  return {{"index", i}, {"name", NameOf(db, static_cast<std::size_t>(i))}};
+}
+
+std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
+  return i < 0 ? "no record" : "record " + std::to_string(i) + " " + Quote(NameOf(db, static_cast<std::size_t>(i)));
+}
+
+// The picture request of each line, run on the record its "model" finds in
+// each database. Eval reads the request; "db", "vendor" and "group" are left
+// out, as the databases are the two being compared, and eval is given a fresh
+// record instead, whose answer is not used.
+bool PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b,
+                  const std::vector<std::size_t>& partner, Report& report, std::string& error) {
+  std::vector<std::string> lines;
+  if (!ReadLines(path, lines, error)) return false;
+  Evaluator evaluator;
+  json::Reader reader;
+  PictureCaller caller;
+  for (std::size_t n = 0; n < lines.size(); ++n) {
+    const std::string where = path + ":" + std::to_string(n + 1) + ": ";
+    if (lines[n].find_first_not_of(" \t") == std::string::npos) continue;
+    if (!reader.Parse(lines[n])) return error = where + reader.Error(), false;
+    const json::Value* op = reader.Find("op");
+    const json::Value* model = reader.Find("model");
+    if (reader.Root().kind != json::Kind::Object || !op || op->kind != json::Kind::String ||
+        json::String(*op) != "picture" || !model || model->kind != json::Kind::String)
+      return error = where + "expected a picture request naming a \"model\"", false;
+    const std::string name = json::String(*model);
+    std::string request = "{";
+    for (std::size_t m = 0; m < reader.MemberCount(); ++m) {
+      const std::string_view key = reader.Key(m);
+      if (key == "db" || key == "vendor" || key == "group") continue;
+      AppendJsonString(request, key);
+      request += ':';
+      request += reader.MemberValue(m).text;
+      request += ',';
+    }
+    request += "\"vendor\":0,\"group\":0}";
+    const std::string answer = evaluator.Answer(request);
+    if (answer.rfind("{\"error\"", 0) == 0) return error = where + answer, false;
+    const PictureRequest& q = evaluator.LastPictureRequest();
+    struct Result {
+      std::ptrdiff_t index = -1;
+      DWORD id = 0;
+      std::vector<std::pair<std::string, int>> in, out;
+    } result[2];
+    orvx::ModelDatabase* dbs[2] = {&a, &b};
+    for (int side = 0; side < 2; ++side) {
+      Result& r = result[side];
+      r.index = dbs[side]->Lookup(name).index;
+      if (r.index < 0) continue;
+      r.id = caller.Call((*dbs[side])[static_cast<std::size_t>(r.index)], q);
+      if (q.byNames) continue;
+      for (std::size_t i = 0; i < q.inCount; ++i) r.in.emplace_back(caller.In(i).GetName().str(), caller.In(i).GetID());
+      for (std::size_t i = 0; i < q.outCount; ++i) r.out.emplace_back(caller.Out(i).GetName().str(), caller.Out(i).GetID());
+    }
+    const bool sameRecord = result[0].index < 0 ? result[1].index < 0
+                                                : partner[static_cast<std::size_t>(result[0].index)] ==
+                                                      static_cast<std::size_t>(result[1].index);
+    if (result[0].id == result[1].id && result[0].in == result[1].in && result[0].out == result[1].out) continue;
+    std::string text = "picture  line " + std::to_string(n + 1) + " " + Quote(name) + ": " + WhoText(a, result[0].index);
+    if (!sameRecord) text += " -> " + WhoText(b, result[1].index);
+    text += ", picture ID 0x" + orvx::text::Hex(result[0].id, 8) + " -> 0x" + orvx::text::Hex(result[1].id, 8);
+    Json trays = Json::array();
+    for (const bool out : {false, true}) {
+      const auto &was = out ? result[0].out : result[0].in, &is = out ? result[1].out : result[1].in;
+      for (std::size_t i = 0; i < std::max(was.size(), is.size()); ++i) {
+        if (i < was.size() && i < is.size() && was[i] == is[i]) continue;
+        const auto show = [](const std::vector<std::pair<std::string, int>>& v, std::size_t i) {
+          return i < v.size() ? Quote(v[i].first) + " ID " + std::to_string(v[i].second) : std::string("none");
+        };
+        text += std::string("; ") + (out ? "out-tray " : "in-tray ") + std::to_string(i) + " ";
+        if (i < was.size() && i < is.size() && was[i].first == is[i].first)
+          text += Quote(was[i].first) + " ID " + std::to_string(was[i].second) + " -> " + std::to_string(is[i].second);
+        else
+          text += show(was, i) + " -> " + show(is, i);
+        const auto tray = [](const std::vector<std::pair<std::string, int>>& v, std::size_t i) {
+          return i < v.size() ? Json{{"name", v[i].first}, {"id", v[i].second}} : Json(nullptr);
+        };
+        trays.push_back({{"kind", out ? "outTray" : "inTray"}, {"position", i}, {"old", tray(was, i)}, {"new", tray(is, i)}});
+      }
+    }
+    report.lines.push_back(text);
+    report.pictures.push_back({{"line", n + 1},
+                               {"model", name},
+                               {"old", Who(a, result[0].index)},
+                               {"new", Who(b, result[1].index)},
+                               {"oldPictureId", result[0].id},
+                               {"newPictureId", result[1].id},
+                               {"trays", trays}});
+  }
+  return true;
+}
+
+}  // namespace
+
+int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
+  orvx::ModelDatabase a, b;
+  if (!LoadEitherForm(o.oldPath, a, error) || !LoadEitherForm(o.newPath, b, error)) return 2;
+  std::vector<std::string> extraNames;
+  if (!o.namesFile.empty() && !ReadLines(o.namesFile, extraNames, error)) return 2;
+
+  // Pairing: the n-th record of a name in OLD with the n-th of that name in NEW.
+  std::vector<std::size_t> partner(a.size(), kNone), partnerOf(b.size(), kNone);
+  {
+    std::unordered_map<std::string_view, std::pair<std::vector<std::size_t>, std::size_t>> byName;
+    byName.reserve(a.size());
+    for (std::size_t i = 0; i < a.size(); ++i) byName[NameOf(a, i)].first.push_back(i);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const auto it = byName.find(NameOf(b, j));
+      if (it == byName.end() || it->second.second == it->second.first.size()) continue;
+      const std::size_t i = it->second.first[it->second.second++];
+      partner[i] = j;
+      partnerOf[j] = i;
+    }
+  }
+  Report report;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    if (partner[i] == kNone) {
+      report.lines.push_back("removed  " + WhoText(a, static_cast<std::ptrdiff_t>(i)));
+      report.removed.push_back(Who(a, static_cast<std::ptrdiff_t>(i)));
+    }
+  for (std::size_t j = 0; j < b.size(); ++j)
+    if (partnerOf[j] == kNone) {
+      report.lines.push_back("added    " + WhoText(b, static_cast<std::ptrdiff_t>(j)));
+      report.added.push_back(Who(b, static_cast<std::ptrdiff_t>(j)));
+    }
+  std::vector<std::size_t> order;  // the NEW positions of the pairs, in OLD order
+  std::vector<std::size_t> pairedOld;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (partner[i] == kNone) continue;
+    order.push_back(partner[i]);
+    pairedOld.push_back(i);
+    std::vector<Change> changes;
+    CompareRecords(a[i], b[partner[i]], changes);
+    if (changes.empty()) continue;
+    std::string head = "changed  " + Quote(NameOf(a, i)) + " (record " + std::to_string(i);
+    report.lines.push_back(head + (i == partner[i] ? "" : " -> " + std::to_string(partner[i])) + ")");
+    Json fields = Json::array();
+    for (auto& c : changes) {
+      report.lines.push_back("    " + c.text);
+      fields.push_back(std::move(c.json));
+    }
+    report.changed.push_back({{"name", NameOf(a, i)}, {"old", i}, {"new", partner[i]}, {"changes", std::move(fields)}});
+  }
+  const std::vector<bool> kept = KeptOrder(order);
+  for (std::size_t k = 0; k < order.size(); ++k) {
+    if (kept[k]) continue;
+    const std::size_t i = pairedOld[k];
+    report.lines.push_back("moved    " + Quote(NameOf(a, i)) + ": record " + std::to_string(i) + " -> " +
+                           std::to_string(order[k]));
+    report.moved.push_back({{"name", NameOf(a, i)}, {"old", i}, {"new", order[k]}});
+  }
+
+  // Lookup drift: each name of either database, with " PCL6" too, and the
+  // names given; each once, in that order.
+  std::unordered_set<std::string> seen;
+  seen.reserve(2 * (a.size() + b.size()) + extraNames.size());
+  const auto drift = [&](std::string query) {
+    if (!seen.insert(query).second) return;
+    const orvx::LookupResult was = a.Lookup(query), is = b.Lookup(query);
+    const bool same = was.index < 0 ? is.index < 0
+                                    : partner[static_cast<std::size_t>(was.index)] == static_cast<std::size_t>(is.index);
+    if (same && was.how == is.how) return;
+    report.lines.push_back("lookup   " + Quote(query) + ": " + WhoText(a, was.index) + " (" + orvx::MatchName(was.how) +
+                           ") -> " + WhoText(b, is.index) + " (" + orvx::MatchName(is.how) + ")");
+    Json oldSide = Who(a, was.index), newSide = Who(b, is.index);
+    if (!oldSide.is_null()) oldSide["match"] = orvx::MatchName(was.how);
+    if (!newSide.is_null()) newSide["match"] = orvx::MatchName(is.how);
+    report.lookups.push_back({{"query", std::move(query)}, {"old", std::move(oldSide)}, {"new", std::move(newSide)}});
+  };
+  for (const orvx::ModelDatabase* db : {&a, &b})
+    for (std::size_t i = 0; i < db->size(); ++i) {
+      drift(std::string(NameOf(*db, i)));
+      drift(std::string(NameOf(*db, i)) + " PCL6");
+    }
+  for (auto& n : extraNames)
+    if (!n.empty()) drift(std::move(n));
+  if (!o.configsFile.empty() && !PictureDrift(o.configsFile, a, b, partner, report, error)) return 2;
+
+  const std::size_t counts[] = {report.added.size(),  report.removed.size(), report.changed.size(),
+                                report.moved.size(),  report.lookups.size(), report.pictures.size()};
+  static const char* const kCountNames[] = {"added", "removed", "changed", "moved", "lookupDrift", "pictureDrift"};
+  static const char* const kCountText[] = {"added", "removed", "changed", "moved", "lookups drift", "pictures drift"};
+  std::size_t total = 0;
+  for (std::size_t c : counts) total += c;
+  if (o.json) {
+    Json j = {{"old", o.oldPath}, {"new", o.newPath}};
+    Json summary = Json::object();
+    for (std::size_t k = 0; k < std::size(counts); ++k) summary[kCountNames[k]] = counts[k];
+    j["summary"] = std::move(summary);
+    if (!o.summary) {
+      j["added"] = std::move(report.added);
+      j["removed"] = std::move(report.removed);
+      j["changed"] = std::move(report.changed);
+      j["moved"] = std::move(report.moved);
+      j["lookupDrift"] = std::move(report.lookups);
+      j["pictureDrift"] = std::move(report.pictures);
+    }
+    out << j.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
+  } else {
+    std::string line;
+    for (std::size_t k = 0; k < std::size(counts); ++k)
+      line += (k ? ", " : "") + std::to_string(counts[k]) + " " + kCountText[k];
+    out << (total ? line : "no differences") << "\n";
+    if (!o.summary)
+      for (const auto& l : report.lines) out << l << "\n";
+  }
+  return total ? 1 : 0;
+}
+
+}  // namespace orvdb
