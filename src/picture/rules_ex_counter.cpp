@@ -127,7 +127,7 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
       step.kind = PictureTraceStep::InTray;
       step.name = tray.GetName().view();
       step.tray = j;
-      step.test = "position " + std::to_string(j + 1) + " of feeder configuration " + ConfigText(*chosen);
+      step.test = "its position's slot in feeder configuration " + ConfigText(*chosen);
       step.id = tray.GetID();
       s.trace->steps.push_back(std::move(step));
     }

@@ -110,8 +110,8 @@ void CheckTrace(const orvx::PictureTrace& trace, const orvx::PictureCall& call, 
   for (const auto& step : trace.steps) {
     added |= step.added;
     EXPECT_TRUE(step.row < 0 || !step.test.empty());
-    // The row a step names is a row the rule's vocabulary lists.
-    EXPECT_TRUE(step.row < 0 || std::any_of(vocabulary->begin(), vocabulary->end(), [&](const orvx::PictureRuleRow& r) {
+    // The row a step names is a row the rule's vocabulary lists; -1 is none.
+    EXPECT_TRUE(step.row == -1 || std::any_of(vocabulary->begin(), vocabulary->end(), [&](const orvx::PictureRuleRow& r) {
                   return r.table == step.kind && r.index == step.row;
                 })) << step.test;
     const auto tray = static_cast<std::size_t>(step.tray);
