@@ -117,7 +117,7 @@ DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists) 
     (kind == PictureTraceStep::Option ? l.options : l.docOptions).ForEach([&](std::string_view name) {
       TraceName(s, kind, name, -1, "no rule runs for this group", 0);
     });
-  Credit(s, route ? "fixed result of the group" : "no rule for this group", route ? route->fixed : 0);
+  Credit(s, route ? "fixed result of the group" : "no rule for this group", route ? route->fixed : 0, -1);
   return s.result;
 }
 
@@ -131,21 +131,21 @@ void TrayRecords::Resize(std::size_t inCount, std::size_t outCount) {
   for (std::size_t i = 0; i < outCount; ++i) out.SetAt(static_cast<int>(i), outs_[i].get());
 }
 
-void TrayRecords::SetIn(std::size_t i, std::string_view name, int id, int addUnit) {
+void TrayRecords::SetIn(std::size_t i, const PictureTray& tray) {
   COptInTray& t = *ins_[i];
-  name_.assign(name);
+  name_.assign(tray.name);
   t.SetName(name_.c_str());
-  t.SetID(id);
-  t.SetAddUnit(addUnit);
+  t.SetID(tray.id);
+  t.SetAddUnit(tray.addUnit);
 }
 
-void TrayRecords::SetOut(std::size_t i, std::string_view name, int id, int addUnit, int delivery) {
+void TrayRecords::SetOut(std::size_t i, const PictureTray& tray) {
   COptOutTray& t = *outs_[i];
-  name_.assign(name);
+  name_.assign(tray.name);
   t.SetName(name_.c_str());
-  t.SetID(id);
-  t.SetAddUnit(addUnit);
-  t.SetDerivery(delivery);
+  t.SetID(tray.id);
+  t.SetAddUnit(tray.addUnit);
+  t.SetDerivery(tray.delivery);
 }
 
 namespace {
@@ -154,9 +154,9 @@ namespace {
 void FromNames(TrayRecords& trays, const CStringList& inNames, const CStringList& outNames) {
   trays.Resize(static_cast<std::size_t>(inNames.GetCount()), static_cast<std::size_t>(outNames.GetCount()));
   std::size_t i = 0;
-  for (const CString& name : inNames) trays.SetIn(i++, name.view());
+  for (const CString& name : inNames) trays.SetIn(i++, PictureTray{name.view()});
   i = 0;
-  for (const CString& name : outNames) trays.SetOut(i++, name.view());
+  for (const CString& name : outNames) trays.SetOut(i++, PictureTray{name.view()});
 }
 
 std::vector<int> GroupList(std::uint64_t mask) {
@@ -217,9 +217,8 @@ const COptOutTray& orvx::PictureCaller::Out(std::size_t i) const { return trays_
 DWORD orvx::PictureCaller::Call(const CPrnStaticInfo& record, const PictureCall& call, PictureTrace* trace) {
   picture::TrayRecords& t = trays_->records;
   t.Resize(call.in.size(), call.out.size());
-  for (std::size_t i = 0; i < call.in.size(); ++i) t.SetIn(i, call.in[i].name, call.in[i].id, call.in[i].addUnit);
-  for (std::size_t i = 0; i < call.out.size(); ++i)
-    t.SetOut(i, call.out[i].name, call.out[i].id, call.out[i].addUnit, call.out[i].delivery);
+  for (std::size_t i = 0; i < call.in.size(); ++i) t.SetIn(i, call.in[i]);
+  for (std::size_t i = 0; i < call.out.size(); ++i) t.SetOut(i, call.out[i]);
   if (trace) trace->Clear();
   const picture::HostNames names{call.manualTrayName, call.defaultTrayName};
   const DWORD id = Dispatch(record, call.extended,

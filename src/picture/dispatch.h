@@ -22,8 +22,8 @@ DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists);
 class TrayRecords {
  public:
   void Resize(std::size_t inCount, std::size_t outCount);
-  void SetIn(std::size_t i, std::string_view name, int id = -1, int addUnit = 0);
-  void SetOut(std::size_t i, std::string_view name, int id = -1, int addUnit = 0, int delivery = 2);
+  void SetIn(std::size_t i, const PictureTray& tray);
+  void SetOut(std::size_t i, const PictureTray& tray);
   COptInTray& In(std::size_t i) const { return *ins_[i]; }
   COptOutTray& Out(std::size_t i) const { return *outs_[i]; }
 

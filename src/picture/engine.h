@@ -232,7 +232,7 @@ void AddLiterals(const Test& test, PictureRuleRow& row);
 // Building blocks for rules that are partly their own code.
 Scan Start(const CPrnStaticInfo& record, const Lists& lists);
 // Records one step of the rule's own; `bits` go into the result.
-void Credit(Scan& s, std::string_view what, DWORD bits, int row = -1);
+void Credit(Scan& s, std::string_view what, DWORD bits, int row);
 // Records a unit name that a table of kind `kind` tested; `row` is its match or -1.
 void TraceName(Scan& s, PictureTraceStep::Kind kind, std::string_view name, int row, std::string test, DWORD before);
 void ScanIn(Scan& s, std::span<const InRow> rows, CPtrArray& trays, Hook<COptInTray> pre = nullptr);

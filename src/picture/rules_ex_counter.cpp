@@ -62,6 +62,7 @@ constexpr OutRow kPloverOut[] = {
 // The rule's own rows: the copier line's start and document-unit pair, then
 // the feeder configurations.
 enum { kPloverStart, kPloverWithDoc, kPloverWithoutDoc, kPloverFirstConfig };
+constexpr DWORD kPloverStartBits = 0x800, kPloverDocBits = 0x4000000, kPloverNoDocBits = 0x2000000;
 
 std::string ConfigText(const FeederConfig& row) {
   return std::to_string(row.inTrays) + " in-trays, " + std::to_string(row.gx268) + " GX-268" +
@@ -95,11 +96,11 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
       TraceName(s, PictureTraceStep::DocOption, name, match ? 0 : -1, match ? DescribeTest(kPloverDocUnit) : "", s.result);
   });
   if (record.GetVenderID() == 2) {
-    Credit(s, "vendor 2: start value", 0x800, kPloverStart);
+    Credit(s, "vendor 2: start value", kPloverStartBits, kPloverStart);
     if (docUnit)
-      Credit(s, "vendor 2, a document unit is installed", 0x4000000, kPloverWithDoc);
+      Credit(s, "vendor 2, a document unit is installed", kPloverDocBits, kPloverWithDoc);
     else
-      Credit(s, "vendor 2, no document unit is installed", 0x2000000, kPloverWithoutDoc);
+      Credit(s, "vendor 2, no document unit is installed", kPloverNoDocBits, kPloverWithoutDoc);
   }
 
   const int c = lists.in.GetSize();
@@ -127,7 +128,7 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
       step.kind = PictureTraceStep::InTray;
       step.name = tray.GetName().view();
       step.tray = j;
-      step.test = "position " + std::to_string(j + 1) + " of feeder configuration " + ConfigText(*chosen);
+      step.test = "its position's slot in feeder configuration " + ConfigText(*chosen);
       step.id = tray.GetID();
       s.trace->steps.push_back(std::move(step));
     }
@@ -152,9 +153,9 @@ static void DescribePlover(std::vector<PictureRuleRow>& rows) {
     AddLiterals(kPloverOut[k].test, row);
     rows.push_back(std::move(row));
   }
-  rows.push_back({PictureTraceStep::Rule, kPloverStart, "vendor 2: start value", {}, 0x800, -1, ""});
-  rows.push_back({PictureTraceStep::Rule, kPloverWithDoc, "vendor 2 and a document unit", {}, 0x4000000, -1, ""});
-  rows.push_back({PictureTraceStep::Rule, kPloverWithoutDoc, "vendor 2 and no document unit", {}, 0x2000000, -1, ""});
+  rows.push_back({PictureTraceStep::Rule, kPloverStart, "vendor 2: start value", {}, kPloverStartBits, -1, ""});
+  rows.push_back({PictureTraceStep::Rule, kPloverWithDoc, "vendor 2 and a document unit", {}, kPloverDocBits, -1, ""});
+  rows.push_back({PictureTraceStep::Rule, kPloverWithoutDoc, "vendor 2 and no document unit", {}, kPloverNoDocBits, -1, ""});
   for (std::size_t k = 0; k < std::size(kPloverFeeders); ++k) {
     const FeederConfig& f = kPloverFeeders[k];
     std::string slots;

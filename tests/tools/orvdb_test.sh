@@ -180,6 +180,8 @@ t 0 $'GetOptionFlagEx_Dunlin\n  in-tray 0: begins with "Manu" (4) or "Mult" (4) 
   rules --vendor 2 --group 21
 t 0 $'model        Vantor LP-1200\nvendor 1, group 2: GetPictureID GetOptionFlag_Crake;' '' rules --db "$DB" 'Vantor LP-1200 PCL6'
 t 2 '' '' rules --db "$DB" 'Vantor LP-1200' --vendor 2 --group 21
+t 0 $'option 2: begins with "GX-266" (6) -> bits none; counted for the feeder configuration\n  option 3: begins with "HI-331" (6) -> bits 0x100000\n' '' \
+  rules --vendor 2 --group 16
 t 0 '"GetPictureIDEx":{"rule":"GetOptionFlagEx_Nightjar"' '' rules --json
 t 0 '  any other group: GetPictureID none, picture ID 0; GetPictureIDEx GetOptionFlagEx_Nightjar' '' rules
 t 2 '' '' rules --vendor 1
