@@ -5,14 +5,13 @@
 #include <string_view>
 
 #include "orvx/error.h"
-#include "orvx/export.h"
 
 namespace orvx {
 
 // Reads the regular file `path` whole into `bytes`. A missing or unreadable
 // file, a directory, a FIFO (which would block) or a device fail with a
 // message that names the path; `bytes` is then empty.
-ORVX_API Error ReadWholeFile(const std::string& path, std::string& bytes);
+Error ReadWholeFile(const std::string& path, std::string& bytes);
 
 // Makes `path` hold exactly `bytes`. A new file is created; an existing
 // regular file is replaced and keeps its permissions; a symbolic link has the
@@ -21,6 +20,6 @@ ORVX_API Error ReadWholeFile(const std::string& path, std::string& bytes);
 // beside the target, which is flushed and then renamed over it, so a failure
 // at any step leaves the old file as it was and no temporary file behind.
 // A failure's message names the path and the problem.
-ORVX_API Error ReplaceFile(const std::string& path, std::string_view bytes);
+Error ReplaceFile(const std::string& path, std::string_view bytes);
 
 }  // namespace orvx
