@@ -41,7 +41,7 @@ abi_dump() {
 
 dll_exports() {  # the export table's names, one a line, sorted
   x86_64-w64-mingw32-objdump -p "$1" \
-    | awk '/\[Ordinal\/Name Pointer\] Table/{t=1;next} t&&/^\s*\[ *[0-9]+\]/{print $NF;next} t&&NF==0{t=0}' \
+    | awk '/\[Ordinal\/Name Pointer\] Table/{t=1;next} t&&/^[ \t]*\[ *[0-9]+\]/{print $NF;next} t&&NF==0{t=0}' \
     | LC_ALL=C sort
 }
 
