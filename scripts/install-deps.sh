@@ -5,14 +5,16 @@ set -euo pipefail
 # --hardening adds what the fuzz, coverage and memcheck jobs need; --windows
 # the MinGW-w64 cross compiler, GoogleTest's sources and Wine for the Windows
 # DLL and its tests; --web emscripten for the wasm preset, with chromium,
-# its driver and Selenium for the page's browser test. Any of them may be given.
+# its driver and Selenium for the page's browser test; --abi abigail-tools for
+# scripts/check-abi.sh. Any of them may be given together.
 pkgs=(cmake ninja-build g++ pkg-config python3 libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
 for arg in "$@"; do
   case "$arg" in
     --hardening) pkgs+=(clang libclang-rt-14-dev llvm valgrind gcovr) ;;
     --windows) pkgs+=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 googletest wine64) ;;
     --web) pkgs+=(emscripten chromium chromium-driver python3-selenium) ;;
-    *) echo "install-deps.sh: unknown option \"$arg\" (--hardening, --windows, --web)" >&2; exit 2 ;;
+    --abi) pkgs+=(abigail-tools) ;;
+    *) echo "install-deps.sh: unknown option \"$arg\" (--hardening, --windows, --web, --abi)" >&2; exit 2 ;;
   esac
 done
 missing=()

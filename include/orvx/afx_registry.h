@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include "orvx/afx_types.h"
-#include "orvx/error.h"
 #include "orvx/export.h"
 
 #if !defined(_WIN32)
@@ -102,9 +101,3 @@ ORVX_API void SetRegistryFile(HKEY hive, std::string_view path);
 ORVX_API std::string RegistryFile(HKEY hive);
 }  // namespace orvx::host
 #endif
-
-namespace orvx::registry {
-// Checks that a store file parses. A failure's `where` is the line (from 1)
-// of the problem, or 0 when the file could not be read.
-ORVX_API Error CheckFile(const std::string& path);
-}  // namespace orvx::registry

@@ -14,7 +14,7 @@
 
 #include "orvx/afx_host.h"
 #include "orvx/afx_registry.h"
-#include "orvx/comm_config.h"
+#include "orvx/comm_store.h"
 #include "orvx/database.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"

@@ -1,4 +1,4 @@
-#include "orvx/comm_config.h"
+#include "orvx/comm_store.h"
 
 #include <string>
 

@@ -1,4 +1,6 @@
 // Checks a registry store file (export format) without loading it as a hive.
+#include "orvx/registry_check.h"
+
 #include "orvx/afx_registry.h"
 #include "orvx/whole_file.h"
 #include "reg_document.h"

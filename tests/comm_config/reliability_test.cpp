@@ -13,6 +13,7 @@
 
 #include "orvx/afx_host.h"
 #include "orvx/comm_config.h"
+#include "orvx/registry_check.h"
 #include "registry_fixture.h"
 
 

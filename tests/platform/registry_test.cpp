@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "orvx/afx_registry.h"
+#include "orvx/registry_check.h"
 #include "registry_fixture.h"
 
 using orvx_test::BinaryValue;

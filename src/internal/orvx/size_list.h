@@ -11,7 +11,6 @@
 #include <string_view>
 
 #include "orvx/afx_types.h"
-#include "orvx/export.h"
 
 namespace orvx {
 
@@ -30,7 +29,7 @@ struct SizeListEntry {
   std::span<const BYTE> Sizes() const;
 };
 
-class ORVX_API SizeListReader {
+class SizeListReader {
  public:
   // `block` as held: its first byte is its length, and only that many bytes are read.
   explicit SizeListReader(std::span<const BYTE> block);

@@ -6,14 +6,13 @@
 #include <string_view>
 
 #include "orvx/error.h"
-#include "orvx/export.h"
 
 namespace orvx {
 
 // Reads the regular file `path` whole into `bytes`. A missing or unreadable
 // file, a directory, a FIFO (which would block) or a device fail with a
 // message that names the path; `bytes` is then empty.
-ORVX_API Error ReadWholeFile(const std::string& path, std::string& bytes);
+Error ReadWholeFile(const std::string& path, std::string& bytes);
 
 // What tells one file from another, whatever path names it: the device and
 // inode (on Windows the volume and the file index).
@@ -23,7 +22,7 @@ struct FileIdentity {
 };
 // The identity of the regular file `path` names, symbolic links followed. It
 // fails as ReadWholeFile does, and on a path that holds a zero byte.
-ORVX_API Error IdentifyFile(const std::string& path, FileIdentity& identity);
+Error IdentifyFile(const std::string& path, FileIdentity& identity);
 
 // Makes `path` hold exactly `bytes`. A new file is created; an existing
 // regular file is replaced and keeps its permissions; a symbolic link has the
@@ -32,6 +31,6 @@ ORVX_API Error IdentifyFile(const std::string& path, FileIdentity& identity);
 // beside the target, which is flushed and then renamed over it, so a failure
 // at any step leaves the old file as it was and no temporary file behind.
 // A failure's message names the path and the problem.
-ORVX_API Error ReplaceFile(const std::string& path, std::string_view bytes);
+Error ReplaceFile(const std::string& path, std::string_view bytes);
 
 }  // namespace orvx
