@@ -202,6 +202,7 @@ t 0 '{"pictureId":' '' eval <long.jsonl
 [[ $(sed -n 3p out.txt) == *'at byte 2000023'* && $(wc -l <out.txt) == 3 ]] || fail "a long bad request: $(sed -n 3p out.txt)"
 # Through a pipe each answer comes as soon as its line is complete, though the request came in pieces.
 coproc EVAL { "$ORVDB" eval; }
+eval_pid=$EVAL_PID  # bash unsets EVAL_PID once the process has ended
 for i in 0 1 2; do
   printf '{"op":"info","calls":[["set",3336,' >&"${EVAL[1]}"
   printf '%s],["get",3336]]}\n' $i >&"${EVAL[1]}"
@@ -217,7 +218,7 @@ for i in 1 2; do
   rm -f empty.dat
 done
 eval "exec ${EVAL[1]}>&-"
-wait $EVAL_PID || fail "eval through a pipe failed"
+wait "$eval_pid" || fail "eval through a pipe failed"
 
 # Output it was not asked to harm stays whole.
 echo '{"models":[{"ModelName":"A","VenderID":1}]}' >models.json
