@@ -83,9 +83,5 @@ void SetValue(Key& key, Value value);
 // Adds a key section at the end of the document.
 Key& AddKey(Document& doc, std::string path);
 
-// Why a key path or value name cannot be written to a store file (it holds a
-// line break or another control character, which would end its line); empty
-// when it can. `what` names it in the message.
-std::string NameProblem(std::string_view name, std::string_view what);
 
 }  // namespace orvx::registry

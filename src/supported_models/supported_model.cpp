@@ -1,6 +1,7 @@
 #include "orvx/supported_model.h"
 
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "orvx/afx_host.h"
@@ -52,7 +53,13 @@ CSupportedModel::CSupportedModel(int listMode) : m_nListMode(listMode) {
     m_osVersion.dwPlatformId = 0;  // unknown platform
   }
   m_strRegistryPath = CString("SOFTWARE\\Vantor Selby\\") + orvx::host::AppNames().m_pszAppName;
-  if (m_nListMode) LoadFromRegistory();
+  if (!m_nListMode) return;
+  try {
+    LoadFromRegistory();
+  } catch (...) {  // no destructor runs for an object that was never made
+    Purge();
+    throw;
+  }
 }
 
 CSupportedModel::~CSupportedModel() { Purge(); }
@@ -71,6 +78,7 @@ int CSupportedModel::LoadFromRegistory() {
     HKEY key;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, (m_strRegistryPath + subKey).c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
       return;
+    const std::unique_ptr<HKEY, void (*)(HKEY*)> closer(&key, [](HKEY* k) { RegCloseKey(*k); });
     for (DWORD index = 0;; ++index) {
       char name[32] = {};
       DWORD nameLength = sizeof name;
@@ -78,14 +86,15 @@ int CSupportedModel::LoadFromRegistory() {
       if (r == ERROR_MORE_DATA) continue;  // a name of 32 or more characters: skipped
       // The end of the list, or a key that fails at every index (deleted meanwhile): stop.
       if (r != ERROR_SUCCESS) break;
-      auto* info = new CSMModelInfo;
+      // Owned here until the list holds it: a failed allocation on the way must not leak it.
+      auto info = std::make_unique<CSMModelInfo>();
       info->SetModelName(name);
       DWORD state = 1;
       if (supported) ReadState(key, name, state);  // its result is not examined
       info->SetState(state);
-      list.AddTail(info);
+      list.AddTail(info.get());
+      info.release();
     }
-    RegCloseKey(key);
   };
   load(kSupportedKey, m_SupportedList, true);
   load(kUnsupportedKey, m_UnsupportedList, false);
