@@ -98,12 +98,22 @@ std::string ErrorText(int osError) {
                                     : std::strerror(osError);
 }
 
-FileStamp Stamp(FileHandle file) {
-  struct stat st {};
-  if (::fstat(static_cast<int>(file), &st) != 0) return {};
+namespace {
+FileStamp StampOf(const struct stat& st) {
   return {S_ISREG(st.st_mode), static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino),
           static_cast<std::uint64_t>(st.st_size),
           static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+}
+}  // namespace
+
+FileStamp Stamp(FileHandle file) {
+  struct stat st {};
+  return ::fstat(static_cast<int>(file), &st) == 0 ? StampOf(st) : FileStamp{};
+}
+
+FileStamp StampPath(const char* name) {
+  struct stat st {};
+  return ::stat(name, &st) == 0 ? StampOf(st) : FileStamp{};
 }
 
 int LockExclusive(FileHandle file) {

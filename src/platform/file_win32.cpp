@@ -112,6 +112,8 @@ FileStamp Stamp(FileHandle file) {
           static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime)) * 100};
 }
 
+FileStamp StampPath(const char*) { return {}; }  // the file index needs an open handle
+
 int LockExclusive(FileHandle file) {
   OVERLAPPED at{};
   return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? 0 : static_cast<int>(::GetLastError());

@@ -44,6 +44,9 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 FileStamp Stamp(FileHandle file);
+// The same for a path, without opening it (links followed); a stamp that
+// matches nothing where the platform cannot tell without opening.
+FileStamp StampPath(const char* name);
 // Waits for an exclusive advisory lock on `file`; 0 or the system's error
 // code. Closing the file releases it.
 int LockExclusive(FileHandle file);

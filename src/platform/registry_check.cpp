@@ -33,6 +33,12 @@ void Keep(const std::string& file, const os::FileStamp& stamp, const Snapshot& s
 }  // namespace
 
 Snapshot ReadStore(const std::string& file) {
+  // An unchanged file is answered without opening it: a listing asks once for every value.
+  if (const os::FileStamp seen = os::StampPath(file.c_str()); seen.regular) {
+    std::lock_guard lock(TheCache().mutex);
+    const auto it = TheCache().entries.find(file);
+    if (it != TheCache().entries.end() && it->second.first == seen) return it->second.second;
+  }
   os::FileHandle fd = os::kNoFile;
   bool missing = false;
   if (Error error = detail::OpenForReading(file, fd, &missing); error.Failed())
