@@ -3,6 +3,7 @@
 #include <new>
 #include <utility>
 
+#include "../platform/read_file.h"
 #include "lookup.h"
 #include "orvx/whole_file.h"
 
@@ -25,12 +26,13 @@ ModelDatabase::~ModelDatabase() = default;
 
 namespace {
 
-// Reads a whole database from `bytes` into `out`; `source` names it in errors.
-bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
-               std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
+// Reads a whole database from `file` into `out`; `source` names it in errors.
+// Files and memory go through this one reader; a file is read through the
+// archive's buffer and never held whole.
+bool ReadDatabase(CFile& file, const std::string& source, std::vector<std::unique_ptr<CPrnStaticInfo>>& out,
+                  LoadError& error, std::uint64_t* consumed) {
   try {
-    CMemFile file(bytes.data(), bytes.size());
-    CArchive ar(&file, CArchive::load);
+    CArchive ar(&file, CArchive::load, 64 * 1024);  // a file's reads as large as its read-ahead
     const DWORD count = ar.ReadScalar<DWORD>();
     if (count > 0x7FFFFFFFu) {
       error = {LoadError::Format, source + ": not a model database (record count " + std::to_string(count) +
@@ -47,6 +49,9 @@ bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
                  std::to_string(e.m_offset) + ")",
              e.m_offset};
     return false;
+  } catch (const CFileException& e) {
+    error = {LoadError::Io, source + ": cannot read (" + os::ErrorText(e.m_lOsError) + ")", 0};
+    return false;
   } catch (const std::bad_alloc&) {
     error = {LoadError::Memory, source + ": not enough memory to load the database", 0};
     return false;
@@ -56,24 +61,29 @@ bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
 
 }  // namespace
 
-// The whole file is read first: the platform's reader refuses what is no
-// regular file (a FIFO would block), and errors name the file.
+// The platform's open refuses what is no regular file (a FIFO would block), and
+// errors name the file as every whole-file reader names it.
 bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
-  std::string bytes;
-  if (const Error problem = ReadWholeFile(path, bytes); problem.Failed()) {
-    error = {LoadError::Io, problem.message, 0};
+  CFile file;
+  CFileException cause(CFileException::none, 0, path);
+  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause)) {
+    error = {LoadError::Io, detail::OpenError(path, cause.m_cause, cause.m_lOsError).message, 0};
+    return false;
+  }
+  if (file.GetLength() > kDatabaseFileMax) {
+    error = {LoadError::Io, path + ": larger than 2 GB, more than a file of its kind can hold", 0};
     return false;
   }
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  if (!ReadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, path, loaded, error, nullptr))
-    return false;
+  if (!ReadDatabase(file, path, loaded, error, nullptr)) return false;
   records_ = std::move(loaded);
   return true;
 }
 
 bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed) {
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  if (!ReadBytes(bytes, "buffer", loaded, error, consumed)) return false;
+  CMemFile file(bytes.data(), bytes.size());
+  if (!ReadDatabase(file, "buffer", loaded, error, consumed)) return false;
   records_ = std::move(loaded);
   return true;
 }

@@ -14,6 +14,8 @@ namespace orvx::detail {
 // Opens `path` for reading. Fails, naming the path, when it is missing (then
 // `missing` is set), is no regular file, or cannot be opened.
 Error OpenForReading(const std::string& path, os::FileHandle& file, bool* missing = nullptr);
+// What a failed open of `path` for reading says (a CFileException's cause and system error).
+Error OpenError(const std::string& path, int cause, int osError);
 // Reads the open `file` whole into `bytes`; a file longer than `limit` is
 // refused before anything is read (and one that grows past it while read).
 Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes);

@@ -156,7 +156,10 @@ Error OpenForReading(const std::string& path, os::FileHandle& file, bool* missin
   int cause = 0, osError = 0;
   file = os::OpenFile(path.c_str(), CFile::modeRead, cause, osError);
   if (missing) *missing = file == os::kNoFile && cause == CFileException::fileNotFound;
-  if (file != os::kNoFile) return {};
+  return file == os::kNoFile ? OpenError(path, cause, osError) : Error{};
+}
+
+Error OpenError(const std::string& path, int cause, int osError) {
   if (cause == CFileException::fileNotFound) return {path + ": no such file", osError};
   if (osError == os::kNotRegularFile) return {path + ": is " + os::ErrorText(osError), osError};
   return SystemError(path, "cannot open", osError);
