@@ -51,6 +51,9 @@ struct ORVX_API CWinApp {
   std::string m_pszAppName;
   std::string m_pszRegistryKey;
 };
+// The calling thread's copy of the host's names, refreshed at each call (so
+// that another thread naming the host cannot race with its reader). Writing
+// to it changes nothing: the setters above name the host.
 ORVX_API CWinApp* AfxGetApp();
 
 namespace orvx::host {

@@ -296,7 +296,9 @@ ORVX_API int orvx_picture_id_ex_names(const orvx_record* r, const char* const* i
 ORVX_API int orvx_host_set_string(unsigned id, const char* text);
 ORVX_API void orvx_host_clear_strings(void);
 /* The host's application name and registry key, which name the registry keys
- * of the supported-model lists and the COM configuration store. */
+ * of the supported-model lists and the COM configuration store.
+ * ORVX_E_ARGUMENT, and nothing changes, for a name with a line break or
+ * another control character (a tab is fine): no key could be named by it. */
 ORVX_API int orvx_host_set_app_name(const char* name);
 ORVX_API int orvx_host_set_registry_key(const char* key);
 

@@ -15,6 +15,7 @@
 #include "orvx/afx_host.h"
 #include "orvx/afx_registry.h"
 #include "orvx/comm_store.h"
+#include "orvx/registry_check.h"
 #include "orvx/database.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
@@ -465,7 +466,7 @@ int orvx_host_set_string(unsigned id, const char* text) {
 void orvx_host_clear_strings(void) { orvx::host::ClearStringResources(); }
 
 int orvx_host_set_app_name(const char* name) {
-  if (!name) return ORVX_E_ARGUMENT;
+  if (!name || !orvx::registry::NameProblem(name, "").empty()) return ORVX_E_ARGUMENT;
   return Guard(nullptr, [&] {
     orvx::host::SetAppName(name);
     return ORVX_OK;
@@ -473,7 +474,7 @@ int orvx_host_set_app_name(const char* name) {
 }
 
 int orvx_host_set_registry_key(const char* key) {
-  if (!key) return ORVX_E_ARGUMENT;
+  if (!key || !orvx::registry::NameProblem(key, "").empty()) return ORVX_E_ARGUMENT;
   return Guard(nullptr, [&] {
     orvx::host::SetRegistryKey(key);
     return ORVX_OK;
@@ -519,6 +520,8 @@ int orvx_comm_config_save(uint32_t port, const void* config, size_t size, orvx_e
                 "the configuration says it is " + std::to_string(declared) + " bytes, not " + std::to_string(size));
   return Guard(err, [&] {
     const LONG r = orvx::SaveCommConfig(port, {static_cast<const BYTE*>(config), size});
+    if (r == ERROR_INVALID_NAME)
+      return Fail(err, ORVX_E_ARGUMENT, "the host's names hold a character a registry store file cannot hold");
     if (r != ERROR_SUCCESS) return Fail(err, ORVX_E_REGISTRY, "cannot write the registry (error " + std::to_string(r) + ")");
     return Ok(err);
   });
@@ -536,7 +539,7 @@ int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* 
     *size = n;
     if (n > capacity) return Fail(err, ORVX_E_ARGUMENT, "the buffer holds " + std::to_string(capacity) + " of " +
                                                             std::to_string(n) + " bytes");
-    if (n) std::memcpy(config, buffer, n);
+    if (n) std::memcpy(config, buffer, n);  // an empty value may come with no buffer at all
     return Ok(err);
   });
 }

@@ -29,12 +29,12 @@ LONG SaveCommConfig(DWORD port, std::span<const BYTE> config) {
   return r;
 }
 
-LONG LoadCommConfig(DWORD port, std::span<BYTE> out, DWORD& size) {
+LONG LoadCommConfig(DWORD port, std::span<BYTE> out, DWORD& size, DWORD* type) {
   HKEY key;
   LONG r = RegOpenKeyExA(HKEY_CURRENT_USER, KeyPath().c_str(), 0, KEY_READ, &key);
   if (r != ERROR_SUCCESS) return r;
   size = static_cast<DWORD>(out.size());
-  r = RegQueryValueExA(key, ValueName(port).c_str(), nullptr, nullptr, out.data(), &size);
+  r = RegQueryValueExA(key, ValueName(port).c_str(), nullptr, type, out.data(), &size);
   RegCloseKey(key);
   return r;
 }

@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "../platform/read_file.h"
 #include "lookup.h"
 #include "name_index.h"
 #include "orvx/whole_file.h"
@@ -40,7 +41,7 @@ ModelDatabase::~ModelDatabase() = default;
 namespace {
 
 // The bytes of a database as a file to load from, read where they lie: a
-// copy would double the memory a large file takes.
+// copy would double the memory a large buffer takes.
 class SpanFile : public CFile {
  public:
   explicit SpanFile(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
@@ -58,12 +59,13 @@ class SpanFile : public CFile {
   std::size_t pos_ = 0;
 };
 
-// Reads a whole database from `bytes` into `out`; `source` names it in errors.
-bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
-               std::vector<std::unique_ptr<CPrnStaticInfo>>& out, LoadError& error, std::uint64_t* consumed) {
+// Reads a whole database from `file` into `out`; `source` names it in errors.
+// Files and memory go through this one reader; a file is read through the
+// archive's buffer and never held whole.
+bool ReadDatabase(CFile& file, const std::string& source, std::vector<std::unique_ptr<CPrnStaticInfo>>& out,
+                  LoadError& error, std::uint64_t* consumed) {
   try {
-    SpanFile file(bytes);
-    CArchive ar(&file, CArchive::load);
+    CArchive ar(&file, CArchive::load, 64 * 1024);  // a file's reads as large as its read-ahead
     const DWORD count = ar.ReadScalar<DWORD>();
     if (count > 0x7FFFFFFFu) {
       error = {LoadError::Format, source + ": not a model database (record count " + std::to_string(count) +
@@ -80,6 +82,9 @@ bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
                  std::to_string(e.m_offset) + ")",
              e.m_offset};
     return false;
+  } catch (const CFileException& e) {
+    error = {LoadError::Io, source + ": cannot read (" + os::ErrorText(e.m_lOsError) + ")", 0};
+    return false;
   } catch (const std::bad_alloc&) {
     error = {LoadError::Memory, source + ": not enough memory to load the database", 0};
     return false;
@@ -89,22 +94,26 @@ bool ReadBytes(std::span<const std::uint8_t> bytes, const std::string& source,
 
 }  // namespace
 
-// The whole file is read first: the platform's reader refuses what is no
-// regular file (a FIFO would block), and errors name the file.
+// The platform's open refuses what is no regular file (a FIFO would block), and
+// errors name the file as every whole-file reader names it.
 bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
   // The system would read the path only up to the zero byte: another file.
   if (path.find('\0') != std::string::npos) {
     error = {LoadError::Io, "a path that holds a zero byte", 0};
     return false;
   }
-  std::string bytes;
-  if (const Error problem = ReadWholeFile(path, bytes); problem.Failed()) {
-    error = {LoadError::Io, problem.message, 0};
+  CFile file;
+  CFileException cause(CFileException::none, 0, path);
+  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause)) {
+    error = {LoadError::Io, detail::OpenError(path, cause.m_cause, cause.m_lOsError).message, 0};
+    return false;
+  }
+  if (file.GetLength() > kDatabaseFileMax) {
+    error = {LoadError::Io, path + ": larger than 2 GB, more than a file of its kind can hold", 0};
     return false;
   }
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  if (!ReadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, path, loaded, error, nullptr))
-    return false;
+  if (!ReadDatabase(file, path, loaded, error, nullptr)) return false;
   records_ = std::move(loaded);
   detail::DropIndex(index_, indexLock_);
   return true;
@@ -112,7 +121,8 @@ bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
 
 bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed) {
   std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  if (!ReadBytes(bytes, "buffer", loaded, error, consumed)) return false;
+  SpanFile file(bytes);
+  if (!ReadDatabase(file, "buffer", loaded, error, consumed)) return false;
   records_ = std::move(loaded);
   detail::DropIndex(index_, indexLock_);
   return true;

@@ -5,6 +5,7 @@
 
 #include "orvx/afx_host.h"
 #include "orvx/model_db.h"
+#include "orvx/whole_file.h"
 
 namespace {
 
@@ -27,6 +28,8 @@ BOOL Attach(void* hModule) {
   CFile file;
   if (!file.Open(kDatabaseFile, CFile::modeRead | CFile::typeBinary))
     return fail("Initialize Error: ORVDB.dat not found");
+  if (file.GetLength() > orvx::kDatabaseFileMax)
+    return fail("Initialize Error: ORVDB.dat could not be read (larger than 2 GB, more than a model database can hold)");
 
   BYTE buffer[1024];
   try {

@@ -25,7 +25,8 @@ auto Retry(Call call) {
 }  // namespace
 
 FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) {
-  int flags = O_CLOEXEC;
+  // Non-blocking, so that the open of a FIFO returns at once and is refused below.
+  int flags = O_CLOEXEC | O_NONBLOCK;
   switch (openFlags & 3) {
     case CFile::modeRead: flags |= O_RDONLY; break;
     case CFile::modeWrite: flags |= O_WRONLY; break;
@@ -34,14 +35,17 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
   if (openFlags & CFile::modeCreate) flags |= O_CREAT | ((openFlags & CFile::modeNoTruncate) ? 0 : O_TRUNC);
   const int fd = Retry([&] { return ::open(name, flags, 0666); });
   if (fd < 0) {
-    osError = errno;
+    // A FIFO without a reader (opened for writing), a directory opened for writing.
+    osError = errno == ENXIO || errno == EISDIR ? kNotRegularFile : errno;
     cause = errno == ENOENT ? CFileException::fileNotFound : CFileException::accessDenied;
     return kNoFile;
   }
   struct stat st {};
-  if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+  const int fileFlags = ::fcntl(fd, F_GETFL);
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || fileFlags < 0 ||
+      ::fcntl(fd, F_SETFL, fileFlags & ~O_NONBLOCK) != 0) {
     ::close(fd);
-    osError = EISDIR;
+    osError = kNotRegularFile;
     cause = CFileException::accessDenied;
     return kNoFile;
   }
@@ -89,14 +93,27 @@ int SyncDirectory(const char* dir) {
   return error;
 }
 
-std::string ErrorText(int osError) { return std::strerror(osError); }
+std::string ErrorText(int osError) {
+  return osError == kNotRegularFile ? "not a regular file (a directory, a device, a FIFO or a socket)"
+                                    : std::strerror(osError);
+}
 
-FileStamp Stamp(FileHandle file) {
-  struct stat st {};
-  if (::fstat(static_cast<int>(file), &st) != 0) return {};
+namespace {
+FileStamp StampOf(const struct stat& st) {
   return {S_ISREG(st.st_mode), static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino),
           static_cast<std::uint64_t>(st.st_size),
           static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+}
+}  // namespace
+
+FileStamp Stamp(FileHandle file) {
+  struct stat st {};
+  return ::fstat(static_cast<int>(file), &st) == 0 ? StampOf(st) : FileStamp{};
+}
+
+FileStamp StampPath(const char* name) {
+  struct stat st {};
+  return ::stat(name, &st) == 0 ? StampOf(st) : FileStamp{};
 }
 
 int LockExclusive(FileHandle file) {

@@ -28,8 +28,22 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
   DWORD disposition = OPEN_EXISTING;
   if (openFlags & CFile::modeCreate) disposition = (openFlags & CFile::modeNoTruncate) ? OPEN_ALWAYS : CREATE_ALWAYS;
   const HANDLE h = ::CreateFileA(name, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h != INVALID_HANDLE_VALUE && ::GetFileType(h) != FILE_TYPE_DISK) {
+    // A device, a pipe or a console: never what a file name here should name.
+    ::CloseHandle(h);
+    osError = kNotRegularFile;
+    cause = CFileException::accessDenied;
+    return kNoFile;
+  }
   if (h == INVALID_HANDLE_VALUE) {
     osError = static_cast<int>(::GetLastError());
+    const DWORD attributes = ::GetFileAttributesA(name);
+    if (osError == ERROR_ACCESS_DENIED && attributes != INVALID_FILE_ATTRIBUTES &&
+        (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+      osError = kNotRegularFile;
+      cause = CFileException::accessDenied;
+      return kNoFile;
+    }
     switch (osError) {
       case ERROR_FILE_NOT_FOUND:
       case ERROR_PATH_NOT_FOUND: cause = CFileException::fileNotFound; break;
@@ -98,6 +112,8 @@ FileStamp Stamp(FileHandle file) {
           static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime)) * 100};
 }
 
+FileStamp StampPath(const char*) { return {}; }  // the file index needs an open handle
+
 int LockExclusive(FileHandle file) {
   OVERLAPPED at{};
   return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? 0 : static_cast<int>(::GetLastError());
@@ -116,6 +132,7 @@ bool ProcessExists(std::uint64_t pid) {
 }
 
 std::string ErrorText(int osError) {
+  if (osError == kNotRegularFile) return "not a regular file (a directory, a device, a FIFO or a socket)";
   char text[256] = {};
   const DWORD n = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                    static_cast<DWORD>(osError), 0, text, sizeof text, nullptr);

@@ -38,7 +38,7 @@ int AfxMessageBox(const char* text, UINT type, UINT helpId) {
   }
   const std::string_view message = text ? text : "";
   if (handler) return handler(message, type, helpId);
-  return orvx::os::ShowMessageBox(message, type, App().m_pszAppName);
+  return orvx::os::ShowMessageBox(message, type, orvx::host::AppNames().m_pszAppName);
 }
 
 namespace orvx::host {
@@ -97,7 +97,13 @@ int LinkedModuleCount() {
 
 }  // namespace orvx::host
 
-CWinApp* AfxGetApp() { return &App(); }
+// Each thread gets its own copy, taken under the lock: the names may change
+// on another thread while the caller reads them.
+CWinApp* AfxGetApp() {
+  thread_local CWinApp copy;
+  copy = orvx::host::AppNames();
+  return &copy;
+}
 
 CDynLinkLibrary::CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem) : m_state(state), m_bSystem(bSystem) {
   std::lock_guard lock(State().mutex);

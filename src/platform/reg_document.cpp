@@ -1,6 +1,7 @@
 #include "reg_document.h"
 
 #include "orvx/text.h"
+#include "orvx/registry_check.h"
 
 #include <optional>
 #include <algorithm>
@@ -160,6 +161,18 @@ std::string FormatValue(const Value& v, std::string_view eol) {
   return line;
 }
 
+// Puts a value item at `at`, where only lines that are no values follow.
+void AppendValue(Key& key, std::size_t at, Item item) {
+  key.byName.emplace(orvx::text::FoldCase(item.value.name), at);
+  key.values.push_back(at);
+  key.items.insert(key.items.begin() + static_cast<std::ptrdiff_t>(at), std::move(item));
+}
+
+Key& AddSection(Document& doc, std::string path) {
+  doc.byPath.emplace(orvx::text::FoldCase(path), doc.keys.size());
+  return doc.keys.emplace_back(Key{std::move(path), {}, {}, {}});
+}
+
 }  // namespace
 
 bool EqualNoCase(std::string_view a, std::string_view b) { return orvx::text::EqualNoCase(a, b); }
@@ -231,7 +244,7 @@ Error Parse(std::string_view bytes, Document& parsed) {
         return Malformed(lineNo, "a key path must start with a hive name such as HKEY_CURRENT_USER");
       }
       key = FindKey(doc, path);  // a repeated section adds to the key
-      if (!key) key = &doc.keys.emplace_back(Key{std::string(path), {}});
+      if (!key) key = &AddSection(doc, std::string(path));
       continue;
     }
     if (!key) {
@@ -253,7 +266,7 @@ Error Parse(std::string_view bytes, Document& parsed) {
     if (FindValue(*key, v.name))
       SetValue(*key, std::move(v));
     else
-      key->items.push_back(Item{true, std::move(raw), std::move(v)});  // in file order
+      AppendValue(*key, key->items.size(), Item{true, std::move(raw), std::move(v)});  // in file order
   }
   parsed = std::move(doc);
   return {};
@@ -290,16 +303,14 @@ namespace {
 // One search for both constnesses.
 template <class Doc>
 auto* FindKeyIn(Doc& doc, std::string_view path) {
-  for (auto& k : doc.keys)
-    if (EqualNoCase(k.path, path)) return &k;
-  return static_cast<decltype(&doc.keys.front())>(nullptr);
+  const auto it = doc.byPath.find(orvx::text::FoldCase(path));
+  return it == doc.byPath.end() ? nullptr : &doc.keys[it->second];
 }
 
 template <class K>
 auto* FindValueIn(K& key, std::string_view name) {
-  for (auto& item : key.items)
-    if (item.isValue && EqualNoCase(item.value.name, name)) return &item.value;
-  return static_cast<decltype(&key.items.front().value)>(nullptr);
+  const auto it = key.byName.find(orvx::text::FoldCase(name));
+  return it == key.byName.end() ? nullptr : &key.items[it->second].value;
 }
 }  // namespace
 
@@ -308,11 +319,11 @@ const Key* FindKey(const Document& doc, std::string_view path) { return FindKeyI
 
 bool KeyExists(const Document& doc, std::string_view path) {
   if (path.find('\\') == std::string_view::npos) return true;  // a hive itself
+  if (FindKey(doc, path)) return true;
+  // Only a key with no section of its own needs the scan for one below it.
   for (const auto& k : doc.keys) {
-    if (k.path.size() < path.size()) continue;
-    if (EqualNoCase(std::string_view(k.path).substr(0, path.size()), path) &&
-        (k.path.size() == path.size() || k.path[path.size()] == '\\'))
-      return true;
+    if (k.path.size() <= path.size() || k.path[path.size()] != '\\') continue;
+    if (EqualNoCase(std::string_view(k.path).substr(0, path.size()), path)) return true;
   }
   return false;
 }
@@ -320,19 +331,20 @@ bool KeyExists(const Document& doc, std::string_view path) {
 Value* FindValue(Key& key, std::string_view name) { return FindValueIn(key, name); }
 const Value* FindValue(const Key& key, std::string_view name) { return FindValueIn(key, name); }
 
+const Value* ValueAt(const Key& key, std::size_t index) {
+  return index < key.values.size() ? &key.items[key.values[index]].value : nullptr;
+}
+
 void SetValue(Key& key, Value value) {
-  for (auto& item : key.items) {
-    if (item.isValue && EqualNoCase(item.value.name, value.name)) {
-      item.value.type = value.type;
-      item.value.data = std::move(value.data);
-      item.raw.clear();  // written anew
-      return;
-    }
+  if (Value* old = FindValue(key, value.name)) {
+    old->type = value.type;
+    old->data = std::move(value.data);
+    key.items[key.byName.find(orvx::text::FoldCase(value.name))->second].raw.clear();  // written anew
+    return;
   }
   // After the last value, so that trailing blank lines and comments stay last.
-  auto at = key.items.end();
-  while (at != key.items.begin() && !std::prev(at)->isValue) --at;
-  key.items.insert(at, Item{true, {}, std::move(value)});
+  const std::size_t at = key.values.empty() ? 0 : key.values.back() + 1;
+  AppendValue(key, at, Item{true, {}, std::move(value)});
 }
 
 Key& AddKey(Document& doc, std::string path) {
@@ -341,7 +353,17 @@ Key& AddKey(Document& doc, std::string path) {
     auto& items = doc.keys.back().items;
     if (items.empty() || items.back().isValue || !Trim(items.back().raw).empty()) items.push_back({false, "", {}});
   }
-  return doc.keys.emplace_back(Key{std::move(path), {}});
+  return AddSection(doc, std::move(path));
+}
+
+std::string NameProblem(std::string_view name, std::string_view what) {
+  for (const char c : name) {
+    const auto u = static_cast<unsigned char>(c);
+    if ((u >= 0x20 && u != 0x7F) || c == '\t') continue;
+    const char* which = c == '\n' ? "a line break" : c == '\r' ? "a carriage return" : "a control character";
+    return std::string(what) + " holds " + which + ", which a registry store file cannot hold";
+  }
+  return {};
 }
 
 }  // namespace orvx::registry

@@ -3,8 +3,11 @@
 // only what was changed.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "orvx/afx_registry.h"
@@ -25,9 +28,14 @@ struct Item {
   Value value;
 };
 
+// Names are found through indexes by their letter-case-folded spelling, so
+// that parsing and every lookup stay linear in the file however many keys and
+// values it holds; `items` and `keys` keep the file's order for writing back.
 struct Key {
   std::string path;  // as written, hive included: HKEY_CURRENT_USER\Software\...
   std::vector<Item> items;
+  std::vector<std::size_t> values;                        // indexes into items of the values, in order
+  std::unordered_map<std::string, std::size_t> byName;    // folded value name -> index into items
 };
 
 struct Document {
@@ -37,7 +45,22 @@ struct Document {
   std::string header = "Windows Registry Editor Version 5.00";
   std::vector<std::string> preamble{""};  // lines between the header and the first key
   std::vector<Key> keys;
+  std::unordered_map<std::string, std::size_t> byPath;  // folded key path -> index into keys
 };
+
+// A store file as read: missing (not `exists`), read and parsed (`doc`), or
+// there but unreadable or malformed (`error` says why, with the line).
+struct Snapshot {
+  bool exists = false;
+  std::shared_ptr<const Document> doc;
+  Error error;
+};
+// The file's content, parsed once for each state of it. A missing file's
+// `error` says so too.
+Snapshot ReadStore(const std::string& file);
+// Tells the cache that `file` now holds `doc`, just written under the
+// store's lock, so that the next read need not parse it again.
+void Remember(const std::string& file, std::shared_ptr<const Document> doc);
 
 // Fails with the line of the first fault in `where`; `parsed` is then unchanged.
 Error Parse(std::string_view bytes, Document& parsed);
@@ -53,9 +76,12 @@ const Key* FindKey(const Document& doc, std::string_view path);
 bool KeyExists(const Document& doc, std::string_view path);
 Value* FindValue(Key& key, std::string_view name);
 const Value* FindValue(const Key& key, std::string_view name);
+// The key's value number `index` in file order, or null past the last.
+const Value* ValueAt(const Key& key, std::size_t index);
 // Adds or replaces a value; a new one goes after the key's last value.
 void SetValue(Key& key, Value value);
 // Adds a key section at the end of the document.
 Key& AddKey(Document& doc, std::string path);
+
 
 }  // namespace orvx::registry

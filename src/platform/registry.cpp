@@ -15,8 +15,10 @@
 
 #include "orvx/afx_file.h"
 #include "orvx/afx_registry.h"
+#include "orvx/registry_check.h"
 #include "orvx/whole_file.h"
 #include "os_file.h"
+#include "read_file.h"
 #include "reg_document.h"
 
 struct HKEY__ {
@@ -91,54 +93,6 @@ HKEY NewHandle(HKEY hive, std::string path, REGSAM access) {
 
 // ---- file access ------------------------------------------------------------------
 
-struct Snapshot {
-  bool exists = false;
-  bool valid = false;
-  std::shared_ptr<const Document> doc;
-};
-
-struct Cache {
-  std::mutex mutex;
-  std::map<std::string, std::pair<os::FileStamp, Snapshot>> entries;
-};
-Cache& TheCache() {
-  static Cache c;
-  return c;
-}
-
-// The file's current content, parsed; served from the cache while the file is unchanged.
-Snapshot Load(const std::string& file) {
-  int cause = 0, osError = 0;
-  const os::FileHandle fd = os::OpenFile(file.c_str(), CFile::modeRead, cause, osError);
-  // Missing: no keys. There but unreadable or no regular file: malformed, so
-  // that nothing writes over it.
-  if (fd == os::kNoFile) return cause == CFileException::fileNotFound ? Snapshot{} : Snapshot{true, false, nullptr};
-  const os::FileStamp id = os::Stamp(fd);
-  if (!id.regular) {
-    os::CloseFile(fd);
-    return {true, false, nullptr};
-  }
-  {
-    std::lock_guard lock(TheCache().mutex);
-    const auto it = TheCache().entries.find(file);
-    if (it != TheCache().entries.end() && it->second.first == id) {
-      os::CloseFile(fd);
-      return it->second.second;
-    }
-  }
-  std::string bytes;
-  const bool read = os::ReadAll(fd, bytes) == 0;
-  os::CloseFile(fd);
-  Snapshot snap{true, false, nullptr};
-  if (Document doc; read && !Parse(bytes, doc).Failed()) {
-    snap.valid = true;
-    snap.doc = std::make_shared<const Document>(std::move(doc));
-  }
-  std::lock_guard lock(TheCache().mutex);
-  TheCache().entries[file] = {id, snap};
-  return snap;
-}
-
 // Runs `change` on the hive's document under the store's lock and writes the
 // result. `change` returns an error code, or ERROR_SUCCESS with `dirty` set
 // when there is something to write. A malformed file is never written.
@@ -147,8 +101,11 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
   const std::filesystem::path parent = std::filesystem::path(file).parent_path();
   std::error_code ec;
   if (!parent.empty()) std::filesystem::create_directories(parent, ec);
+  // One lock per file, whatever path names it: beside the file a link leads to.
+  std::string target;
+  if (orvx::detail::ResolveLinks(file, target).Failed()) return ERROR_REGISTRY_IO_FAILED;
   int cause = 0, osError = 0;
-  const os::FileHandle lockFd = os::OpenFile((file + ".lock").c_str(),
+  const os::FileHandle lockFd = os::OpenFile((target + ".lock").c_str(),
                                              CFile::modeReadWrite | CFile::modeCreate | CFile::modeNoTruncate, cause, osError);
   if (lockFd == os::kNoFile) return ERROR_ACCESS_DENIED;
   if (os::LockExclusive(lockFd) != 0) {
@@ -156,16 +113,19 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
     return ERROR_REGISTRY_IO_FAILED;
   }
   LONG result = ERROR_SUCCESS;
-  const Snapshot snap = Load(file);
-  if (snap.exists && !snap.valid) {
+  const Snapshot snap = ReadStore(file);
+  if (snap.exists && !snap.doc) {
     result = ERROR_REGISTRY_CORRUPT;
   } else {
-    Document doc = snap.doc ? *snap.doc : Document{};
+    auto doc = std::make_shared<Document>(snap.doc ? *snap.doc : Document{});
     bool dirty = false;
-    result = change(doc, dirty);
+    result = change(*doc, dirty);
     if (result == ERROR_SUCCESS && dirty) {
       std::string bytes;
-      if (Serialize(doc, bytes).Failed() || orvx::ReplaceFile(file, bytes).Failed()) result = ERROR_REGISTRY_IO_FAILED;
+      if (Serialize(*doc, bytes).Failed() || orvx::ReplaceFile(file, bytes).Failed())
+        result = ERROR_REGISTRY_IO_FAILED;
+      else
+        Remember(file, std::move(doc));
     }
   }
   os::CloseFile(lockFd);  // releases the lock
@@ -173,7 +133,7 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
 }
 
 // The document of a hive for reading; null when the file is missing or malformed.
-std::shared_ptr<const Document> ReadHive(HKEY hive) { return Load(orvx::host::RegistryFile(hive)).doc; }
+std::shared_ptr<const Document> ReadHive(HKEY hive) { return ReadStore(orvx::host::RegistryFile(hive)).doc; }
 
 }  // namespace
 
@@ -202,6 +162,7 @@ LONG RegCreateKeyExA(HKEY key, const char* subKey, DWORD, char*, DWORD, REGSAM s
   std::string path;
   if (const LONG r = Resolve(key, hive, path); r != ERROR_SUCCESS) return r;
   path = Join(path, subKey);
+  if (!NameProblem(path, "the key path").empty()) return ERROR_INVALID_NAME;
   const std::string full = FullPath(hive, path);
   bool created = false;
   const LONG r = Mutate(hive, [&](Document& doc, bool& dirty) {
@@ -227,23 +188,20 @@ LONG RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameLength, DWORD*,
   if (!doc) return ERROR_NO_MORE_ITEMS;
   const Key* k = FindKey(*doc, FullPath(hive, path));
   if (!k) return ERROR_NO_MORE_ITEMS;
-  DWORD i = 0;
-  for (const auto& item : k->items) {
-    if (!item.isValue || i++ != index) continue;
-    const Value& v = item.value;
-    if (v.name.size() + 1 > *nameLength) return ERROR_MORE_DATA;
-    if (data && dataLength && v.data.size() > *dataLength) {
-      *dataLength = static_cast<DWORD>(v.data.size());
-      return ERROR_MORE_DATA;
-    }
-    std::memcpy(name, v.name.c_str(), v.name.size() + 1);
-    *nameLength = static_cast<DWORD>(v.name.size());
-    if (type) *type = v.type;
-    if (data && dataLength && !v.data.empty()) std::memcpy(data, v.data.data(), v.data.size());
-    if (dataLength) *dataLength = static_cast<DWORD>(v.data.size());
-    return ERROR_SUCCESS;
+  const Value* found = ValueAt(*k, index);
+  if (!found) return ERROR_NO_MORE_ITEMS;
+  const Value& v = *found;
+  if (v.name.size() + 1 > *nameLength) return ERROR_MORE_DATA;
+  if (data && dataLength && v.data.size() > *dataLength) {
+    *dataLength = static_cast<DWORD>(v.data.size());
+    return ERROR_MORE_DATA;
   }
-  return ERROR_NO_MORE_ITEMS;
+  std::memcpy(name, v.name.c_str(), v.name.size() + 1);
+  *nameLength = static_cast<DWORD>(v.name.size());
+  if (type) *type = v.type;
+  if (data && dataLength && !v.data.empty()) std::memcpy(data, v.data.data(), v.data.size());
+  if (dataLength) *dataLength = static_cast<DWORD>(v.data.size());
+  return ERROR_SUCCESS;
 }
 
 LONG RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type, BYTE* data, DWORD* dataLength) {
@@ -274,6 +232,7 @@ LONG RegSetValueExA(HKEY key, const char* name, DWORD, DWORD type, const BYTE* d
   HKEY hive;
   std::string path;
   if (const LONG r = Resolve(key, hive, path, KEY_SET_VALUE); r != ERROR_SUCCESS) return r;
+  if (!NameProblem(name ? name : "", "the value name").empty()) return ERROR_INVALID_NAME;
   const std::string full = FullPath(hive, path);
   Value v{name ? name : "", type, data ? std::vector<BYTE>(data, data + length) : std::vector<BYTE>{}};
   return Mutate(hive, [&](Document& doc, bool& dirty) {

@@ -8,6 +8,7 @@
 
 #include "orvx/afx_file.h"
 #include "os_file.h"
+#include "read_file.h"
 
 namespace orvx {
 namespace {
@@ -39,7 +40,7 @@ bool Resolve(fs::path path, fs::path& target, std::string& error) {
 std::string TempPrefix(const fs::path& target) { return "." + target.filename().string() + ".tmp-"; }
 
 std::string TempName(const fs::path& target) {
-  static std::mt19937 random{std::random_device{}()};
+  thread_local std::mt19937 random{std::random_device{}()};  // writers on several threads
   char tag[32];
   std::snprintf(tag, sizeof tag, "%llu-%08x", static_cast<unsigned long long>(os::CurrentProcessId()),
                 static_cast<unsigned>(random()));
@@ -103,22 +104,13 @@ std::string NotARegularFile(const fs::file_status& st) {
 
 }  // namespace
 
-Error ReadWholeFile(const std::string& path, std::string& bytes) {
+Error ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t limit) {
   bytes.clear();
-  std::error_code ec;
-  const fs::file_status st = fs::status(path, ec);
-  const std::string problem = fs::exists(st) ? NotARegularFile(st) : "no such file";
-  if (!problem.empty()) return {path + ": " + problem};
-  int cause = 0, osError = 0;
-  const os::FileHandle file = os::OpenFile(path.c_str(), CFile::modeRead, cause, osError);
-  if (file == os::kNoFile) return SystemError(path, "cannot open", osError);
-  osError = os::ReadAll(file, bytes);
+  os::FileHandle file = os::kNoFile;
+  if (Error error = detail::OpenForReading(path, file); error.Failed()) return error;
+  Error error = detail::ReadOpenFile(path, file, limit, bytes);
   os::CloseFile(file);
-  if (osError) {
-    bytes.clear();
-    return SystemError(path, "cannot read", osError);
-  }
-  return {};
+  return error;
 }
 
 Error IdentifyFile(const std::string& path, FileIdentity& identity) {
@@ -175,19 +167,57 @@ Error ReplaceFile(const std::string& path, std::string_view bytes) {
   return {};
 }
 
-namespace os {
+namespace detail {
 
-int ReadAll(FileHandle file, std::string& out) {
+Error OpenForReading(const std::string& path, os::FileHandle& file, bool* missing) {
+  int cause = 0, osError = 0;
+  file = os::OpenFile(path.c_str(), CFile::modeRead, cause, osError);
+  if (missing) *missing = file == os::kNoFile && cause == CFileException::fileNotFound;
+  return file == os::kNoFile ? OpenError(path, cause, osError) : Error{};
+}
+
+Error OpenError(const std::string& path, int cause, int osError) {
+  if (cause == CFileException::fileNotFound) return {path + ": no such file", osError};
+  if (osError == os::kNotRegularFile) return {path + ": is " + os::ErrorText(osError), osError};
+  return SystemError(path, "cannot open", osError);
+}
+
+Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes) {
+  bytes.clear();
+  const auto tooLarge = [&] {
+    const bool gb = limit % (std::uint64_t{1} << 30) == 0;
+    return Error{path + ": larger than " + std::to_string(gb ? limit >> 30 : limit >> 20) + (gb ? " GB" : " MB") +
+                 ", more than a file of its kind can hold"};
+  };
+  const std::uint64_t length = os::FileLength(file);
+  if (length != UINT64_MAX && length > limit) return tooLarge();
+  if (length != UINT64_MAX) bytes.reserve(static_cast<std::size_t>(length));
   char buffer[64 * 1024];
-  int osError = 0;
   for (;;) {
-    const std::int64_t n = ReadSome(file, buffer, sizeof buffer, osError);
-    if (n < 0) return osError;
-    if (n == 0) return 0;
-    out.append(buffer, static_cast<std::size_t>(n));
+    int osError = 0;
+    const std::int64_t n = os::ReadSome(file, buffer, sizeof buffer, osError);
+    if (n < 0) {
+      bytes.clear();
+      return SystemError(path, "cannot read", osError);
+    }
+    if (n == 0) return {};
+    if (static_cast<std::uint64_t>(n) > limit - bytes.size()) {  // it grew while read
+      bytes.clear();
+      bytes.shrink_to_fit();
+      return tooLarge();
+    }
+    bytes.append(buffer, static_cast<std::size_t>(n));
   }
 }
 
-}  // namespace os
+Error ResolveLinks(const std::string& path, std::string& target) {
+  fs::path resolved;
+  std::string problem;
+  if (!Resolve(path, resolved, problem)) return {path + ": " + problem};
+  target = resolved.string();
+  return {};
+}
+
+}  // namespace detail
 
 }  // namespace orvx

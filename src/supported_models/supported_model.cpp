@@ -54,7 +54,13 @@ CSupportedModel::CSupportedModel(int listMode) : m_nListMode(listMode) {
     m_osVersion.dwPlatformId = 0;  // unknown platform
   }
   m_strRegistryPath = CString("SOFTWARE\\Vantor Selby\\") + orvx::host::AppNames().m_pszAppName;
-  if (m_nListMode) LoadFromRegistory();
+  if (!m_nListMode) return;
+  try {
+    LoadFromRegistory();
+  } catch (...) {  // no destructor runs for an object that was never made
+    Purge();
+    throw;
+  }
 }
 
 CSupportedModel::~CSupportedModel() { Purge(); }
@@ -82,7 +88,8 @@ int CSupportedModel::LoadFromRegistory() {
       if (r == ERROR_MORE_DATA) continue;  // a name of 32 or more characters: skipped
       // The end of the list, or a key that fails at every index (deleted meanwhile): stop.
       if (r != ERROR_SUCCESS) break;
-      auto info = std::make_unique<CSMModelInfo>();  // the list owns it once added
+      // Owned here until the list holds it: a failed allocation on the way must not leak it.
+      auto info = std::make_unique<CSMModelInfo>();
       info->SetModelName(name);
       DWORD state = 1;
       if (supported) ReadState(key, name, state);  // its result is not examined

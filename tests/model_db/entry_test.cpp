@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
 
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
 #include <fstream>
+#include <functional>
 #include <optional>
 
 #include "orvx/afx_host.h"
+#include "orvx/database.h"
 #include "orvx/model_db.h"
 #include "test_util.h"
 
@@ -77,13 +83,12 @@ TEST_F(EntryTest, AFailedAttachShowsOneStopMessageAndFreesEverything) {
   const Bytes db = Database(2);
   struct Case {
     const char* what;
-    std::optional<Bytes> file;  // none: no ORVDB.dat; empty: a directory of that name
+    std::optional<Bytes> file;  // none: no ORVDB.dat
     std::string text;           // the message, or the end of it
   };
   const std::string notFound = "Initialize Error: ORVDB.dat not found";
   const Case cases[] = {
       {"no file", std::nullopt, notFound},
-      {"a directory", Bytes{}, notFound},
       {"cut inside the second record", Bytes(db.begin(), db.end() - 5), "byte " + std::to_string(db.size() - 5) + ")"},
       {"cut inside the count", Bytes(db.begin(), db.begin() + 2), "byte 2)"},
       {"huge count, no records", Bytes{0xFF, 0xFF, 0xFF, 0x7F}, "byte 4)"},
@@ -93,8 +98,7 @@ TEST_F(EntryTest, AFailedAttachShowsOneStopMessageAndFreesEverything) {
     SCOPED_TRACE(c.what);
     shown_.clear();
     std::filesystem::remove_all(dir_.path() / "ORVDB.dat");
-    if (c.file && c.file->empty()) std::filesystem::create_directory(dir_.path() / "ORVDB.dat");
-    EXPECT_EQ(Attach(c.file && !c.file->empty() ? &*c.file : nullptr), FALSE);
+    EXPECT_EQ(Attach(c.file ? &*c.file : nullptr), FALSE);
     EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
     ASSERT_EQ(shown_.size(), 1u);
     EXPECT_TRUE(shown_[0].text.ends_with(c.text)) << shown_[0].text;
@@ -119,3 +123,31 @@ TEST_F(EntryTest, AttachesThatLoadNothing) {
   EXPECT_EQ(CPrnStaticInfoArray.GetSize() + orvx::host::LinkedModuleCount() - modulesBefore_, 0);
   EXPECT_TRUE(shown_.empty());
 }
+
+#if !defined(_WIN32)
+TEST_F(EntryTest, SpecialFilesFailAtOnceAndNothingIsReadPastTheFormatsLimit) {
+  namespace fs = std::filesystem;
+  const std::string notRegular = "ORVDB.dat: is not a regular file (a directory, a device, a FIFO or a socket)";
+  const std::pair<std::function<void()>, std::string> cases[] = {  // how ORVDB.dat is made, the loader's error
+      {[] { ::mkfifo("ORVDB.dat", 0600); }, notRegular},
+      {[] { fs::create_symlink("/dev/zero", "ORVDB.dat"); }, notRegular},
+      {[] { fs::create_symlink("/dev/urandom", "ORVDB.dat"); }, notRegular},
+      {[] { fs::create_directory("ORVDB.dat"); }, notRegular},
+      {[] { std::ofstream("ORVDB.dat") << std::string(4, '\0'), fs::resize_file("ORVDB.dat", (2ull << 30) + 1); },
+       "ORVDB.dat: larger than 2 GB, more than a file of its kind can hold"},
+  };
+  for (const auto& [make, loadError] : cases) {
+    SCOPED_TRACE(loadError);
+    shown_.clear();
+    fs::remove_all("ORVDB.dat");
+    make();
+    EXPECT_EQ(Attach(nullptr), FALSE);
+    EXPECT_EQ(shown_.size(), 1u);  // the file's own text for what cannot be opened; its size otherwise
+    EXPECT_EQ(shown_.empty() ? "" : shown_[0].text, loadError == notRegular ? "Initialize Error: ORVDB.dat not found"
+                                                      : "Initialize Error: ORVDB.dat could not be read (larger than 2 GB, more than a model database can hold)");
+    orvx::LoadError error;
+    EXPECT_FALSE(orvx::ModelDatabase().LoadFile("ORVDB.dat", error));
+    EXPECT_EQ(error.message, loadError);
+  }
+}
+#endif

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
+#include <functional>
 
 #include "orvx/afx_registry.h"
 #include "orvx/registry_check.h"
+#include "orvx/comm_store.h"
 #include "registry_fixture.h"
 
 using orvx_test::BinaryValue;
@@ -189,5 +193,50 @@ TEST_F(Store, RewritesKeepCommentsAndLineEndsWhereTheyAre) {
     ASSERT_EQ(Set(kUser, "K", DwordValue("B", 3)), ERROR_SUCCESS);
     EXPECT_EQ(Read(user_), "REGEDIT4\n[HKEY_CURRENT_USER\\K]\n\"a\"=dword:00000003\n; between\n\"B\"=dword:00000003\n; last\n")
         << "pass " << pass;
+  }
+}
+
+TEST_F(Store, HostileNamesAndFilesNeitherBreakTheStoreNorHang) {
+  const std::string base = "REGEDIT4\n[HKEY_CURRENT_USER\\Software\\orvx\\Com]\n\"COM1\"=hex:04,00,00,00\n";
+  const std::filesystem::path dir = std::filesystem::path(user_).parent_path();
+  const std::vector<BYTE> config{4, 0, 0, 0};
+  // Each row acts on the store and describes what came of it.
+  const auto kept = [&](LONG r) { return std::to_string(r) + (Read(user_) == base ? " kept" : " changed"); };
+  const auto named = [&](const char* app) {
+    orvx::host::SetAppName(app);
+    const LONG r = orvx::SaveCommConfig(0x10, config);
+    orvx::host::SetAppName("orvx");
+    return kept(r);
+  };
+  const auto at = [&](const std::filesystem::path& store) {  // a load from it, and its check
+    orvx::host::SetRegistryFile(kUser, store.string());
+    BYTE out[256];
+    DWORD size = 0;
+    const std::string message = orvx::registry::CheckFile(store.string()).message;
+    return std::to_string(orvx::LoadCommConfig(0x10, out, size)) + " " + store.filename().string() +
+           message.substr(std::min(message.size(), store.string().size()));
+  };
+  const std::pair<const char*, std::function<std::string()>> rows[] = {
+      {"123 kept", [&] { return named("evil\nx"); }},
+      {"123 kept", [&] { return named("evil\rx"); }},
+      {"123 kept", [&] { return kept(Set(kUser, "Software\\orvx\\Com", DwordValue("a\nb", 1))); }},
+      {"0 lock beside the file", [&] {
+         std::filesystem::create_symlink(user_, dir / "link.reg");
+         orvx::host::SetRegistryFile(kUser, (dir / "link.reg").string());
+         const LONG r = orvx::SaveCommConfig(0x20, config);
+         return std::to_string(r) + (std::filesystem::exists(user_ + ".lock") && !std::filesystem::exists(dir / "link.reg.lock") ? " lock beside the file" : "");
+       }},
+      {"2 fifo: is not a regular file", [&] { return ::mkfifo((dir / "fifo").c_str(), 0600), at(dir / "fifo"); }},
+      {"2 big.reg: larger than 256 MB", [&] {
+         std::ofstream(dir / "big.reg") << base;
+         return std::filesystem::resize_file(dir / "big.reg", (256 << 20) + 1), at(dir / "big.reg");  // sparse
+       }},
+  };
+  for (const auto& [expected, act] : rows) {
+    SCOPED_TRACE(expected);
+    Write(user_, base);
+    orvx::host::SetRegistryFile(kUser, user_);
+    const std::string outcome = act();
+    EXPECT_NE(outcome.find(expected), std::string::npos) << outcome;
   }
 }

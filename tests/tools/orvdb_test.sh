@@ -155,6 +155,17 @@ printf '04010000%0512d' 0 >big.hex && t 2 '' '260 bytes' comcfg save --hex --por
 printf '34000000%096d\n' 7 >config.hex && t 0 '' 'COM3' comcfg save --port 0x35 --hex --app Mon --key K <config.hex
 t 0 '' '' comcfg load --port 0x30 --hex --app Mon --key K
 [[ $(tr -cd '0-9a-f' <out.txt) == $(tr -cd '0-9a-f' <config.hex) ]] || fail "the configuration came back as $(<out.txt)"
+# Only what is stored comes back, and only a binary value of 1 to 256 bytes is a configuration.
+printf '[HKEY_CURRENT_USER\\Software\\K\\Mon\\Com]\n"COM4"=hex:08,01,00,00,01\n"COM5"="text"\n"COM6"=hex:\n"COM7"=hex:%s01\n' \
+  "$(printf '00,%.0s' $(seq 299))" >>"$ORVX_HKCU_FILE"
+t 0 $'08 01 00 00 01\n' '' comcfg load --hex --port 0x40 --app Mon --key K
+t 5 '' 'COM5 holds a value of type REG_SZ' comcfg load --port 0x50 --app Mon --key K
+t 6 '' 'COM6 holds an empty value' comcfg load --port 0x60 --app Mon --key K
+t 7 '' 'COM7 holds 300 bytes, too large to load' comcfg load --port 0x70 --app Mon --key K
+cp "$ORVX_HKCU_FILE" hkcu.before
+t 2 '' 'more than 256 bytes' comcfg save --port 0x10 --app Mon --key K </dev/zero
+t 2 '' '--app: the application name holds a line break' comcfg save --hex --port 0x10 --app $'evil\nx' <config.hex
+same "$ORVX_HKCU_FILE" hkcu.before
 
 # picture
 t 0 $'rule         GetOptionFlagEx_Nightjar\n' '' picture --db "$DB" 'Vantor LP-2100' --in 'Multi Purpose Tray' \

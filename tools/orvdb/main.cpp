@@ -38,6 +38,9 @@ constexpr int kExitFallback = 1;  // a negative answer: no match, not supported,
 constexpr int kExitUsage = 2;     // a usage error, or a file that cannot be read or written
 constexpr int kExitNoStore = 3;   // the registry store file is missing
 constexpr int kExitBadStore = 4;  // the registry store file is malformed
+constexpr int kExitWrongType = 5;   // comcfg load: the stored value is no binary value
+constexpr int kExitEmptyValue = 6;  // comcfg load: the stored value is empty
+constexpr int kExitTooLarge = 7;    // comcfg load: the stored value is too large to load
 
 int Error(const std::string& message) {
   std::cerr << "orvdb: " << message << "\n";
@@ -517,9 +520,30 @@ bool ParseHex(const std::string& text, std::vector<BYTE>& out) {
   return true;
 }
 
+// Why the user hive's store file cannot be used ("" when it can, or is missing).
+std::string UserStoreProblem() {
+#if defined(_WIN32)
+  return {};
+#else
+  const std::string store = orvx::host::RegistryFile(HKEY_CURRENT_USER);
+  std::error_code ec;
+  if (!std::filesystem::exists(std::filesystem::symlink_status(store, ec))) return {};
+  const orvx::Error e = orvx::registry::CheckFile(store);  // parsed once: the registry calls share it
+  if (!e.Failed()) return {};
+  return e.where ? store + ":" + std::to_string(e.where) + ": " + e.message : e.message;
+#endif
+}
+
 int ComCfgSave(DWORD port, bool hex) {
   if (!hex) orvdb::BinaryStream(stdin);
-  std::string input((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
+  // No more is read than a configuration can take (as hex: three characters a byte and line breaks).
+  const std::size_t limit = hex ? 4 * orvx::kCommConfigMax : orvx::kCommConfigMax;
+  std::string input(limit + 1, '\0');
+  std::cin.read(input.data(), static_cast<std::streamsize>(input.size()));
+  input.resize(static_cast<std::size_t>(std::cin.gcount()));
+  if (input.size() > limit)
+    return Error("standard input: more than " + std::to_string(limit) + (hex ? " characters of hex text" : " bytes") +
+                 "; a configuration has at most " + std::to_string(orvx::kCommConfigMax) + " bytes");
   std::vector<BYTE> bytes;
   if (hex) {
     if (!ParseHex(input, bytes)) return Error("standard input: not a sequence of hex byte pairs");
@@ -540,22 +564,54 @@ int ComCfgSave(DWORD port, bool hex) {
     std::cerr << "orvdb: stored " << value << " (" << size << " bytes)\n";
     return kExitOk;
   }
+  if (const std::string problem = UserStoreProblem(); !problem.empty()) return Error(problem);
 #if defined(_WIN32)
-    return Error("could not write the configuration to the registry");
+  return Error("could not write the configuration to the registry");
 #else
-    return Error("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
+  return Error("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
 #endif
 }
 
+const char* TypeName(DWORD type) {
+  switch (type) {
+    case REG_NONE: return "REG_NONE";
+    case REG_SZ: return "REG_SZ";
+    case REG_EXPAND_SZ: return "REG_EXPAND_SZ";
+    case REG_BINARY: return "REG_BINARY";
+    case REG_DWORD: return "REG_DWORD";
+    case REG_MULTI_SZ: return "REG_MULTI_SZ";
+    default: return "another type";
+  }
+}
+
+// Prints the stored bytes, as many as are stored: the dwSize inside them is
+// the caller's claim, not the store's.
 int ComCfgLoad(DWORD port, bool hex) {
-  std::vector<BYTE> buffer(256, 0);
-  if (!ORVX_LoadCommCfg(port, reinterpret_cast<COMMCONFIG*>(buffer.data()))) {
-    std::cerr << "orvdb: no configuration stored for COM" << ((port >> 4) & 0xF) << "\n";
+  const std::string value = "COM" + std::to_string((port >> 4) & 0xF);
+  std::vector<BYTE> buffer(orvx::kCommConfigMax, 0);
+  DWORD size = 0, type = REG_NONE;
+  const LONG r = orvx::LoadCommConfig(port, buffer, size, &type);
+  if (const std::string problem = r == ERROR_SUCCESS ? "" : UserStoreProblem(); !problem.empty())
+    return Error(problem);
+  if (r == ERROR_FILE_NOT_FOUND) {
+    std::cerr << "orvdb: no configuration stored for " << value << "\n";
     return kExitFallback;
   }
-  DWORD size = 0;
-  std::memcpy(&size, buffer.data(), sizeof size);
-  size = std::min<DWORD>(size, 256);
+  if (r == ERROR_MORE_DATA) {
+    std::cerr << "orvdb: " << value << " holds " << size << " bytes, too large to load (at most "
+              << orvx::kCommConfigMax << ")\n";
+    return kExitTooLarge;
+  }
+  if (r != ERROR_SUCCESS) return Error("could not read " + value + " from the registry (error " + std::to_string(r) + ")");
+  if (type != REG_BINARY) {
+    std::cerr << "orvdb: " << value << " holds a value of type " << TypeName(type) << " (" << type
+              << "), not a configuration (REG_BINARY)\n";
+    return kExitWrongType;
+  }
+  if (size == 0) {
+    std::cerr << "orvdb: " << value << " holds an empty value, no configuration\n";
+    return kExitEmptyValue;
+  }
   if (hex) {
     std::cout << Hex(buffer.data(), size) << "\n";
   } else {
@@ -600,6 +656,9 @@ int Run(int argc, char** argv) {
       "  2  a usage error, or a file or output that cannot be read or written\n"
       "  3  supported: the registry store file is missing\n"
       "  4  supported: the registry store file is malformed\n"
+      "  5  comcfg load: the stored value is not binary\n"
+      "  6  comcfg load: the stored value is empty\n"
+      "  7  comcfg load: the stored value is larger than 256 bytes\n"
       "Environment:\n"
       "  ORVX_HKLM_FILE  the machine hive's registry store (default /etc/orvx/hklm.reg)\n"
       "  ORVX_HKCU_FILE  the user hive's registry store (default $XDG_CONFIG_HOME/orvx/hkcu.reg)");
@@ -758,6 +817,9 @@ int Run(int argc, char** argv) {
     evaluator.Run(std::cin, std::cout);
     return kExitOk;
   }
+  // Both name a registry key: what would break the store's lines is refused here.
+  for (const auto& [option, name] : {std::pair{"--app: the application name", &appName}, {"--key: the registry key", &registryKey}})
+    if (const std::string problem = orvx::registry::NameProblem(*name, option); !problem.empty()) return Error(problem);
   orvx::host::SetAppName(appName);
   orvx::host::SetRegistryKey(registryKey);
   if (*supported) return Supported(model, interfaceNumber, regPath, direct, json);

@@ -11,7 +11,7 @@ namespace orvx {
 inline constexpr DWORD kCommConfigMax = 256;
 // The same store with explicit sizes: the registry status of the write, or of
 // the read of the value into `out` (ERROR_MORE_DATA when it does not fit, with
-// `size` set to its length).
+// `size` set to its length). `type`, when given, receives the stored type.
 LONG SaveCommConfig(DWORD port, std::span<const BYTE> config);
-LONG LoadCommConfig(DWORD port, std::span<BYTE> out, DWORD& size);
+LONG LoadCommConfig(DWORD port, std::span<BYTE> out, DWORD& size, DWORD* type = nullptr);
 }  // namespace orvx

@@ -9,10 +9,16 @@
 
 namespace orvx {
 
+// The most a file of each kind may hold: a model database (its offsets and
+// counts are 32-bit signed) and a registry store file.
+inline constexpr std::uint64_t kDatabaseFileMax = std::uint64_t{2} << 30;
+inline constexpr std::uint64_t kStoreFileMax = std::uint64_t{256} << 20;
+
 // Reads the regular file `path` whole into `bytes`. A missing or unreadable
-// file, a directory, a FIFO (which would block) or a device fail with a
-// message that names the path; `bytes` is then empty.
-Error ReadWholeFile(const std::string& path, std::string& bytes);
+// file, a directory, a FIFO (which would block) or a device fail at once with
+// a message that names the path, and so does a file larger than `limit`,
+// before anything is read; `bytes` is then empty.
+Error ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t limit = kDatabaseFileMax);
 
 // What tells one file from another, whatever path names it: the device and
 // inode (on Windows the volume and the file index).
