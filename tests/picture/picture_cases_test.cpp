@@ -115,7 +115,7 @@ void CheckTrace(const orvx::PictureTrace& trace, const orvx::PictureCall& call, 
     // The row a step names is a row the rule's vocabulary lists (-1: none),
     // and a step of the rule's own sets no bit its row does not list.
     EXPECT_TRUE(step.row == -1 || std::any_of(vocabulary->begin(), vocabulary->end(), [&](const orvx::PictureRuleRow& r) {
-                  return r.table == step.kind && r.index == step.row &&
+                  return r.table == step.kind && r.index == step.row && r.id >= -1 &&
                          (step.kind != orvx::PictureTraceStep::Rule || (step.added & ~r.bits) == 0);
                 })) << step.test;
     const auto tray = static_cast<std::size_t>(step.tray);
