@@ -50,7 +50,7 @@ class SizeListReader {
 // without regard to letter case, a stored name matching any request that
 // begins with it), in `block` as held. Nothing when no entry lists the tray;
 // an entry that lists it may hold no sizes.
-ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber);
-ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName);
+std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber);
+std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName);
 
 }  // namespace orvx
