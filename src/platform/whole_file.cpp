@@ -98,7 +98,7 @@ Error WriteTemp(const std::string& path, const fs::path& target, std::string_vie
 // regular file (or, for a target, does not exist yet).
 std::string NotARegularFile(const fs::file_status& st) {
   if (fs::is_directory(st)) return "is a directory";
-  if (fs::exists(st) && !fs::is_regular_file(st)) return "is not a regular file (a device, FIFO or socket)";
+  if (fs::exists(st) && !fs::is_regular_file(st)) return "is not a regular file (a device, a FIFO or a socket)";
   return {};
 }
 
@@ -116,16 +116,10 @@ Error ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t l
 Error IdentifyFile(const std::string& path, FileIdentity& identity) {
   // The system would read the path only up to the zero byte: another file.
   if (path.find('\0') != std::string::npos) return {"a path that holds a zero byte"};
-  std::error_code ec;
-  const fs::file_status st = fs::status(path, ec);
-  const std::string problem = fs::exists(st) ? NotARegularFile(st) : "no such file";
-  if (!problem.empty()) return {path + ": " + problem};
-  int cause = 0, osError = 0;
-  const os::FileHandle file = os::OpenFile(path.c_str(), CFile::modeRead | CFile::shareDenyNone, cause, osError);
-  if (file == os::kNoFile) return SystemError(path, "cannot open", osError);
+  os::FileHandle file = os::kNoFile;
+  if (Error error = detail::OpenForReading(path, file); error.Failed()) return error;
   const os::FileStamp stamp = os::Stamp(file);
   os::CloseFile(file);
-  if (!stamp.regular) return {path + ": is not a regular file (a device, FIFO or socket)"};
   identity = {stamp.device, stamp.inode};
   return {};
 }
