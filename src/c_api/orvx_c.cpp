@@ -413,7 +413,8 @@ int orvx_picture_id(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_t
                     int duplex_unit, int output_unit, uint32_t* picture_id, orvx_error* err) {
   orvx_picture_call call{0, in, in_count, out, out_count, duplex_unit, output_unit, nullptr, 0, nullptr, 0, nullptr, nullptr};
   return Guard(err, [&] {
-    TableStrings().Into(call);
+    const TableStrings strings;  // lives through the call: the call points into it
+    strings.Into(call);
     return Picture(r, call, picture_id, nullptr, err);
   });
 }
@@ -424,7 +425,8 @@ int orvx_picture_id_ex(const orvx_record* r, orvx_tray* in, size_t in_count, orv
   orvx_picture_call call{1,       in,           in_count,    out,          out_count, 0, 0, options, option_count,
                          doc_options, doc_option_count, nullptr, nullptr};
   return Guard(err, [&] {
-    TableStrings().Into(call);
+    const TableStrings strings;  // lives through the call: the call points into it
+    strings.Into(call);
     return Picture(r, call, picture_id, nullptr, err);
   });
 }
