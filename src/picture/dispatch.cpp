@@ -131,20 +131,22 @@ void TrayRecords::Resize(std::size_t inCount, std::size_t outCount) {
   for (std::size_t i = 0; i < outCount; ++i) out.SetAt(static_cast<int>(i), outs_[i].get());
 }
 
-void TrayRecords::SetIn(std::size_t i, const PictureTray& tray) {
-  COptInTray& t = *ins_[i];
-  name_.assign(tray.name);
-  t.SetName(name_.c_str());
+namespace {
+// The fields both kinds of tray record take from the caller's tray.
+template <class Tray>
+void Fill(Tray& t, const PictureTray& tray, std::string& name) {
+  name.assign(tray.name);
+  t.SetName(name.c_str());
   t.SetID(tray.id);
   t.SetAddUnit(tray.addUnit);
 }
+}  // namespace
+
+void TrayRecords::SetIn(std::size_t i, const PictureTray& tray) { Fill(*ins_[i], tray, name_); }
 
 void TrayRecords::SetOut(std::size_t i, const PictureTray& tray) {
   COptOutTray& t = *outs_[i];
-  name_.assign(tray.name);
-  t.SetName(name_.c_str());
-  t.SetID(tray.id);
-  t.SetAddUnit(tray.addUnit);
+  Fill(t, tray, name_);
   t.SetDerivery(tray.delivery);
 }
 
