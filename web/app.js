@@ -17,7 +17,6 @@ const FIXES = {
   "unknown-flags": "Clear the bits outside the thirteen flags.",
   "trailing-bytes": "Check the record count.",
   "negative-count": "Write the real record count.",
-  "impossible-count": "Write the real record count.",
 };
 const LISTS = [
   ["inTrays", "inTray"],

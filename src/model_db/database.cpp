@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "../platform/read_file.h"
-#include "lookup.h"
+#include "orvx/db_loader.h"
 #include "name_index.h"
 #include "orvx/whole_file.h"
 
@@ -59,73 +59,115 @@ class SpanFile : public CFile {
   std::size_t pos_ = 0;
 };
 
-// Reads a whole database from `file` into `out`; `source` names it in errors.
-// Files and memory go through this one reader; a file is read through the
-// archive's buffer and never held whole.
-bool ReadDatabase(CFile& file, const std::string& source, std::vector<std::unique_ptr<CPrnStaticInfo>>& out,
-                  LoadError& error, std::uint64_t* consumed) {
+}  // namespace
+
+namespace detail {
+
+void ReadDatabase(CArchive& ar, const RecordSink& sink, Framing& framing) {
+  framing.length = ar.GetFile()->GetLength();
+  const auto count = static_cast<std::int32_t>(ar.ReadScalar<DWORD>());
+  framing.count = count;
+  framing.bytesRead = ar.GetPosition();
+  for (std::int32_t i = 0; i < count; ++i) {
+    auto record = std::make_unique<CPrnStaticInfo>();
+    record->Serialize(ar);
+    sink(std::move(record));
+  }
+  framing.bytesRead = ar.GetPosition();
+}
+
+Error LoadFailure(std::string_view source) {
+  const std::string name(source);
+  try {
+    throw;
+  } catch (const CArchiveException& e) {
+    return {name + ": a truncated or malformed model database (" +
+                (e.m_cause == CArchiveException::endOfFile ? "data ends early" : "malformed data") + " at byte " +
+                std::to_string(e.m_offset) + ")",
+            0, static_cast<long long>(e.m_offset), Error::Format};
+  } catch (const CFileException& e) {
+    return {name + ": cannot read (" + os::ErrorText(e.m_lOsError) + ")", static_cast<int>(e.m_lOsError), 0, Error::Io};
+  } catch (const std::bad_alloc&) {
+    return {name + ": not enough memory to load the database", 0, 0, Error::Memory};
+  }
+}
+
+Error OpenDatabase(const std::string& path, CFile& file) {
+  // The system would read the path only up to the zero byte: another file.
+  if (path.find('\0') != std::string::npos) return {"a path that holds a zero byte", 0, 0, Error::Io};
+  CFileException cause(CFileException::none, 0, path);
+  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause)) {
+    Error e = OpenError(path, cause.m_cause, cause.m_lOsError);
+    e.code = Error::Io;
+    return e;
+  }
+  if (file.GetLength() > kDatabaseFileMax)
+    return {path + ": larger than 2 GB, more than a file of its kind can hold", 0, 0, Error::Io};
+  return {};
+}
+
+namespace {
+
+// Reads the whole database in `file` into `db`, which keeps what it held on a failure.
+Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* framing) {
+  Framing local;
+  Framing& f = framing ? *framing : local;
+  f = {};
+  ModelDatabase loaded;
   try {
     CArchive ar(&file, CArchive::load, 64 * 1024);  // a file's reads as large as its read-ahead
-    const DWORD count = ar.ReadScalar<DWORD>();
-    if (count > 0x7FFFFFFFu) {
-      error = {LoadError::Format, source + ": not a model database (record count " + std::to_string(count) +
-                                      " is negative as a signed number)", 0};
-      return false;
-    }
-    detail::ReadRecords(ar, static_cast<std::int32_t>(count),
-                        [&](std::unique_ptr<CPrnStaticInfo> r) { out.push_back(std::move(r)); });
-    if (consumed) *consumed = ar.GetPosition();
-  } catch (const CArchiveException& e) {
-    error = {LoadError::Format,
-             source + ": not a complete model database (" +
-                 (e.m_cause == CArchiveException::endOfFile ? "data ends early" : "malformed data") + " at byte " +
-                 std::to_string(e.m_offset) + ")",
-             e.m_offset};
-    return false;
-  } catch (const CFileException& e) {
-    error = {LoadError::Io, source + ": cannot read (" + os::ErrorText(e.m_lOsError) + ")", 0};
-    return false;
-  } catch (const std::bad_alloc&) {
-    error = {LoadError::Memory, source + ": not enough memory to load the database", 0};
-    return false;
+    ReadDatabase(ar, [&](std::unique_ptr<CPrnStaticInfo> r) { loaded.Add(std::move(r)); }, f);
+  } catch (...) {
+    Error e = LoadFailure(source);
+    if (e.code == Error::Format) f.bytesRead = static_cast<std::uint64_t>(e.where);
+    return e;
   }
-  return true;
+  if (*f.count < 0)
+    return {std::string(source) + ": not a model database (record count " +
+                std::to_string(static_cast<DWORD>(*f.count)) + " is negative as a signed number)",
+            0, 0, Error::Format};
+  db = std::move(loaded);
+  return {};
 }
 
 }  // namespace
 
-// The platform's open refuses what is no regular file (a FIFO would block), and
-// errors name the file as every whole-file reader names it.
-bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
-  // The system would read the path only up to the zero byte: another file.
-  if (path.find('\0') != std::string::npos) {
-    error = {LoadError::Io, "a path that holds a zero byte", 0};
-    return false;
-  }
+Error LoadFile(const std::string& path, ModelDatabase& db, Framing* framing) {
   CFile file;
-  CFileException cause(CFileException::none, 0, path);
-  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause)) {
-    error = {LoadError::Io, detail::OpenError(path, cause.m_cause, cause.m_lOsError).message, 0};
-    return false;
-  }
-  if (file.GetLength() > kDatabaseFileMax) {
-    error = {LoadError::Io, path + ": larger than 2 GB, more than a file of its kind can hold", 0};
-    return false;
-  }
-  std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  if (!ReadDatabase(file, path, loaded, error, nullptr)) return false;
-  records_ = std::move(loaded);
-  detail::DropIndex(index_, indexLock_);
-  return true;
+  if (Error e = OpenDatabase(path, file); e.Failed()) return e;
+  return Load(file, path, db, framing);
+}
+
+Error LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing) {
+  SpanFile file(bytes);
+  return Load(file, "buffer", db, framing);
+}
+
+}  // namespace detail
+
+namespace {
+
+// What a caller of the public loaders is told.
+bool Report(const Error& e, LoadError& error) {
+  if (!e.Failed()) return true;
+  error = {e.code == Error::Format   ? LoadError::Format
+           : e.code == Error::Memory ? LoadError::Memory
+                                     : LoadError::Io,
+           e.message, static_cast<std::uint64_t>(e.where)};
+  return false;
+}
+
+}  // namespace
+
+bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
+  return Report(detail::LoadFile(path, *this), error);
 }
 
 bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed) {
-  std::vector<std::unique_ptr<CPrnStaticInfo>> loaded;
-  SpanFile file(bytes);
-  if (!ReadDatabase(file, "buffer", loaded, error, consumed)) return false;
-  records_ = std::move(loaded);
-  detail::DropIndex(index_, indexLock_);
-  return true;
+  detail::Framing framing;
+  const bool loaded = Report(detail::LoadBytes(bytes, *this, &framing), error);
+  if (loaded && consumed) *consumed = framing.bytesRead;
+  return loaded;
 }
 
 std::shared_ptr<const detail::NameIndex> ModelDatabase::Index() const {

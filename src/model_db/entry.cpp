@@ -1,11 +1,10 @@
 // The library entry: attach loads ORVDB.dat into the model array, detach
 // empties it.
-#include <new>
 #include <string>
 
 #include "orvx/afx_host.h"
+#include "orvx/db_loader.h"
 #include "orvx/model_db.h"
-#include "orvx/whole_file.h"
 
 namespace {
 
@@ -25,11 +24,10 @@ BOOL Attach(void* hModule) {
     return FALSE;
   };
 
+  // Whatever kept the file from opening, the host is told it is not found.
   CFile file;
-  if (!file.Open(kDatabaseFile, CFile::modeRead | CFile::typeBinary))
-    return fail("Initialize Error: ORVDB.dat not found");
-  if (file.GetLength() > orvx::kDatabaseFileMax)
-    return fail("Initialize Error: ORVDB.dat could not be read (larger than 2 GB, more than a model database can hold)");
+  if (const orvx::Error e = orvx::detail::OpenDatabase(kDatabaseFile, file); e.Failed())
+    return fail(file.IsOpen() ? "Initialize Error: " + e.message : "Initialize Error: ORVDB.dat not found");
 
   BYTE buffer[1024];
   try {
@@ -37,18 +35,11 @@ BOOL Attach(void* hModule) {
     CPrnStaticInfoArray_Serialize(ar);
     ar.Close();
     file.Close();
-  } catch (const CArchiveException& e) {
+  } catch (...) {
     // The host's process must survive a damaged database: drop what was
-    // loaded and refuse to attach.
+    // loaded and refuse to attach, saying what every reader says.
     CPrnStaticInfoArray_RemoveAll();
-    return fail("Initialize Error: ORVDB.dat is truncated or malformed (data ended at byte " +
-                std::to_string(e.m_offset) + ")");
-  } catch (const CFileException& e) {
-    CPrnStaticInfoArray_RemoveAll();
-    return fail(std::string("Initialize Error: ORVDB.dat could not be read (") + e.what() + ")");
-  } catch (const std::bad_alloc&) {
-    CPrnStaticInfoArray_RemoveAll();
-    return fail("Initialize Error: not enough memory to load ORVDB.dat");
+    return fail("Initialize Error: " + orvx::detail::LoadFailure(kDatabaseFile).message);
   }
   return TRUE;
 }

@@ -1,7 +1,7 @@
 #include <memory>
 #include <string_view>
 
-#include "lookup.h"
+#include "orvx/db_loader.h"
 #include "name_index.h"
 #include "orvx/model_db.h"
 
@@ -31,11 +31,11 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
     return;
   }
   orvx::detail::DropIndex(g_index, g_indexLock);
-  const auto count = static_cast<std::int32_t>(ar.ReadScalar<DWORD>());
-  orvx::detail::ReadRecords(ar, count, [](std::unique_ptr<CPrnStaticInfo> record) {
+  orvx::detail::Framing framing;
+  orvx::detail::ReadDatabase(ar, [](std::unique_ptr<CPrnStaticInfo> record) {
     CPrnStaticInfoArray.SetAtGrow(CPrnStaticInfoArray.GetSize(), record.get());
     record.release();
-  });
+  }, framing);
 }
 
 CPrnStaticInfo* GetPointerToCPrnStaticInfo(const char* modelName) {

@@ -98,7 +98,7 @@ TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
   EXPECT_FALSE(db.LoadBytes(Bytes{0x00, 0x00, 0x00, 0x80}, error));
   EXPECT_NE(error.message.find("negative"), std::string::npos);
   EXPECT_FALSE(db.LoadBytes(Bytes{1, 0, 0, 0, 0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00}, error));  // a wide-string name
-  EXPECT_EQ(error.message, "buffer: not a complete model database (malformed data at byte 5)");
+  EXPECT_EQ(error.message, "buffer: a truncated or malformed model database (malformed data at byte 5)");
   orvx_test::TempDir dir;
   for (const std::string& path : {dir.path().string(), (dir.path() / "missing.dat").string()}) {
     EXPECT_FALSE(db.LoadFile(path, error)) << path;

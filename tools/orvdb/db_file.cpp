@@ -11,13 +11,6 @@
 
 namespace orvdb {
 
-bool LoadDatabase(const std::string& path, orvx::ModelDatabase& db, std::string& error) {
-  orvx::LoadError e;
-  if (db.LoadFile(path, e)) return true;
-  error = e.message;
-  return false;
-}
-
 std::string DatabaseBytes(const orvx::ModelDatabase& db) {
   CMemFile file;
   CArchive ar(&file, CArchive::store);
@@ -34,15 +27,14 @@ void BinaryStream(std::FILE* stream) {
 #endif
 }
 
-bool WriteOutput(const std::string& path, std::string_view bytes, std::string& error) {
+orvx::Error WriteOutput(const std::string& path, std::string_view bytes) {
   if (path == "-") {
     std::cout.flush();
     BinaryStream(stdout);
     std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return true;  // a failed write shows when the tool flushes at its end
+    return {};  // a failed write shows when the tool flushes at its end
   }
-  error = orvx::ReplaceFile(path, bytes).message;
-  return error.empty();
+  return orvx::ReplaceFile(path, bytes);
 }
 
 }  // namespace orvdb

@@ -5,13 +5,10 @@
 #include <string_view>
 
 #include "orvx/database.h"
+#include "orvx/error.h"
 
 namespace orvdb {
 
-// Loads the database file `path` into `db`. On failure `error` is one line
-// naming the file and the problem (missing, a directory, a FIFO, unreadable,
-// truncated, ...).
-bool LoadDatabase(const std::string& path, orvx::ModelDatabase& db, std::string& error);
 
 // The database in its file layout.
 std::string DatabaseBytes(const orvx::ModelDatabase& db);
@@ -19,7 +16,7 @@ std::string DatabaseBytes(const orvx::ModelDatabase& db);
 // Writes `bytes` as the file `path`, or to standard output for "-". Only a
 // new file or a regular one is written (a symbolic link's target); a failure
 // leaves any old file as it was.
-bool WriteOutput(const std::string& path, std::string_view bytes, std::string& error);
+orvx::Error WriteOutput(const std::string& path, std::string_view bytes);
 
 // Puts standard input or output into binary mode where the platform has text modes.
 void BinaryStream(std::FILE* stream);

@@ -1,5 +1,8 @@
 #include "db_json.h"
 
+#include <optional>
+#include <string_view>
+
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
 #include "orvx/text.h"
@@ -232,45 +235,41 @@ orvx::ModelDatabase ModelsFromJsonText(std::string_view text) {
   return out;
 }
 
-namespace {
-
-bool ModelsFromText(const std::string& source, const std::string& text, orvx::ModelDatabase& db, std::string& error) {
+orvx::Error ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db) {
   try {
     db = ModelsFromJsonText(text);
   } catch (const Json::parse_error& e) {
     const std::string what = e.what();
-    error = source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
-    return false;
+    return {source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")", 0, 0, orvx::Error::Format};
   } catch (const ImportError& e) {
-    error = source + ": " + e.what();
-    return false;
+    return {source + ": " + e.what(), 0, 0, orvx::Error::Format};
   }
-  return true;
+  return {};
 }
 
-}  // namespace
-
-bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error) {
+orvx::Error ReadModels(const std::string& source, orvx::ModelDatabase& db) {
   std::string text;
-  if (const orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) {
-    error = e.message;
-    return false;
-  }
-  return ModelsFromText(source, text, db, error);
+  if (orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) return e;
+  return ModelsFromText(source, text, db);
 }
 
-bool LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, std::string& error) {
-  std::string bytes;
-  if (const orvx::Error e = orvx::ReadWholeFile(path, bytes); e.Failed()) {
-    error = e.message;
-    return false;
+orvx::Error LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing) {
+  // Only the blanks before the first other byte are read to tell the forms apart.
+  CFile file;
+  if (orvx::Error e = orvx::detail::OpenDatabase(path, file); e.Failed()) return e;
+  char buffer[4096];
+  std::optional<bool> models;
+  try {
+    for (UINT n; !models && (n = file.Read(buffer, sizeof buffer)) != 0;) {
+      const std::string_view chunk(buffer, n);
+      if (const auto at = chunk.find_first_not_of(" \t\r\n"); at != chunk.npos) models = chunk[at] == '{';
+    }
+  } catch (const CFileException&) {
+    return orvx::detail::LoadFailure(path);
   }
-  const auto first = bytes.find_first_not_of(" \t\r\n");
-  if (first != std::string::npos && bytes[first] == '{') return ModelsFromText(path, bytes, db, error);
-  orvx::LoadError e;
-  if (db.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, e)) return true;
-  error = path + e.message.substr(e.message.find(':'));
-  return false;
+  file.Close();
+  if (models.value_or(false)) return ReadModels(path, db);
+  return orvx::detail::LoadFile(path, db, framing);
 }
 
 }  // namespace orvdb

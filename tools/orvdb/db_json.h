@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "orvx/database.h"
+#include "orvx/db_loader.h"
+#include "orvx/error.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvdb {
@@ -50,10 +52,14 @@ bool DecodeSizeList(std::span<const BYTE> block, std::vector<TraySizes>& out);
 // "tray 2" or "tray \"Cassette 1\"".
 std::string TrayLabel(const TraySizes& t);
 
-// A database from its JSON source file, or an error line naming the file.
-bool ReadModels(const std::string& source, orvx::ModelDatabase& db, std::string& error);
-// A database file or its JSON form (a file whose first non-blank byte is "{").
-bool LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, std::string& error);
+// A database from the JSON text `text` of `source`; a failure names `source`.
+orvx::Error ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db);
+// A database from its JSON source file.
+orvx::Error ReadModels(const std::string& source, orvx::ModelDatabase& db);
+// A database file or its JSON form (a file whose first non-blank byte is
+// "{"). A database file is read through the loader, never held whole, and
+// `framing` (when given) receives how far its read got.
+orvx::Error LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing = nullptr);
 
 
 }  // namespace orvdb

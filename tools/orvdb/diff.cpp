@@ -242,7 +242,8 @@ bool PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDa
 
 int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
   orvx::ModelDatabase a, b;
-  if (!LoadEitherForm(o.oldPath, a, error) || !LoadEitherForm(o.newPath, b, error)) return 2;
+  for (auto [path, db] : {std::pair{&o.oldPath, &a}, std::pair{&o.newPath, &b}})
+    if (const orvx::Error e = LoadEitherForm(*path, *db); e.Failed()) return error = e.message, 2;
   std::vector<std::string> extraNames;
   if (!o.namesFile.empty() && !ReadLines(o.namesFile, extraNames, error)) return 2;
 

@@ -124,8 +124,7 @@ orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
     }
   }
   orvx::ModelDatabase db;
-  std::string error;
-  if (!LoadDatabase(path, db, error)) throw RequestError(error);
+  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) throw RequestError(e.message);
   Cached& slot = databases_.size() < kCachedDatabases
                      ? databases_.emplace_back()
                      : *std::min_element(databases_.begin(), databases_.end(),

@@ -59,33 +59,12 @@ std::string DataScript(const std::string& id, const std::string& name, std::stri
 
 std::vector<std::string> DefaultWebDirs() { return {ORVX_WEB_INSTALL_DIR, ORVX_WEB_BUILD_DIR}; }
 
-bool MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html, std::string& error) {
-  std::string db;
-  if (const orvx::Error e = orvx::ReadWholeFile(dbPath, db); e.Failed()) {
-    error = e.message;
-    return false;
-  }
+orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html) {
   // The page would only say what is wrong; say it here and write nothing.
-  const auto first = db.find_first_not_of(" \t\r\n");
-  if (first != std::string::npos && db[first] == '{') {
-    try {
-      ModelsFromJson(Json::parse(db));
-    } catch (const Json::parse_error& e) {
-      const std::string what = e.what();
-      error = dbPath + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")";
-      return false;
-    } catch (const ImportError& e) {
-      error = dbPath + ": " + e.what();
-      return false;
-    }
-  } else {
-    orvx::ModelDatabase check;
-    orvx::LoadError e;
-    if (!check.LoadBytes({reinterpret_cast<const std::uint8_t*>(db.data()), db.size()}, e)) {
-      error = dbPath + ": " + e.message.substr(e.message.find(": ") + 2);
-      return false;
-    }
-  }
+  orvx::ModelDatabase check;
+  if (orvx::Error e = LoadEitherForm(dbPath, check); e.Failed()) return e;
+  std::string db;
+  if (orvx::Error e = orvx::ReadWholeFile(dbPath, db); e.Failed()) return e;
   struct Asset {
     const char* file;
     const char* tag;     // what index.html has in its place
@@ -101,35 +80,23 @@ bool MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::str
   const std::string dir = webDir + "/";
   std::string page, sample;
   for (const char* file : {"index.html", "sample.json"}) {
-    if (const orvx::Error e = orvx::ReadWholeFile(dir + file, file[0] == 'i' ? page : sample); e.Failed()) {
-      error = e.message;
-      return false;
-    }
+    if (orvx::Error e = orvx::ReadWholeFile(dir + file, file[0] == 'i' ? page : sample); e.Failed()) return e;
   }
   const std::string marker = "<!-- orvx:data -->";
   const std::size_t dataAt = page.find(marker);
-  if (dataAt == std::string::npos) {
-    error = dir + "index.html: no \"" + marker + "\" line: not the orvx page";
-    return false;
-  }
+  if (dataAt == std::string::npos) return {dir + "index.html: no \"" + marker + "\" line: not the orvx page"};
   const std::string name = dbPath.substr(dbPath.find_last_of('/') == std::string::npos ? 0 : dbPath.find_last_of('/') + 1);
   page.replace(dataAt, marker.size(),
                DataScript("orvx-db", name, db) + "\n" + DataScript("orvx-sample", "sample (models.json)", sample));
   for (const Asset& a : kAssets) {
     std::string text;
-    if (const orvx::Error e = orvx::ReadWholeFile(dir + a.file, text); e.Failed()) {
-      error = e.message;
-      return false;
-    }
+    if (orvx::Error e = orvx::ReadWholeFile(dir + a.file, text); e.Failed()) return e;
     const std::size_t at = page.find(a.tag);
-    if (at == std::string::npos) {
-      error = dir + "index.html: no " + a.tag + ": not the orvx page";
-      return false;
-    }
+    if (at == std::string::npos) return {dir + "index.html: no " + a.tag + ": not the orvx page"};
     page.replace(at, std::string_view(a.tag).size(), a.before + ScriptText(std::move(text)) + a.after);
   }
   html = std::move(page);
-  return true;
+  return {};
 }
 
 }  // namespace orvdb

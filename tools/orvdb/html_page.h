@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "orvx/error.h"
+
 namespace orvdb {
 
 // Where `orvdb html` looks for the page's files when not told (--web):
@@ -12,8 +14,8 @@ namespace orvdb {
 std::vector<std::string> DefaultWebDirs();
 
 // The page for database `dbPath` (its file layout or JSON form), from the
-// web assets in `webDir`, into `html`. False with `error` when an asset is
-// missing or the database cannot be read.
-bool MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html, std::string& error);
+// web assets in `webDir`, into `html`. Fails when an asset is missing or the
+// database cannot be read.
+orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html);
 
 }  // namespace orvdb

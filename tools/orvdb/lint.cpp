@@ -120,37 +120,17 @@ std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
   return out;
 }
 
-bool LintFile(const std::string& bytes, orvx::ModelDatabase& db, std::vector<Finding>& findings, std::string& error) {
-  if (bytes.size() < 4) {
-    error = "not a model database: shorter than its 4-byte record count";
-    return false;
-  }
-  std::int32_t count = 0;
-  std::memcpy(&count, bytes.data(), sizeof count);
-  // The smallest record: an empty name, the fixed fields and no size list.
-  constexpr std::uint64_t kSmallestRecord = 1 + orvx::kBytesBeforeBlock + 1 + orvx::kBytesAfterBlock;
-  if (count < 0) {
+bool LintFraming(const orvx::Error& load, const orvx::detail::Framing& framing, std::vector<Finding>& findings) {
+  if (framing.count && *framing.count < 0) {
     findings.push_back({-1, "", "negative-count",
-                        "the record count " + std::to_string(count) + " is negative: the library loads no record"});
+                        "the record count " + std::to_string(*framing.count) + " is negative: the library loads no record"});
     return true;
   }
-  if (static_cast<std::uint64_t>(count) * kSmallestRecord > bytes.size() - 4) {
-    findings.push_back({-1, "", "impossible-count",
-                        "the record count " + std::to_string(count) + " needs at least " +
-                            std::to_string(static_cast<std::uint64_t>(count) * kSmallestRecord + 4) +
-                            " bytes, and the file has " + std::to_string(bytes.size()) + ": it cannot load"});
-    return true;
-  }
-  orvx::LoadError e;
-  std::uint64_t consumed = 0;
-  if (!db.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, e, &consumed)) {
-    error = e.message.substr(e.message.find(": ") + 2);
-    return false;
-  }
-  if (consumed < bytes.size())
+  if (load.Failed()) return false;
+  if (const std::uint64_t trailing = framing.Trailing())
     findings.push_back({-1, "", "trailing-bytes",
-                        std::to_string(bytes.size() - consumed) + " bytes after the last record (from byte " +
-                            std::to_string(consumed) + ") are never read"});
+                        std::to_string(trailing) + " bytes after the last record (from byte " +
+                            std::to_string(framing.bytesRead) + ") are never read"});
   return true;
 }
 

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "orvx/database.h"
+#include "orvx/db_loader.h"
+#include "orvx/error.h"
 
 namespace orvdb {
 
@@ -20,9 +22,10 @@ struct Finding {
 // Findings about the records of `db`, in record order.
 std::vector<Finding> LintRecords(const orvx::ModelDatabase& db);
 
-// Findings about a database file's framing: its record count and bytes after
-// the last record. `db` receives the records when the file loads.
-// False (with `error`) when the bytes are no database at all.
-bool LintFile(const std::string& bytes, orvx::ModelDatabase& db, std::vector<Finding>& findings, std::string& error);
+// Adds the findings about a database's framing that its load reported: a
+// negative record count (which the library entry reads as no record, and the
+// loader refuses) and bytes after the last record. False when the load failed
+// for any other reason: the data is no database to lint.
+bool LintFraming(const orvx::Error& load, const orvx::detail::Framing& framing, std::vector<Finding>& findings);
 
 }  // namespace orvdb

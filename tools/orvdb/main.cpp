@@ -108,8 +108,7 @@ std::string JsonText(const orvdb::Json& j) { return j.dump(-1, ' ', false, orvdb
 
 int Show(const std::string& path, const std::string& name, bool strict, bool json) {
   orvx::ModelDatabase db;
-  std::string error;
-  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
   const orvx::LookupResult found = db.Lookup(name);
   if (found.index < 0) return Error(path + ": the database holds no models");
   const CPrnStaticInfo& r = db[static_cast<std::size_t>(found.index)];
@@ -132,8 +131,7 @@ int Show(const std::string& path, const std::string& name, bool strict, bool jso
 
 int List(const std::string& path, bool json) {
   orvx::ModelDatabase db;
-  std::string error;
-  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
   orvdb::Json all = orvdb::Json::array();
   for (std::size_t i = 0; i < db.size(); ++i) {
     const CPrnStaticInfo& r = db[i];
@@ -153,8 +151,7 @@ int List(const std::string& path, bool json) {
 // Every model whose name contains `text`, ignoring letter case.
 int Find(const std::string& path, const std::string& text) {
   orvx::ModelDatabase db;
-  std::string error;
-  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
   const auto lower = [](std::string_view s) { return orvx::text::FoldCase(s); };
   const std::string needle = lower(text);
   bool any = false;
@@ -169,8 +166,7 @@ int Find(const std::string& path, const std::string& text) {
 
 int Export(const std::string& path) {
   orvx::ModelDatabase db;
-  std::string error;
-  if (!orvdb::LoadDatabase(path, db, error)) return Error(error);
+  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
   // One record at a time, one key a line (values on one line each, size
   // lists one tray a line): line-oriented diffs of two exports read well.
   std::string text = "{\"models\": [";
@@ -223,17 +219,11 @@ void PrintFindings(const std::string& file, const std::vector<orvdb::Finding>& f
 }
 
 int Lint(const std::string& path, bool json) {
-  std::string bytes, error;
-  if (const orvx::Error e = orvx::ReadWholeFile(path, bytes); e.Failed()) return Error(e.message);
   orvx::ModelDatabase db;
   std::vector<orvdb::Finding> findings;
-  const auto first = bytes.find_first_not_of(" \t\r\n");
-  if (first != std::string::npos && bytes[first] == '{') {
-    if (!orvdb::ReadModels(path, db, error)) return Error(error);
-  } else if (!orvdb::LintFile(bytes, db, findings, error)) {
-    return Error(path + ": " + error);
-  }
-  std::string().swap(bytes);  // the records hold all that is still needed
+  orvx::detail::Framing framing;
+  const orvx::Error load = orvdb::LoadEitherForm(path, db, &framing);
+  if (!orvdb::LintFraming(load, framing, findings)) return Error(load.message);
   const auto records = orvdb::LintRecords(db);
   findings.insert(findings.end(), records.begin(), records.end());
   PrintFindings(path, findings, json, nullptr);
@@ -242,16 +232,14 @@ int Lint(const std::string& path, bool json) {
 
 int Build(const std::string& source, const std::string& output, bool strict) {
   orvx::ModelDatabase db;
-  std::string error;
-  if (!orvdb::ReadModels(source, db, error)) return Error(error);
+  if (const orvx::Error e = orvdb::ReadModels(source, db); e.Failed()) return Error(e.message);
   const auto findings = orvdb::LintRecords(db);
   PrintFindings(source, findings, false, strict ? "orvdb: error: " : "orvdb: warning: ");
   if (strict && !findings.empty()) return kExitFallback;
-  if (!orvdb::WriteOutput(output, orvdb::DatabaseBytes(db), error)) return Error(error);
+  if (const orvx::Error e = orvdb::WriteOutput(output, orvdb::DatabaseBytes(db)); e.Failed()) return Error(e.message);
   return kExitOk;
 }
 
-// A port descriptor in decimal or 0x-prefixed hex.
 // The workbench page for one database, from the first folder that holds the
 // web assets (the wasm preset's output).
 int Html(const std::string& dbPath, const std::string& output, const std::string& webDir) {
@@ -262,9 +250,9 @@ int Html(const std::string& dbPath, const std::string& output, const std::string
       tried += (tried.empty() ? "" : " or ") + dir;
       continue;
     }
-    std::string html, error;
-    if (!orvdb::MakeHtmlPage(dir, dbPath, html, error)) return Error(error);
-    if (!orvdb::WriteOutput(output, html, error)) return Error(error);
+    std::string html;
+    if (const orvx::Error e = orvdb::MakeHtmlPage(dir, dbPath, html); e.Failed()) return Error(e.message);
+    if (const orvx::Error e = orvdb::WriteOutput(output, html); e.Failed()) return Error(e.message);
     return kExitOk;
   }
   return Error("no web assets (orvx_wasm.js) in " + tried +
@@ -272,6 +260,7 @@ int Html(const std::string& dbPath, const std::string& output, const std::string
                "install them with cmake --install build/wasm, or name their folder with --web DIR");
 }
 
+// A port descriptor in decimal or 0x-prefixed hex.
 bool ParseDescriptor(const std::string& text, DWORD& out) {
   try {
     std::size_t used = 0;
@@ -360,8 +349,7 @@ int Picture(const PictureOptions& o) {
     own.SetModelGroupID(static_cast<WORD>(o.group));
     if (!o.modelName.empty()) own.SetModelName(o.modelName);
   } else {
-    std::string error;
-    if (!orvdb::LoadDatabase(o.db, db, error)) return Error(error);
+    if (const orvx::Error e = orvx::detail::LoadFile(o.db, db); e.Failed()) return Error(e.message);
     const orvx::LookupResult found = db.Lookup(o.model);
     if (found.index < 0) return Error(o.db + ": the database holds no models");
     record = &db[static_cast<std::size_t>(found.index)];
@@ -454,8 +442,7 @@ int Rules(const PictureOptions& o, bool json) {
     record.SetVenderID(static_cast<WORD>(o.vendor));
     record.SetModelGroupID(static_cast<WORD>(o.group));
   } else {
-    std::string error;
-    if (!orvdb::LoadDatabase(o.db, db, error)) return Error(error);
+    if (const orvx::Error e = orvx::detail::LoadFile(o.db, db); e.Failed()) return Error(e.message);
     const orvx::LookupResult found = db.Lookup(o.model);
     if (found.index < 0) return Error(o.db + ": the database holds no models");
     record.SetVenderID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetVenderID()));

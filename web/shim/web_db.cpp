@@ -101,20 +101,17 @@ char* orvx_web_open(const char* data, std::size_t size, orvx_web_db** out) {
     const auto first = bytes.find_first_not_of(" \t\r\n");
     w->form = first != std::string::npos && bytes[first] == '{' ? "json" : "dat";
     if (w->form == "json") {
-      try {
-        bytes = orvdb::DatabaseBytes(orvdb::ModelsFromJson(Json::parse(bytes)));
-      } catch (const Json::parse_error& e) {
-        const std::string what = e.what();
-        return ErrorAnswer("not valid JSON (" + what.substr(what.find(']') + 2) + ")");
-      } catch (const orvdb::ImportError& e) {
-        return ErrorAnswer(e.what());
-      }
+      orvx::ModelDatabase models;
+      if (const orvx::Error e = orvdb::ModelsFromText("models", bytes, models); e.Failed()) return ErrorAnswer(e.message);
+      bytes = orvdb::DatabaseBytes(models);
     }
     orvx_error err{};
     if (orvx_db_open_memory(bytes.data(), bytes.size(), &w->c, &err) != ORVX_OK)
       return Answer({{"error", err.message}, {"offset", err.offset}});
-    std::string error;
-    if (!orvdb::LintFile(bytes, w->model, w->findings, error)) return ErrorAnswer(error);
+    orvx::detail::Framing framing;
+    const orvx::Error load =
+        orvx::detail::LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, w->model, &framing);
+    if (!orvdb::LintFraming(load, framing, w->findings)) return ErrorAnswer(load.message);
     const auto records = orvdb::LintRecords(w->model);
     w->findings.insert(w->findings.end(), records.begin(), records.end());
     *out = w.release();

@@ -3,16 +3,19 @@
 // exception, an orvx_error) where they return.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace orvx {
 
 struct Error {
-  std::string message;  // what failed and why, naming the file or input; empty: nothing failed
+  enum Code : std::uint8_t { None, Io, Format, Memory };
+  std::string message;  // what failed and why, naming the file or input
   int osError = 0;      // the system's error code, when the system refused
   long long where = 0;  // line (text files) or byte (binary data) of the fault; 0: none
+  Code code = None;     // set by every failure that a caller tells apart from others
 
-  bool Failed() const { return !message.empty(); }
+  bool Failed() const { return code != None || !message.empty(); }
 };
 
 }  // namespace orvx
