@@ -17,6 +17,7 @@
 #include "orvx/comm_store.h"
 #include "orvx/registry_check.h"
 #include "orvx/database.h"
+#include "orvx/db_loader.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
@@ -62,10 +63,10 @@ int Guard(orvx_error* err, Body body) {
   }
 }
 
-int FromLoadError(orvx_error* err, const orvx::LoadError& e) {
-  switch (e.kind) {
-    case orvx::LoadError::Format: return Fail(err, ORVX_E_FORMAT, e.message, e.offset);
-    case orvx::LoadError::Memory: return Fail(err, ORVX_E_MEMORY, e.message);
+int FromError(orvx_error* err, const orvx::Error& e) {
+  switch (e.code) {
+    case orvx::Error::Format: return Fail(err, ORVX_E_FORMAT, e.message, static_cast<std::uint64_t>(e.where));
+    case orvx::Error::Memory: return Fail(err, ORVX_E_MEMORY, e.message);
     default: return Fail(err, ORVX_E_IO, e.message);
   }
 }
@@ -77,8 +78,7 @@ int Open(bool haveSource, orvx_db** db, orvx_error* err, Load load) {
   if (!haveSource) return Fail(err, ORVX_E_ARGUMENT, "no path or data to open");
   return Guard(err, [&] {
     auto handle = std::make_unique<orvx_db>();
-    orvx::LoadError e;
-    if (!load(handle->db, e)) return FromLoadError(err, e);
+    if (const orvx::Error e = load(handle->db); e.Failed()) return FromError(err, e);
     *db = handle.release();
     return Ok(err);
   });
@@ -222,12 +222,12 @@ const char* orvx_version(void) { return ORVX_VERSION_STRING; }
 uint32_t orvx_version_number(void) { return orvx::kVersionNumber; }
 
 int orvx_db_open_file(const char* path, orvx_db** db, orvx_error* err) {
-  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d, orvx::LoadError& e) { return d.LoadFile(path, e); });
+  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d) { return orvx::detail::LoadFile(path, d); });
 }
 
 int orvx_db_open_memory(const void* data, size_t size, orvx_db** db, orvx_error* err) {
-  return Open(data || !size, db, err, [&](orvx::ModelDatabase& d, orvx::LoadError& e) {
-    return d.LoadBytes({static_cast<const std::uint8_t*>(data), size}, e);
+  return Open(data || !size, db, err, [&](orvx::ModelDatabase& d) {
+    return orvx::detail::LoadBytes({static_cast<const std::uint8_t*>(data), size}, d);
   });
 }
 
