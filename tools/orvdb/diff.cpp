@@ -119,12 +119,9 @@ std::vector<bool> KeptOrder(const std::vector<std::size_t>& order) {
 }
 
 // Lines of a text file (names or requests); a CR before the line end goes.
-bool ReadLines(const std::string& path, std::vector<std::string>& lines, std::string& error) {
+orvx::Error ReadLines(const std::string& path, std::vector<std::string>& lines) {
   std::string text;
-  if (const orvx::Error e = orvx::ReadWholeFile(path, text); e.Failed()) {
-    error = e.message;
-    return false;
-  }
+  if (orvx::Error e = orvx::ReadWholeFile(path, text); e.Failed()) return e;
   for (std::size_t at = 0; at < text.size();) {
     std::size_t end = text.find('\n', at);
     if (end == std::string::npos) end = text.size();
@@ -133,7 +130,7 @@ bool ReadLines(const std::string& path, std::vector<std::string>& lines, std::st
     lines.push_back(std::move(line));
     at = end + 1;
   }
-  return true;
+  return {};
 }
 
 struct Report {
@@ -155,22 +152,22 @@ std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
 // each database. Eval reads the request; "db", "vendor" and "group" are left
 // out, as the databases are the two being compared, and eval is given a fresh
 // record instead, whose answer is not used.
-bool PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b,
-                  const std::vector<std::size_t>& partner, Report& report, std::string& error) {
+orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b,
+                         const std::vector<std::size_t>& partner, Report& report) {
   std::vector<std::string> lines;
-  if (!ReadLines(path, lines, error)) return false;
+  if (orvx::Error e = ReadLines(path, lines); e.Failed()) return e;
   Evaluator evaluator;
   json::Reader reader;
   PictureCaller caller;
   for (std::size_t n = 0; n < lines.size(); ++n) {
     const std::string where = path + ":" + std::to_string(n + 1) + ": ";
     if (lines[n].find_first_not_of(" \t") == std::string::npos) continue;
-    if (!reader.Parse(lines[n])) return error = where + reader.Error(), false;
+    if (!reader.Parse(lines[n])) return {where + reader.Error()};
     const json::Value* op = reader.Find("op");
     const json::Value* model = reader.Find("model");
     if (reader.Root().kind != json::Kind::Object || !op || op->kind != json::Kind::String ||
         json::String(*op) != "picture" || !model || model->kind != json::Kind::String)
-      return error = where + "expected a picture request naming a \"model\"", false;
+      return {where + "expected a picture request naming a \"model\""};
     const std::string name = json::String(*model);
     std::string request = "{";
     for (std::size_t m = 0; m < reader.MemberCount(); ++m) {
@@ -183,7 +180,7 @@ bool PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDa
     }
     request += "\"vendor\":0,\"group\":0}";
     const std::string answer = evaluator.Answer(request);
-    if (answer.rfind("{\"error\"", 0) == 0) return error = where + answer, false;
+    if (answer.rfind("{\"error\"", 0) == 0) return {where + answer};
     const PictureRequest& q = evaluator.LastPictureRequest();
     struct Result {
       std::ptrdiff_t index = -1;
@@ -235,7 +232,7 @@ bool PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDa
                                {"newPictureId", result[1].id},
                                {"trays", trays}});
   }
-  return true;
+  return {};
 }
 
 }  // namespace
@@ -245,7 +242,8 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
   for (auto [path, db] : {std::pair{&o.oldPath, &a}, std::pair{&o.newPath, &b}})
     if (const orvx::Error e = LoadEitherForm(*path, *db); e.Failed()) return error = e.message, 2;
   std::vector<std::string> extraNames;
-  if (!o.namesFile.empty() && !ReadLines(o.namesFile, extraNames, error)) return 2;
+  if (!o.namesFile.empty())
+    if (const orvx::Error e = ReadLines(o.namesFile, extraNames); e.Failed()) return error = e.message, 2;
 
   // Pairing: the n-th record of a name in OLD with the n-th of that name in NEW.
   std::vector<std::size_t> partner(a.size(), kNone), partnerOf(b.size(), kNone);
@@ -323,7 +321,8 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     }
   for (auto& n : extraNames)
     if (!n.empty()) drift(std::move(n));
-  if (!o.configsFile.empty() && !PictureDrift(o.configsFile, a, b, partner, report, error)) return 2;
+  if (!o.configsFile.empty())
+    if (const orvx::Error e = PictureDrift(o.configsFile, a, b, partner, report); e.Failed()) return error = e.message, 2;
 
   const std::size_t counts[] = {report.added.size(),  report.removed.size(), report.changed.size(),
                                 report.moved.size(),  report.lookups.size(), report.pictures.size()};
