@@ -1,10 +1,9 @@
 // Model lookup, through the model array and through databases a caller owns;
-// owned loads that fail cleanly; several databases read from several threads.
+// owned loads that fail cleanly.
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <random>
-#include <thread>
 
 #include "orvx/database.h"
 #include "linear_lookup.h"
@@ -107,29 +106,6 @@ TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
   }
   EXPECT_EQ(db.size(), count);
   EXPECT_EQ(db[2].GetModelName(), "Vantor LP-1200");
-}
-
-TEST(Database, TwoDatabasesReadFromTwoThreads) {
-  orvx::ModelDatabase sample, other;
-  orvx::LoadError error;
-  ASSERT_TRUE(sample.LoadFile(ORVX_SAMPLE_DB, error)) << error.message;
-  ASSERT_TRUE(other.LoadBytes(DatabaseOf({"Default", "Vantor LP-1200"}), error));
-  const auto reader = [](const orvx::ModelDatabase& db, std::ptrdiff_t expected, int& mismatches) {
-    for (int round = 0; round < 2000; ++round) {
-      const auto found = db.Lookup("Vantor LP-1200 PCL6");
-      if (found.index != expected || db[static_cast<std::size_t>(found.index)].GetModelName() != "Vantor LP-1200")
-        ++mismatches;
-    }
-  };
-  // Two threads make the sample's index at their first lookup, at once.
-  int bad1 = 0, bad2 = 0, bad3 = 0;
-  std::thread t1(reader, std::cref(sample), 2, std::ref(bad1)), t2(reader, std::cref(other), 1, std::ref(bad2)),
-      t3(reader, std::cref(sample), 2, std::ref(bad3));
-  t1.join();
-  t2.join();
-  t3.join();
-  EXPECT_EQ(bad1 + bad2 + bad3, 0);
-  EXPECT_TRUE(CPrnStaticInfoArray.IsEmpty());  // owned databases never touch the model array
 }
 
 // The indexed lookup against the plain scan, over random names and queries
