@@ -50,6 +50,7 @@ TEST(Lookup, PassesFallbacksAndHowTheNameMatched) {
       {{"Default", "hp x"}, "hp x", 1, Match::Exact},  // the exact pass sees the key as given
       {{"Default", "h"}, "h", 1, Match::Exact},
       {{"Default", "HP"}, "hp", 1, Match::HpFix},  // the shortest key the fix applies to
+      {{"Default", "aaab"}, "hpaaaab", 1, Match::Substring},  // in the query as given too, after a false start
       {hp, "hp LaserJet 5", 2, Match::HpFix},      // "HP LaserJet 5" contains "HP", which comes first
       {hp, "hpLaserJet 4", 1, Match::Substring},   // found without the fix
       {hp, "xx HP LaserJet 5", 0, Match::Default},  // "HP" inside but not in front ends the search
