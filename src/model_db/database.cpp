@@ -81,28 +81,25 @@ Error LoadFailure(std::string_view source) {
   try {
     throw;
   } catch (const CArchiveException& e) {
-    return {name + ": a truncated or malformed model database (" +
+    return {Error::Format,
+            name + ": a truncated or malformed model database (" +
                 (e.m_cause == CArchiveException::endOfFile ? "data ends early" : "malformed data") + " at byte " +
                 std::to_string(e.m_offset) + ")",
-            0, static_cast<long long>(e.m_offset), Error::Format};
+            0, static_cast<long long>(e.m_offset)};
   } catch (const CFileException& e) {
-    return {name + ": cannot read (" + os::ErrorText(e.m_lOsError) + ")", static_cast<int>(e.m_lOsError), 0, Error::Io};
+    return About(name, "cannot read", FromException(e));
   } catch (const std::bad_alloc&) {
-    return {name + ": not enough memory to load the database", 0, 0, Error::Memory};
+    return {Error::Memory, name + ": not enough memory to load the database"};
   }
 }
 
 Error OpenDatabase(const std::string& path, CFile& file) {
   // The system would read the path only up to the zero byte: another file.
-  if (path.find('\0') != std::string::npos) return {"a path that holds a zero byte", 0, 0, Error::Io};
+  if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
   CFileException cause(CFileException::none, 0, path);
-  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause)) {
-    Error e = OpenError(path, cause.m_cause, cause.m_lOsError);
-    e.code = Error::Io;
-    return e;
-  }
-  if (file.GetLength() > kDatabaseFileMax)
-    return {path + ": larger than 2 GB, more than a file of its kind can hold", 0, 0, Error::Io};
+  if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause))
+    return About(path, "cannot open", FromException(cause));
+  if (file.GetLength() > kDatabaseFileMax) return TooLarge(path, kDatabaseFileMax);
   return {};
 }
 
@@ -123,9 +120,8 @@ Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* fra
     return e;
   }
   if (*f.count < 0)
-    return {std::string(source) + ": not a model database (record count " +
-                std::to_string(static_cast<DWORD>(*f.count)) + " is negative as a signed number)",
-            0, 0, Error::Format};
+    return {Error::Format, std::string(source) + ": not a model database (record count " +
+                               std::to_string(static_cast<DWORD>(*f.count)) + " is negative as a signed number)"};
   db = std::move(loaded);
   return {};
 }

@@ -6,11 +6,16 @@
 #include <cstring>
 
 #include "os_file.h"
+#include "read_file.h"
 
 namespace os = orvx::os;
+using orvx::Error;
 
 CFileException::CFileException(int cause, int osError, std::string fileName)
-    : CException("file error " + std::to_string(cause) + (osError ? ": " + os::ErrorText(osError) : "") +
+    : CException("file error " + std::to_string(cause) +
+                 (osError == orvx::detail::kNotRegularOsError ? ": " + os::NotRegularFile().message
+                  : osError                                   ? ": " + os::ErrorText(osError)
+                                                              : "") +
                  (fileName.empty() ? "" : " (" + fileName + ")")),
       m_cause(cause),
       m_lOsError(osError),
@@ -29,10 +34,10 @@ CFile::~CFile() {
 
 BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
   Close();
-  int cause = CFileException::none, osError = 0;
-  const os::FileHandle file = fileName ? os::OpenFile(fileName, openFlags, cause, osError) : os::kNoFile;
-  if (file == os::kNoFile) {
-    if (error) *error = CFileException(fileName ? cause : CFileException::fileNotFound, osError, fileName ? fileName : "");
+  os::FileHandle file = os::kNoFile;
+  const Error e = fileName ? os::OpenFile(fileName, openFlags, file) : Error(Error::NotFound, "no file name");
+  if (e.Failed()) {
+    if (error) *error = orvx::detail::ToException(e, fileName ? fileName : "", CFileException::accessDenied);
     return FALSE;
   }
   fd_ = file;
@@ -50,7 +55,7 @@ BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
 }
 
 UINT CFile::Read(void* buffer, UINT count) {
-  if (fd_ == os::kNoFile) throw CFileException(CFileException::generic, os::BadHandleError(), path_);
+  if (fd_ == os::kNoFile) throw orvx::detail::ToException(os::BadHandle(), path_);
   if (!ahead_) return ReadRaw(buffer, count);
   auto* out = static_cast<std::uint8_t*>(buffer);
   UINT done = 0;
@@ -76,9 +81,9 @@ UINT CFile::ReadRaw(void* buffer, UINT count) {
   auto* out = static_cast<char*>(buffer);
   UINT done = 0;
   while (done < count) {
-    int osError = 0;
-    const std::int64_t n = os::ReadSome(fd_, out + done, count - done, osError);
-    if (n < 0) throw CFileException(CFileException::generic, osError, path_);
+    std::uint64_t n = 0;
+    if (const Error e = os::ReadSome(fd_, out + done, count - done, n); e.Failed())
+      throw orvx::detail::ToException(e, path_);
     if (n == 0) break;
     done += static_cast<UINT>(n);
   }
@@ -87,15 +92,13 @@ UINT CFile::ReadRaw(void* buffer, UINT count) {
 }
 
 void CFile::Write(const void* buffer, UINT count) {
-  if (fd_ == os::kNoFile) throw CFileException(CFileException::generic, os::BadHandleError(), path_);
+  if (fd_ == os::kNoFile) throw orvx::detail::ToException(os::BadHandle(), path_);
   const auto* in = static_cast<const char*>(buffer);
   UINT done = 0;
   while (done < count) {
-    int osError = 0;
-    const std::int64_t n = os::WriteSome(fd_, in + done, count - done, osError);
-    if (n < 0)
-      throw CFileException(os::IsDiskFull(osError) ? CFileException::diskFull : CFileException::generic, osError,
-                           path_);
+    std::uint64_t n = 0;
+    if (const Error e = os::WriteSome(fd_, in + done, count - done, n); e.Failed())
+      throw orvx::detail::ToException(e, path_);
     done += static_cast<UINT>(n);
   }
   pos_ += done;
@@ -107,7 +110,7 @@ std::uint64_t CFile::GetLength() const { return fd_ == os::kNoFile ? UINT64_MAX 
 
 void CFile::Flush() {
   if (fd_ == os::kNoFile) return;
-  if (const int osError = os::FlushFile(fd_)) throw CFileException(CFileException::generic, osError, path_);
+  if (const Error e = os::FlushFile(fd_); e.Failed()) throw orvx::detail::ToException(e, path_);
 }
 
 void CFile::Close() {

@@ -24,7 +24,16 @@ auto Retry(Call call) {
 }
 }  // namespace
 
-FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) {
+namespace {
+// The error of the call that just failed and left errno.
+Error Failure() {
+  const int e = errno;
+  return {e == ENOENT ? Error::NotFound : e == ENOSPC ? Error::DiskFull : Error::Io, std::strerror(e), e};
+}
+}  // namespace
+
+Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
+  file = kNoFile;
   // Non-blocking, so that the open of a FIFO returns at once and is refused below.
   int flags = O_CLOEXEC | O_NONBLOCK;
   switch (openFlags & 3) {
@@ -34,34 +43,29 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
   }
   if (openFlags & CFile::modeCreate) flags |= O_CREAT | ((openFlags & CFile::modeNoTruncate) ? 0 : O_TRUNC);
   const int fd = Retry([&] { return ::open(name, flags, 0666); });
-  if (fd < 0) {
-    // A FIFO without a reader (opened for writing), a directory opened for writing.
-    osError = errno == ENXIO || errno == EISDIR ? kNotRegularFile : errno;
-    cause = errno == ENOENT ? CFileException::fileNotFound : CFileException::accessDenied;
-    return kNoFile;
-  }
+  // A FIFO without a reader (opened for writing), a directory opened for writing.
+  if (fd < 0) return errno == ENXIO || errno == EISDIR ? NotRegularFile(errno) : Failure();
   struct stat st {};
   const int fileFlags = ::fcntl(fd, F_GETFL);
   if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || fileFlags < 0 ||
       ::fcntl(fd, F_SETFL, fileFlags & ~O_NONBLOCK) != 0) {
     ::close(fd);
-    osError = kNotRegularFile;
-    cause = CFileException::accessDenied;
-    return kNoFile;
+    return NotRegularFile();
   }
-  return fd;
+  file = fd;
+  return {};
 }
 
-std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
+Error ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
   const ssize_t n = Retry([&] { return ::read(static_cast<int>(file), buffer, count); });
-  if (n < 0) osError = errno;
-  return n;
+  got = n < 0 ? 0 : static_cast<std::uint64_t>(n);
+  return n < 0 ? Failure() : Error{};
 }
 
-std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError) {
+Error WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
   const ssize_t n = Retry([&] { return ::write(static_cast<int>(file), buffer, count); });
-  if (n < 0) osError = errno;
-  return n;
+  put = n < 0 ? 0 : static_cast<std::uint64_t>(n);
+  return n < 0 ? Failure() : Error{};
 }
 
 std::uint64_t FileLength(FileHandle file) {
@@ -70,33 +74,27 @@ std::uint64_t FileLength(FileHandle file) {
   return static_cast<std::uint64_t>(st.st_size);
 }
 
-int FlushFile(FileHandle file) { return ::fsync(static_cast<int>(file)) != 0 && errno != EINVAL ? errno : 0; }
+Error FlushFile(FileHandle file) { return ::fsync(static_cast<int>(file)) != 0 && errno != EINVAL ? Failure() : Error{}; }
 
 void CloseFile(FileHandle file) { ::close(static_cast<int>(file)); }
 
-FileHandle CreateNewFile(const char* name, int& osError) {
+Error CreateNewFile(const char* name, FileHandle& file) {
   const int fd = Retry([&] { return ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); });
-  if (fd < 0) {
-    osError = errno;
-    return kNoFile;
-  }
-  return fd;
+  file = fd < 0 ? kNoFile : fd;
+  return fd < 0 ? Failure() : Error{};
 }
 
-int RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? 0 : errno; }
+Error RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? Error{} : Failure(); }
 
-int SyncDirectory(const char* dir) {
+Error SyncDirectory(const char* dir) {
   const int fd = Retry([&] { return ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-  if (fd < 0) return errno;
-  const int error = ::fsync(fd) == 0 ? 0 : errno;
+  if (fd < 0) return Failure();
+  const Error error = ::fsync(fd) == 0 ? Error{} : Failure();
   ::close(fd);
   return error;
 }
 
-std::string ErrorText(int osError) {
-  return osError == kNotRegularFile ? "not a regular file (a directory, a device, a FIFO or a socket)"
-                                    : std::strerror(osError);
-}
+std::string ErrorText(int osError) { return std::strerror(osError); }
 
 namespace {
 FileStamp StampOf(const struct stat& st) {
@@ -116,8 +114,8 @@ FileStamp StampPath(const char* name) {
   return ::stat(name, &st) == 0 ? StampOf(st) : FileStamp{};
 }
 
-int LockExclusive(FileHandle file) {
-  return Retry([&] { return ::flock(static_cast<int>(file), LOCK_EX); }) == 0 ? 0 : errno;
+Error LockExclusive(FileHandle file) {
+  return Retry([&] { return ::flock(static_cast<int>(file), LOCK_EX); }) == 0 ? Error{} : Failure();
 }
 
 std::uint64_t CurrentProcessId() { return static_cast<std::uint64_t>(::getpid()); }
@@ -127,8 +125,6 @@ bool ProcessExists(std::uint64_t pid) {
   return ::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH;
 }
 
-bool IsDiskFull(int osError) { return osError == ENOSPC; }
-
-int BadHandleError() { return EBADF; }
+Error BadHandle() { return {Error::Io, std::strerror(EBADF), EBADF}; }
 
 }  // namespace orvx::os

@@ -12,7 +12,20 @@ namespace {
 HANDLE H(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
 }  // namespace
 
-FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) {
+namespace {
+// The error of the call that just failed, as GetLastError tells it.
+Error Failure() {
+  const DWORD e = ::GetLastError();
+  const Error::Code code = e == ERROR_FILE_NOT_FOUND || e == ERROR_PATH_NOT_FOUND     ? Error::NotFound
+                           : e == ERROR_SHARING_VIOLATION                             ? Error::Sharing
+                           : e == ERROR_DISK_FULL || e == ERROR_HANDLE_DISK_FULL      ? Error::DiskFull
+                                                                                      : Error::Io;
+  return {code, ErrorText(static_cast<int>(e)), static_cast<int>(e)};
+}
+}  // namespace
+
+Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
+  file = kNoFile;
   DWORD access = GENERIC_READ;
   if ((openFlags & 3) == CFile::modeWrite) access = GENERIC_WRITE;
   if ((openFlags & 3) == CFile::modeReadWrite) access = GENERIC_READ | GENERIC_WRITE;
@@ -31,46 +44,32 @@ FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError) 
   if (h != INVALID_HANDLE_VALUE && ::GetFileType(h) != FILE_TYPE_DISK) {
     // A device, a pipe or a console: never what a file name here should name.
     ::CloseHandle(h);
-    osError = kNotRegularFile;
-    cause = CFileException::accessDenied;
-    return kNoFile;
+    return NotRegularFile();
   }
   if (h == INVALID_HANDLE_VALUE) {
-    osError = static_cast<int>(::GetLastError());
+    Error error = Failure();
     const DWORD attributes = ::GetFileAttributesA(name);
-    if (osError == ERROR_ACCESS_DENIED && attributes != INVALID_FILE_ATTRIBUTES &&
-        (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-      osError = kNotRegularFile;
-      cause = CFileException::accessDenied;
-      return kNoFile;
-    }
-    switch (osError) {
-      case ERROR_FILE_NOT_FOUND:
-      case ERROR_PATH_NOT_FOUND: cause = CFileException::fileNotFound; break;
-      case ERROR_SHARING_VIOLATION: cause = CFileException::sharingViolation; break;
-      default: cause = CFileException::accessDenied; break;
-    }
-    return kNoFile;
+    if (error.osError == ERROR_ACCESS_DENIED && attributes != INVALID_FILE_ATTRIBUTES &&
+        (attributes & FILE_ATTRIBUTE_DIRECTORY))
+      return NotRegularFile(error.osError);
+    return error;
   }
-  return reinterpret_cast<FileHandle>(h);
+  file = reinterpret_cast<FileHandle>(h);
+  return {};
 }
 
-std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError) {
+Error ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
   DWORD n = 0;
-  if (!::ReadFile(H(file), buffer, count, &n, nullptr)) {
-    osError = static_cast<int>(::GetLastError());
-    return -1;
-  }
-  return n;
+  const bool read = ::ReadFile(H(file), buffer, count, &n, nullptr);
+  got = read ? n : 0;
+  return read ? Error{} : Failure();
 }
 
-std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError) {
+Error WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
   DWORD n = 0;
-  if (!::WriteFile(H(file), buffer, count, &n, nullptr)) {
-    osError = static_cast<int>(::GetLastError());
-    return -1;
-  }
-  return n;
+  const bool written = ::WriteFile(H(file), buffer, count, &n, nullptr);
+  put = written ? n : 0;
+  return written ? Error{} : Failure();
 }
 
 std::uint64_t FileLength(FileHandle file) {
@@ -79,29 +78,27 @@ std::uint64_t FileLength(FileHandle file) {
   return static_cast<std::uint64_t>(size.QuadPart);
 }
 
-int FlushFile(FileHandle file) {
-  if (::FlushFileBuffers(H(file))) return 0;
+Error FlushFile(FileHandle file) {
+  if (::FlushFileBuffers(H(file))) return {};
   const DWORD error = ::GetLastError();
-  return error == ERROR_INVALID_HANDLE || error == ERROR_ACCESS_DENIED ? 0 : static_cast<int>(error);
+  if (error == ERROR_INVALID_HANDLE || error == ERROR_ACCESS_DENIED) return {};
+  ::SetLastError(error);
+  return Failure();
 }
 
 void CloseFile(FileHandle file) { ::CloseHandle(H(file)); }
 
-FileHandle CreateNewFile(const char* name, int& osError) {
+Error CreateNewFile(const char* name, FileHandle& file) {
   const HANDLE h = ::CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h == INVALID_HANDLE_VALUE) {
-    osError = static_cast<int>(::GetLastError());
-    return kNoFile;
-  }
-  return reinterpret_cast<FileHandle>(h);
+  file = h == INVALID_HANDLE_VALUE ? kNoFile : reinterpret_cast<FileHandle>(h);
+  return h == INVALID_HANDLE_VALUE ? Failure() : Error{};
 }
 
-int RenameOver(const char* from, const char* to) {
-  return ::MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ? 0
-                                                                                     : static_cast<int>(::GetLastError());
+Error RenameOver(const char* from, const char* to) {
+  return ::MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ? Error{} : Failure();
 }
 
-int SyncDirectory(const char*) { return 0; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
+Error SyncDirectory(const char*) { return {}; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
 FileStamp Stamp(FileHandle file) {
   BY_HANDLE_FILE_INFORMATION info;
@@ -114,9 +111,9 @@ FileStamp Stamp(FileHandle file) {
 
 FileStamp StampPath(const char*) { return {}; }  // the file index needs an open handle
 
-int LockExclusive(FileHandle file) {
+Error LockExclusive(FileHandle file) {
   OVERLAPPED at{};
-  return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? 0 : static_cast<int>(::GetLastError());
+  return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? Error{} : Failure();
 }
 
 std::uint64_t CurrentProcessId() { return ::GetCurrentProcessId(); }
@@ -132,7 +129,6 @@ bool ProcessExists(std::uint64_t pid) {
 }
 
 std::string ErrorText(int osError) {
-  if (osError == kNotRegularFile) return "not a regular file (a directory, a device, a FIFO or a socket)";
   char text[256] = {};
   const DWORD n = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                    static_cast<DWORD>(osError), 0, text, sizeof text, nullptr);
@@ -141,8 +137,6 @@ std::string ErrorText(int osError) {
   return s.empty() ? "system error " + std::to_string(osError) : s;
 }
 
-bool IsDiskFull(int osError) { return osError == ERROR_DISK_FULL || osError == ERROR_HANDLE_DISK_FULL; }
-
-int BadHandleError() { return ERROR_INVALID_HANDLE; }
+Error BadHandle() { return {Error::Io, ErrorText(ERROR_INVALID_HANDLE), ERROR_INVALID_HANDLE}; }
 
 }  // namespace orvx::os

@@ -5,37 +5,43 @@
 #include <string>
 
 #include "orvx/afx_types.h"
+#include "orvx/error.h"
 
 namespace orvx::os {
 
 using FileHandle = std::intptr_t;
 constexpr FileHandle kNoFile = -1;
 
-// The error code of an open that found no regular file (a directory, a
-// device, a FIFO or a socket); ErrorText says so.
-constexpr int kNotRegularFile = -2;
+// Each call that can fail returns the library's error: its code says what
+// kind of failure (NotFound, NotRegular, DiskFull, Io), `osError` holds the
+// system's error code and `message` the system's text for it. Callers add
+// the path and what they were doing.
 
-// Opens the regular file `name` with CFile's open flags. On failure returns
-// kNoFile, with the CFileException cause and the system's error code. Anything
-// else is refused at once (kNotRegularFile), without waiting for a FIFO's
-// other end or a device.
-FileHandle OpenFile(const char* name, UINT openFlags, int& cause, int& osError);
-// Bytes read (0 at the end of the file), or -1 with `osError` set.
-std::int64_t ReadSome(FileHandle file, void* buffer, UINT count, int& osError);
-// Bytes written, or -1 with `osError` set.
-std::int64_t WriteSome(FileHandle file, const void* buffer, UINT count, int& osError);
+// What an open of anything but a regular file answers, on every platform.
+inline Error NotRegularFile(int osError = 0) {
+  return {Error::NotRegular, "not a regular file (a directory, a device, a FIFO or a socket)", osError};
+}
+
+// Opens the regular file `name` with CFile's open flags into `file`. Anything
+// that is not a regular file is refused at once (NotRegular), without waiting
+// for a FIFO's other end or a device.
+Error OpenFile(const char* name, UINT openFlags, FileHandle& file);
+// Reads up to `count` bytes; `got` is 0 at the end of the file.
+Error ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got);
+// Writes up to `count` bytes; `put` says how many.
+Error WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put);
 // Length of a regular file, or UINT64_MAX.
 std::uint64_t FileLength(FileHandle file);
-// 0, or the system's error code; a file that cannot be synced is not an error.
-int FlushFile(FileHandle file);
+// A file that cannot be synced is not an error.
+Error FlushFile(FileHandle file);
 void CloseFile(FileHandle file);
 // Creates `name`, which must not exist yet, for writing.
-FileHandle CreateNewFile(const char* name, int& osError);
-// Renames `from` over `to` in one step; 0 or the system's error code.
-int RenameOver(const char* from, const char* to);
-// Makes the entries of `dir` durable, where the platform needs that; 0 or
-// the system's error code.
-int SyncDirectory(const char* dir);
+Error CreateNewFile(const char* name, FileHandle& file);
+// Renames `from` over `to` in one step.
+Error RenameOver(const char* from, const char* to);
+// Makes the entries of `dir` durable, where the platform needs that.
+Error SyncDirectory(const char* dir);
+
 // What tells one state of a file's content from another.
 struct FileStamp {
   bool regular = false;
@@ -47,14 +53,14 @@ FileStamp Stamp(FileHandle file);
 // The same for a path, without opening it (links followed); a stamp that
 // matches nothing where the platform cannot tell without opening.
 FileStamp StampPath(const char* name);
-// Waits for an exclusive advisory lock on `file`; 0 or the system's error
-// code. Closing the file releases it.
-int LockExclusive(FileHandle file);
-std::string ErrorText(int osError);  // kNotRegularFile too
+// Waits for an exclusive advisory lock on `file`. Closing the file releases it.
+Error LockExclusive(FileHandle file);
+// The system's text for its error code.
+std::string ErrorText(int osError);
 std::uint64_t CurrentProcessId();
 // False only when no process `pid` exists (one we may not signal still does).
 bool ProcessExists(std::uint64_t pid);
-bool IsDiskFull(int osError);
-int BadHandleError();
+// The error of a call on a file that is not open.
+Error BadHandle();
 
 }  // namespace orvx::os

@@ -1,21 +1,36 @@
 // Opening and reading the library's own files whole: anything that is not a
 // regular file is refused at once (a FIFO would block, a device never ends),
-// and nothing larger than its format allows is read.
+// and nothing larger than its format allows is read. Also where a failure
+// gets its words, and where CFile's exceptions meet the library's error.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+#include "orvx/afx_file.h"
 #include "orvx/error.h"
 #include "os_file.h"
 
 namespace orvx::detail {
 
-// Opens `path` for reading. Fails, naming the path, when it is missing (then
-// `missing` is set), is no regular file, or cannot be opened.
-Error OpenForReading(const std::string& path, os::FileHandle& file, bool* missing = nullptr);
-// What a failed open of `path` for reading says (a CFileException's cause and system error).
-Error OpenError(const std::string& path, int cause, int osError);
+// `error`, from the OS seam or a CFile, said of `path` while `doing` (e.g.
+// "cannot read"): one wording per failure, whoever met it.
+Error About(const std::string& path, std::string_view doing, Error error);
+// A file larger than `limit`, the most a file of its kind can hold.
+Error TooLarge(const std::string& path, std::uint64_t limit);
+
+// CFile's exceptions are the host's side of a failure: these turn the
+// library's error into one and back. A failure with no cause of its own gets
+// `otherCause` (an open's is accessDenied). What is no regular file keeps
+// this system error code, which no system uses.
+constexpr int kNotRegularOsError = -2;
+CFileException ToException(const Error& error, std::string fileName, int otherCause = CFileException::generic);
+Error FromException(const CFileException& e);
+
+// Opens `path` for reading. Fails, naming the path, when it is missing, is
+// no regular file, or cannot be opened.
+Error OpenForReading(const std::string& path, os::FileHandle& file);
 // Reads the open `file` whole into `bytes`; a file longer than `limit` is
 // refused before anything is read (and one that grows past it while read).
 Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes);

@@ -65,18 +65,18 @@ Error ParseValue(std::string_view line, Value& v) {
     rest = line.substr(1);
   } else {
     const auto after = Quoted(line, v.name);
-    if (!after) return {"a value name must be quoted or @"};
+    if (!after) return {Error::Format, "a value name must be quoted or @"};
     rest = *after;
   }
   rest = Trim(rest);
-  if (rest.empty() || rest.front() != '=') return {"expected = after the value name"};
+  if (rest.empty() || rest.front() != '=') return {Error::Format, "expected = after the value name"};
   rest = Trim(rest.substr(1));
-  if (rest == "-") return {"value deletion entries are not supported"};
+  if (rest == "-") return {Error::Format, "value deletion entries are not supported"};
   if (!rest.empty() && rest.front() == '"') {
     std::string text;
     const auto after = Quoted(rest, text);
-    if (!after) return {"unterminated string"};
-    if (!Trim(*after).empty()) return {"unexpected text after the string"};
+    if (!after) return {Error::Format, "unterminated string"};
+    if (!Trim(*after).empty()) return {Error::Format, "unexpected text after the string"};
     v.type = REG_SZ;
     v.data.assign(text.begin(), text.end());
     v.data.push_back(0);
@@ -84,11 +84,11 @@ Error ParseValue(std::string_view line, Value& v) {
   }
   if (rest.starts_with("dword:")) {
     const std::string_view digits = Trim(rest.substr(6));
-    if (digits.empty() || digits.size() > 8) return {"a dword needs 1 to 8 hex digits"};
+    if (digits.empty() || digits.size() > 8) return {Error::Format, "a dword needs 1 to 8 hex digits"};
     DWORD d = 0;
     for (char c : digits) {
       const int x = orvx::text::HexDigit(c);
-      if (x < 0) return {"a dword needs 1 to 8 hex digits"};
+      if (x < 0) return {Error::Format, "a dword needs 1 to 8 hex digits"};
       d = d * 16 + static_cast<DWORD>(x);
     }
     v.type = REG_DWORD;
@@ -100,21 +100,21 @@ Error ParseValue(std::string_view line, Value& v) {
     v.type = REG_BINARY;
     if (!rest.empty() && rest.front() == '(') {
       const std::size_t close = rest.find(')');
-      if (close == std::string_view::npos || close == 1 || close > 9) return {"malformed hex(type)"};
+      if (close == std::string_view::npos || close == 1 || close > 9) return {Error::Format, "malformed hex(type)"};
       DWORD t = 0;
       for (char c : rest.substr(1, close - 1)) {
         const int x = orvx::text::HexDigit(c);
-        if (x < 0) return {"malformed hex(type)"};
+        if (x < 0) return {Error::Format, "malformed hex(type)"};
         t = t * 16 + static_cast<DWORD>(x);
       }
       v.type = t;
       rest.remove_prefix(close + 1);
     }
-    if (rest.empty() || rest.front() != ':') return {"expected : after hex"};
-    if (!ParseHexBytes(rest.substr(1), v.data)) return {"malformed hex bytes"};
+    if (rest.empty() || rest.front() != ':') return {Error::Format, "expected : after hex"};
+    if (!ParseHexBytes(rest.substr(1), v.data)) return {Error::Format, "malformed hex bytes"};
     return {};
   }
-  return {"unknown value form"};
+  return {Error::Format, "unknown value form"};
 }
 
 std::string QuotedText(std::string_view s) {
@@ -178,7 +178,7 @@ Key& AddSection(Document& doc, std::string path) {
 bool EqualNoCase(std::string_view a, std::string_view b) { return orvx::text::EqualNoCase(a, b); }
 
 static Error Malformed(long long line, std::string message) {
-  return {std::move(message), 0, line};
+  return {Error::Format, std::move(message), 0, line};
 }
 
 Error Parse(std::string_view bytes, Document& parsed) {
@@ -293,7 +293,7 @@ Error Serialize(const Document& doc, std::string& bytes) {
     case Document::Encoding::Utf8Bom: bytes = "\xEF\xBB\xBF" + text; break;
     case Document::Encoding::Utf16:
       bytes = "\xFF\xFE";
-      if (!orvx::text::Utf8ToUtf16(text, bytes)) return {"a name or value is not UTF-8, so it cannot be written as UTF-16"};
+      if (!orvx::text::Utf8ToUtf16(text, bytes)) return {Error::Format, "a name or value is not UTF-8, so it cannot be written as UTF-16"};
       break;
   }
   return {};

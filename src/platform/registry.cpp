@@ -104,11 +104,14 @@ LONG Mutate(HKEY hive, const std::function<LONG(Document&, bool& dirty)>& change
   // One lock per file, whatever path names it: beside the file a link leads to.
   std::string target;
   if (orvx::detail::ResolveLinks(file, target).Failed()) return ERROR_REGISTRY_IO_FAILED;
-  int cause = 0, osError = 0;
-  const os::FileHandle lockFd = os::OpenFile((target + ".lock").c_str(),
-                                             CFile::modeReadWrite | CFile::modeCreate | CFile::modeNoTruncate, cause, osError);
-  if (lockFd == os::kNoFile) return ERROR_ACCESS_DENIED;
-  if (os::LockExclusive(lockFd) != 0) {
+  // What is no store file gets no lock file beside it either.
+  if (const auto st = std::filesystem::status(target, ec); std::filesystem::exists(st) && !std::filesystem::is_regular_file(st))
+    return ERROR_REGISTRY_CORRUPT;
+  os::FileHandle lockFd = os::kNoFile;
+  if (os::OpenFile((target + ".lock").c_str(), CFile::modeReadWrite | CFile::modeCreate | CFile::modeNoTruncate, lockFd)
+          .Failed())
+    return ERROR_ACCESS_DENIED;
+  if (os::LockExclusive(lockFd).Failed()) {
     os::CloseFile(lockFd);
     return ERROR_REGISTRY_IO_FAILED;
   }

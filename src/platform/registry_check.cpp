@@ -42,9 +42,8 @@ Snapshot ReadStore(const std::string& file) {
     if (it != TheCache().entries.end() && it->second.first == seen) return it->second.second;
   }
   os::FileHandle fd = os::kNoFile;
-  bool missing = false;
-  if (Error error = detail::OpenForReading(file, fd, &missing); error.Failed())
-    return {!missing, nullptr, std::move(error)};
+  if (Error error = detail::OpenForReading(file, fd); error.Failed())
+    return {error.code != Error::NotFound, nullptr, std::move(error)};
   const os::FileStamp stamp = os::Stamp(fd);
   {
     std::lock_guard lock(TheCache().mutex);

@@ -17,22 +17,19 @@ namespace fs = std::filesystem;
 
 // The file a path names once its symbolic links are followed (the path
 // itself when it is no link). Fails on a loop.
-bool Resolve(fs::path path, fs::path& target, std::string& error) {
+Error Resolve(const std::string& given, fs::path& target) {
+  fs::path path = given;
   for (int hops = 0; hops < 40; ++hops) {
     std::error_code ec;
     if (!fs::is_symlink(fs::symlink_status(path, ec))) {
       target = path;
-      return true;
+      return {};
     }
     const fs::path next = fs::read_symlink(path, ec);
-    if (ec) {
-      error = ec.message();
-      return false;
-    }
+    if (ec) return {Error::Io, given + ": " + ec.message(), ec.value()};
     path = next.is_absolute() ? next : path.parent_path() / next;
   }
-  error = "too many levels of symbolic links";
-  return false;
+  return {Error::Io, given + ": too many levels of symbolic links"};
 }
 
 // Temporary files are named ".<target>.tmp-<writer's process ID>-<random>",
@@ -63,43 +60,26 @@ void RemoveStaleTemps(const fs::path& target) {
   }
 }
 
-Error SystemError(const std::string& path, const char* what, int osError) {
-  return {path + ": " + what + " (" + os::ErrorText(osError) + ")", osError};
-}
-
 // Writes `bytes` into a new temporary file; its name in `temp`.
 Error WriteTemp(const std::string& path, const fs::path& target, std::string_view bytes, std::string& temp) {
-  int osError = 0;
   os::FileHandle file = os::kNoFile;
+  Error error;
   for (int attempt = 0; attempt < 8 && file == os::kNoFile; ++attempt) {
     temp = TempName(target);
-    file = os::CreateNewFile(temp.c_str(), osError);
+    error = os::CreateNewFile(temp.c_str(), file);
   }
-  if (file == os::kNoFile) return SystemError(path, "cannot create a file beside it", osError);
-  Error error;
+  if (error.Failed()) return detail::About(path, "cannot create a file beside it", std::move(error));
   std::size_t done = 0;
   while (done < bytes.size() && !error.Failed()) {
     const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, UINT_MAX));
-    const std::int64_t n = os::WriteSome(file, bytes.data() + done, chunk, osError);
-    if (n < 0)
-      error = SystemError(path, "cannot write", osError);
-    else if (n == 0)
-      error = {path + ": cannot write (nothing written)"};
-    else
-      done += static_cast<std::size_t>(n);
+    std::uint64_t n = 0;
+    error = os::WriteSome(file, bytes.data() + done, chunk, n);
+    if (!error.Failed() && n == 0) error = {Error::Io, "nothing written"};
+    done += static_cast<std::size_t>(n);
   }
-  if (!error.Failed())
-    if (const int e = os::FlushFile(file)) error = SystemError(path, "cannot flush", e);
+  if (!error.Failed()) error = os::FlushFile(file);
   os::CloseFile(file);
-  return error;
-}
-
-// Why a file of this status is no file to read or replace; "" when it is a
-// regular file (or, for a target, does not exist yet).
-std::string NotARegularFile(const fs::file_status& st) {
-  if (fs::is_directory(st)) return "is a directory";
-  if (fs::exists(st) && !fs::is_regular_file(st)) return "is not a regular file (a device, a FIFO or a socket)";
-  return {};
+  return error.Failed() ? detail::About(path, "cannot write", std::move(error)) : error;
 }
 
 }  // namespace
@@ -115,7 +95,7 @@ Error ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t l
 
 Error IdentifyFile(const std::string& path, FileIdentity& identity) {
   // The system would read the path only up to the zero byte: another file.
-  if (path.find('\0') != std::string::npos) return {"a path that holds a zero byte"};
+  if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
   os::FileHandle file = os::kNoFile;
   if (Error error = detail::OpenForReading(path, file); error.Failed()) return error;
   const os::FileStamp stamp = os::Stamp(file);
@@ -125,80 +105,101 @@ Error IdentifyFile(const std::string& path, FileIdentity& identity) {
 }
 
 Error ReplaceFile(const std::string& path, std::string_view bytes) {
+  if (path.empty()) return {Error::Argument, "an empty path"};
   fs::path target;
-  std::string problem;
-  if (path.empty()) return {"an empty path"};
-  if (!Resolve(path, target, problem)) return {path + ": " + problem};
+  if (Error e = Resolve(path, target); e.Failed()) return e;
 
   std::error_code ec;
   const fs::file_status st = fs::status(target, ec);
   const bool exists = fs::exists(st);
-  if (problem = NotARegularFile(st); !problem.empty()) return {path + ": " + problem};
+  if (exists && !fs::is_regular_file(st)) return detail::About(path, "", os::NotRegularFile());
   if (target.has_parent_path() && !fs::is_directory(target.parent_path(), ec))
-    return {path + ": the folder " + target.parent_path().string() + " does not exist"};
+    return {Error::NotFound, path + ": the folder " + target.parent_path().string() + " does not exist"};
 
   RemoveStaleTemps(target);
   std::string temp;
   Error error = WriteTemp(path, target, bytes, temp);
   if (!error.Failed() && exists) {
     fs::permissions(temp, st.permissions(), fs::perm_options::replace, ec);
-    if (ec) error = {path + ": cannot keep the file's permissions (" + ec.message() + ")", ec.value()};
+    if (ec) error = {Error::Io, path + ": cannot keep the file's permissions (" + ec.message() + ")", ec.value()};
   }
   // The folder is synced before the rename too: a folder that cannot be
   // synced fails the call while the old file is still in place.
   const fs::path parent = target.parent_path();
   const std::string dir = parent.empty() ? "." : parent.string();
   if (!error.Failed())
-    if (const int e = os::SyncDirectory(dir.c_str())) error = SystemError(path, "cannot sync its folder", e);
+    if (Error e = os::SyncDirectory(dir.c_str()); e.Failed()) error = detail::About(path, "cannot sync its folder", e);
   if (!error.Failed())
-    if (const int e = os::RenameOver(temp.c_str(), target.string().c_str())) error = SystemError(path, "cannot replace", e);
+    if (Error e = os::RenameOver(temp.c_str(), target.string().c_str()); e.Failed())
+      error = detail::About(path, "cannot replace", e);
   if (error.Failed()) {
     fs::remove(temp, ec);
     return error;
   }
-  if (const int e = os::SyncDirectory(dir.c_str()))
-    return SystemError(path, "replaced, but its folder cannot be synced, so the change may not survive a power cut", e);
+  if (Error e = os::SyncDirectory(dir.c_str()); e.Failed())
+    return detail::About(path, "replaced, but its folder cannot be synced, so the change may not survive a power cut", e);
   return {};
 }
 
 namespace detail {
 
-Error OpenForReading(const std::string& path, os::FileHandle& file, bool* missing) {
-  int cause = 0, osError = 0;
-  file = os::OpenFile(path.c_str(), CFile::modeRead, cause, osError);
-  if (missing) *missing = file == os::kNoFile && cause == CFileException::fileNotFound;
-  return file == os::kNoFile ? OpenError(path, cause, osError) : Error{};
+Error About(const std::string& path, std::string_view doing, Error error) {
+  switch (error.code) {
+    case Error::NotFound: error.message = path + ": no such file"; break;
+    case Error::NotRegular: error.message = path + ": is " + os::NotRegularFile().message; break;
+    default: error.message = path + ": " + std::string(doing) + " (" + error.message + ")"; break;
+  }
+  return error;
 }
 
-Error OpenError(const std::string& path, int cause, int osError) {
-  if (cause == CFileException::fileNotFound) return {path + ": no such file", osError};
-  if (osError == os::kNotRegularFile) return {path + ": is " + os::ErrorText(osError), osError};
-  return SystemError(path, "cannot open", osError);
+Error TooLarge(const std::string& path, std::uint64_t limit) {
+  const bool gb = limit % (std::uint64_t{1} << 30) == 0;
+  return {Error::TooLarge, path + ": larger than " + std::to_string(gb ? limit >> 30 : limit >> 20) +
+                               (gb ? " GB" : " MB") + ", more than a file of its kind can hold"};
+}
+
+CFileException ToException(const Error& error, std::string fileName, int otherCause) {
+  switch (error.code) {
+    case Error::NotFound: return {CFileException::fileNotFound, error.osError, std::move(fileName)};
+    case Error::Sharing: return {CFileException::sharingViolation, error.osError, std::move(fileName)};
+    case Error::DiskFull: return {CFileException::diskFull, error.osError, std::move(fileName)};
+    case Error::NotRegular: return {CFileException::accessDenied, kNotRegularOsError, std::move(fileName)};
+    default: return {otherCause, error.osError, std::move(fileName)};
+  }
+}
+
+Error FromException(const CFileException& e) {
+  const int os = static_cast<int>(e.m_lOsError);
+  if (os == kNotRegularOsError) return os::NotRegularFile();
+  const Error::Code code = e.m_cause == CFileException::fileNotFound       ? Error::NotFound
+                           : e.m_cause == CFileException::sharingViolation ? Error::Sharing
+                           : e.m_cause == CFileException::diskFull         ? Error::DiskFull
+                                                                          : Error::Io;
+  return {code, os ? os::ErrorText(os) : "file error " + std::to_string(e.m_cause), os};
+}
+
+Error OpenForReading(const std::string& path, os::FileHandle& file) {
+  Error error = os::OpenFile(path.c_str(), CFile::modeRead, file);
+  return error.Failed() ? About(path, "cannot open", std::move(error)) : error;
 }
 
 Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes) {
   bytes.clear();
-  const auto tooLarge = [&] {
-    const bool gb = limit % (std::uint64_t{1} << 30) == 0;
-    return Error{path + ": larger than " + std::to_string(gb ? limit >> 30 : limit >> 20) + (gb ? " GB" : " MB") +
-                 ", more than a file of its kind can hold"};
-  };
   const std::uint64_t length = os::FileLength(file);
-  if (length != UINT64_MAX && length > limit) return tooLarge();
+  if (length != UINT64_MAX && length > limit) return TooLarge(path, limit);
   if (length != UINT64_MAX) bytes.reserve(static_cast<std::size_t>(length));
   char buffer[64 * 1024];
   for (;;) {
-    int osError = 0;
-    const std::int64_t n = os::ReadSome(file, buffer, sizeof buffer, osError);
-    if (n < 0) {
+    std::uint64_t n = 0;
+    if (Error e = os::ReadSome(file, buffer, sizeof buffer, n); e.Failed()) {
       bytes.clear();
-      return SystemError(path, "cannot read", osError);
+      return About(path, "cannot read", std::move(e));
     }
     if (n == 0) return {};
-    if (static_cast<std::uint64_t>(n) > limit - bytes.size()) {  // it grew while read
+    if (n > limit - bytes.size()) {  // it grew while read
       bytes.clear();
       bytes.shrink_to_fit();
-      return tooLarge();
+      return TooLarge(path, limit);
     }
     bytes.append(buffer, static_cast<std::size_t>(n));
   }
@@ -206,8 +207,7 @@ Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t l
 
 Error ResolveLinks(const std::string& path, std::string& target) {
   fs::path resolved;
-  std::string problem;
-  if (!Resolve(path, resolved, problem)) return {path + ": " + problem};
+  if (Error e = Resolve(path, resolved); e.Failed()) return e;
   target = resolved.string();
   return {};
 }

@@ -36,9 +36,12 @@ SizeListReader::SizeListReader(std::span<const BYTE> block)
 
 bool SizeListReader::Next(SizeListEntry& entry) {
   const std::size_t length = block_.size();
-  if (broken_ || at_ >= length) return false;
+  if (problem_.Failed() || at_ >= length) return false;
   if (at_ + 2 > length || at_ + 2 + block_[at_ + 1] > length) {
-    broken_ = true;
+    problem_ = {Error::Format,
+                "the entry at byte " + std::to_string(at_) + " (key " + std::to_string(block_[at_]) +
+                    ") runs past the end of the block",
+                0, static_cast<long long>(at_)};
     return false;
   }
   entry = {block_[at_], block_.subspan(at_ + 2, block_[at_ + 1]), at_};

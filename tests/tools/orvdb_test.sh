@@ -324,8 +324,7 @@ echo old >real.dat && chmod 640 real.dat && ln -s real.dat link.dat
 t 0 '' '' build ../models.json -o link.dat   # the target is written, the link stays, the mode too
 [[ -L link.dat && $(stat -c %a real.dat) == 640 ]] && ! grep -qx old real.dat || fail "a symbolic link as output"
 mkfifo fifo
-t 2 '' 'not a regular file' build ../models.json -o fifo
-t 2 '' 'is a directory' build ../models.json -o .
+for target in fifo .; do t 2 '' 'is not a regular file (a directory, a device, a FIFO or a socket)' build ../models.json -o $target; done
 t 2 '' '' build ../models.json -o /dev/null
 [[ -p fifo && -c /dev/null ]] || fail "a special file was replaced"
 mkdir ro && echo old >ro/db.dat && chmod 500 ro

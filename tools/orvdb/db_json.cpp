@@ -18,7 +18,7 @@ bool DecodeSizeList(std::span<const BYTE> block, std::vector<TraySizes>& out) {
     const auto sizes = e.Sizes();
     out.push_back({e.Named(), e.key, std::string(e.Name()), std::vector<BYTE>(sizes.begin(), sizes.end())});
   }
-  return !reader.Broken();
+  return !reader.Problem().Failed();
 }
 
 std::string TrayLabel(const TraySizes& t) {
@@ -240,9 +240,9 @@ orvx::Error ModelsFromText(const std::string& source, std::string_view text, orv
     db = ModelsFromJsonText(text);
   } catch (const Json::parse_error& e) {
     const std::string what = e.what();
-    return {source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")", 0, 0, orvx::Error::Format};
+    return {orvx::Error::Format, source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")"};
   } catch (const ImportError& e) {
-    return {source + ": " + e.what(), 0, 0, orvx::Error::Format};
+    return {orvx::Error::Format, source + ": " + e.what()};
   }
   return {};
 }

@@ -162,12 +162,12 @@ orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::
   for (std::size_t n = 0; n < lines.size(); ++n) {
     const std::string where = path + ":" + std::to_string(n + 1) + ": ";
     if (lines[n].find_first_not_of(" \t") == std::string::npos) continue;
-    if (!reader.Parse(lines[n])) return {where + reader.Error()};
+    if (!reader.Parse(lines[n])) return {orvx::Error::Format, where + reader.Error()};
     const json::Value* op = reader.Find("op");
     const json::Value* model = reader.Find("model");
     if (reader.Root().kind != json::Kind::Object || !op || op->kind != json::Kind::String ||
         json::String(*op) != "picture" || !model || model->kind != json::Kind::String)
-      return {where + "expected a picture request naming a \"model\""};
+      return {orvx::Error::Format, where + "expected a picture request naming a \"model\""};
     const std::string name = json::String(*model);
     std::string request = "{";
     for (std::size_t m = 0; m < reader.MemberCount(); ++m) {
@@ -180,7 +180,7 @@ orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::
     }
     request += "\"vendor\":0,\"group\":0}";
     const std::string answer = evaluator.Answer(request);
-    if (answer.rfind("{\"error\"", 0) == 0) return {where + answer};
+    if (answer.rfind("{\"error\"", 0) == 0) return {orvx::Error::Format, where + answer};
     const PictureRequest& q = evaluator.LastPictureRequest();
     struct Result {
       std::ptrdiff_t index = -1;

@@ -84,7 +84,7 @@ orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, s
   }
   const std::string marker = "<!-- orvx:data -->";
   const std::size_t dataAt = page.find(marker);
-  if (dataAt == std::string::npos) return {dir + "index.html: no \"" + marker + "\" line: not the orvx page"};
+  if (dataAt == std::string::npos) return {orvx::Error::Format, dir + "index.html: no \"" + marker + "\" line: not the orvx page"};
   const std::string name = dbPath.substr(dbPath.find_last_of('/') == std::string::npos ? 0 : dbPath.find_last_of('/') + 1);
   page.replace(dataAt, marker.size(),
                DataScript("orvx-db", name, db) + "\n" + DataScript("orvx-sample", "sample (models.json)", sample));
@@ -92,7 +92,7 @@ orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, s
     std::string text;
     if (orvx::Error e = orvx::ReadWholeFile(dir + a.file, text); e.Failed()) return e;
     const std::size_t at = page.find(a.tag);
-    if (at == std::string::npos) return {dir + "index.html: no " + a.tag + ": not the orvx page"};
+    if (at == std::string::npos) return {orvx::Error::Format, dir + "index.html: no " + a.tag + ": not the orvx page"};
     page.replace(at, std::string_view(a.tag).size(), a.before + ScriptText(std::move(text)) + a.after);
   }
   html = std::move(page);

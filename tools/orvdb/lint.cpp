@@ -58,10 +58,9 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
         add("size-list-duplicate", "tray " + std::to_string(e.key) + " has a second size list, which is never read" + at);
     }
   }
-  if (reader.Broken())
-    add("size-list-malformed", "entry " + std::to_string(entry) + " of the size lists (at byte " +
-                                   std::to_string(reader.BrokenAt()) + ", key " + std::to_string(block[reader.BrokenAt()]) +
-                                   ") runs past the end of the block; it and all after it are never read");
+  if (reader.Problem().Failed())
+    add("size-list-malformed", "entry " + std::to_string(entry) + " of the size lists: " + reader.Problem().message +
+                                   "; it and all after it are never read");
 }
 
 }  // namespace

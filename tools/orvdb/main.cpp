@@ -60,7 +60,7 @@ void PrintSizeLists(std::ostream& out, std::span<const BYTE> block) {
     else
       out << "    tray " << int(e.key) << ": " << Hex(sizes.data(), sizes.size()) << "\n";
   }
-  if (reader.Broken()) out << "    (entry at byte " << reader.BrokenAt() << " runs past the end of the block)\n";
+  if (reader.Problem().Failed()) out << "    (" << reader.Problem().message << ")\n";
 }
 
 // Where GetInfo answers other than the stored value, what it answers and why.

@@ -76,7 +76,7 @@ Json SizeLists(std::span<const BYTE> block) {
     if (e.Named()) entry["name"] = std::string(e.Name());
     lists.push_back(std::move(entry));
   }
-  if (reader.Broken()) lists.push_back({{"brokenAt", reader.BrokenAt()}});
+  if (reader.Problem().Failed()) lists.push_back({{"brokenAt", reader.Problem().where}});
   return lists;
 }
 

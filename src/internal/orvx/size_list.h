@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "orvx/afx_types.h"
+#include "orvx/error.h"
 
 namespace orvx {
 
@@ -34,15 +35,16 @@ class SizeListReader {
   // `block` as held: its first byte is its length, and only that many bytes are read.
   explicit SizeListReader(std::span<const BYTE> block);
   // The next complete entry; false at the end, or at an entry that runs past
-  // the end of the block (then Broken() is true and BrokenAt() is its offset).
+  // the end of the block.
   bool Next(SizeListEntry& entry);
-  bool Broken() const { return broken_; }
-  std::size_t BrokenAt() const { return at_; }
+  // Why the walk stopped early: a Format error whose `where` is the offset
+  // of the entry that runs past the end of the block. None after a complete walk.
+  const Error& Problem() const { return problem_; }
 
  private:
   std::span<const BYTE> block_;
   std::size_t at_ = 1;
-  bool broken_ = false;
+  Error problem_;
 };
 
 // The size list of input tray `trayNumber` (a numbered entry; 0 to 255), or
