@@ -19,42 +19,35 @@ constexpr int kReaders = 8;
 constexpr int kRounds = 6;
 constexpr int kWrites = 12;
 
-// Everything a reader asks about record `i`, in one comparable value.
-std::vector<long long> Ask(orvx_db* db, size_t i) {
+// Everything reader `reader` asks about record `i`, in one comparable value.
+std::string Ask(orvx_db* db, size_t i, int reader) {
   orvx_record* r = orvx_db_record(db, i);
-  std::vector<long long> a;
   int how = -1;
   size_t index = 0;
   orvx_db_lookup(db, (std::string(orvx_record_name(r, nullptr)) + " PCL6").c_str(), &how, &index);
-  a.insert(a.end(), {how, static_cast<long long>(index), orvx_record_flags(r)});
+  std::string a = std::to_string(how) + " " + std::to_string(index) + " " + std::to_string(orvx_record_flags(r));
   for (const uint32_t key : {0x0D08u, 0x0105u, 0x1200000u}) {
     int32_t v = 0;
-    a.push_back(orvx_record_info(r, key, &v) * 1000000LL + v);
+    a += " " + std::to_string(orvx_record_info(r, key, &v)) + "/" + std::to_string(v);
   }
   unsigned char sizes[256];
-  a.push_back(static_cast<long long>(orvx_record_size_list(r, 1, sizes, sizeof sizes)));
-  a.push_back(static_cast<long long>(orvx_record_size_list_named(r, "cassette 1", sizes, sizeof sizes)));
-  a.push_back(static_cast<long long>(orvx_record_size_list_block(r, sizes, sizeof sizes)));
-
-  // Today's picture calls read the host strings from the process-wide table,
-  // filled before the threads start. The picture call that takes the host's
-  // strings with it belongs here too, each reader passing strings of its own.
-  std::array<orvx_tray, 3> in{};
-  std::array<orvx_tray, 1> out{};
-  const char* inNames[] = {"Multi Purpose Tray", "Optional Cassette 1", "Cassette 2"};
-  for (size_t t = 0; t < in.size(); ++t) in[t] = {inNames[t], -1, 0, 0, {}, 0};
-  out[0] = {"Face Down Tray", -1, 0, 3, {}, 0};
+  a += " " + std::to_string(orvx_record_size_list(r, 1, sizes, sizeof sizes)) + " " +
+       std::to_string(orvx_record_size_list_named(r, "cassette 1", sizes, sizeof sizes)) + " " +
+       std::to_string(orvx_record_size_list_block(r, sizes, sizeof sizes));
+  // Each reader gives its picture calls host strings of its own: a call that
+  // read another's, or a process-wide table, would name the trays wrongly.
+  const std::string manual = "Manual " + std::to_string(reader), fallback = "Default " + std::to_string(reader);
   const char* options[] = {"Duplex Unit", "Finisher"};
-  uint32_t id = 0;
-  a.push_back(orvx_picture_id(r, in.data(), in.size(), out.data(), out.size(), 1, 1, &id, nullptr));
-  a.push_back(id);
-  a.push_back(orvx_picture_id_ex(r, in.data(), in.size(), out.data(), out.size(), options, 2, nullptr, 0, &id,
-                                 nullptr));
-  a.push_back(id);
-  for (const orvx_tray& t : in) a.push_back(t.id);
-  a.push_back(out[0].id);
-  a.push_back(orvx_picture_id_ex_names(r, inNames, 3, nullptr, 0, options, 2, nullptr, 0, &id, nullptr));
-  a.push_back(id);
+  for (const int extended : {0, 1}) {
+    orvx_tray in[] = {{"Multi Purpose Tray", -1, 0, 0, {}, 0}, {"Manual Feed", -1, 0, 0, {}, 0},
+                      {"Default Tray", -1, 0, 0, {}, 0}, {"Optional Cassette 1", -1, 0, 0, {}, 0}};
+    orvx_tray out[] = {{"Face Down Tray", -1, 0, 3, {}, 0}};
+    const orvx_picture_call call{extended, in, 4, out, 1, 1, 1, options, 2, nullptr, 0, manual.c_str(), fallback.c_str()};
+    uint32_t id = 0;
+    a += " " + std::to_string(orvx_picture(r, &call, &id, nullptr, nullptr)) + ":" + std::to_string(id);
+    for (const orvx_tray& t : in) a += "," + std::to_string(t.id) + t.final_name;
+    a += "," + std::to_string(out[0].id) + out[0].final_name;
+  }
   return a;
 }
 
@@ -70,12 +63,12 @@ class Concurrency : public orvx_test::HostAppFixture {};
 TEST_F(Concurrency, ReadersShareOneDatabaseWhileBothHivesAreWritten) {
   orvx_db* db = nullptr;
   ASSERT_EQ(orvx_db_open_file(ORVX_SAMPLE_DB, &db, nullptr), ORVX_OK);
-  orvx_host_set_string(9481, "Manual Feed");
-  orvx_host_set_string(9482, "Default Tray");
   const size_t count = orvx_db_count(db);
   ASSERT_GT(count, 1u);
-  std::vector<std::vector<long long>> expected;
-  for (size_t i = 0; i < count; ++i) expected.push_back(Ask(db, i));
+  std::vector<std::vector<std::string>> expected(kReaders);
+  for (int t = 0; t < kReaders; ++t)
+    for (size_t i = 0; i < count; ++i) expected[static_cast<size_t>(t)].push_back(Ask(db, i, t));
+  ASSERT_NE(expected[0], expected[1]);  // the readers' own host strings show in their answers
 
   const std::string machineKey = Own(HKEY_LOCAL_MACHINE, "SOFTWARE\\Vantor Selby\\" + app_ + "\\Com");
   std::array<int, kReaders> wrong{};
@@ -85,7 +78,7 @@ TEST_F(Concurrency, ReadersShareOneDatabaseWhileBothHivesAreWritten) {
     threads.emplace_back([&, t] {
       for (size_t n = 0; n < kRounds * count; ++n) {
         const size_t i = (n + static_cast<size_t>(t) * 7) % count;
-        if (Ask(db, i) != expected[i]) ++wrong[static_cast<size_t>(t)];
+        if (Ask(db, i, t) != expected[static_cast<size_t>(t)][i]) ++wrong[static_cast<size_t>(t)];
       }
     });
   threads.emplace_back([&] {
@@ -119,7 +112,6 @@ TEST_F(Concurrency, ReadersShareOneDatabaseWhileBothHivesAreWritten) {
     EXPECT_EQ(std::vector<BYTE>(got, got + size), Config(kWrites - 1, port));
     EXPECT_EQ(Values(HKEY_LOCAL_MACHINE, machineKey).at(static_cast<size_t>(port)).data, Config(kWrites - 1, port + 2));
   }
-  orvx_host_clear_strings();
   orvx_db_close(db);
 }
 
