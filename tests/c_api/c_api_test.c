@@ -316,7 +316,8 @@ static void test_picture_call(orvx_db* db) {
   CHECK(orvx_rule_row_count("GetOptionFlagEx_Nightjar") > 8 && orvx_rule_row_count("nothing") == 0);
   CHECK(orvx_rule_row_at("GetOptionFlagEx_Nightjar", 0, &row) == ORVX_OK && row.table == ORVX_STEP_OPTION &&
         row.literal_count == 3 && strcmp(row.literals[1], "HH-418") == 0 && row.bits == 0x10000 && row.id == -1);
-  CHECK(orvx_rule_row_at("GetOptionFlagEx_Nightjar", 1000, &row) == ORVX_E_ARGUMENT);
+  CHECK(orvx_rule_row_at("GetOptionFlagEx_Nightjar", 1000, &row) == ORVX_E_ARGUMENT &&
+        orvx_rule_row_at(NULL, 0, &row) == ORVX_E_ARGUMENT && orvx_rule_row_at("GetOptionFlagEx_Nightjar", 0, NULL) == ORVX_E_ARGUMENT);
 
   in[0].name = NULL;
   CHECK(orvx_picture(r, &call, &id, &trace, NULL) == ORVX_E_ARGUMENT && id == 0 && trace == NULL);

@@ -3,6 +3,7 @@
 #include "orvx/afx_file.h"
 #include "orvx/whole_file.h"
 #if !defined(_WIN32)
+#include <fcntl.h>
 #include <unistd.h>
 #endif
 #include "test_util.h"
@@ -158,6 +159,8 @@ TEST(File, DescriptorZeroIsAFile) {
   ::close(0);
   CFile f;
   EXPECT_TRUE(f.Open("zero.bin", CFile::modeRead));
+  f.Close();
+  EXPECT_EQ(::fcntl(0, F_GETFD), -1);  // closed with the file
   ::dup2(saved, 0);
   ::close(saved);
 }
