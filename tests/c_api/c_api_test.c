@@ -364,6 +364,8 @@ static void test_registry(const char* scratch) {
   CHECK(orvx_comm_config_save(0x30, config, 10, &err) == ORVX_E_ARGUMENT); /* dwSize disagrees */
   CHECK(orvx_comm_config_save(0x30, config, 300, &err) == ORVX_E_ARGUMENT);
   CHECK(orvx_comm_config_save(0x30, NULL, 64, &err) == ORVX_E_ARGUMENT);
+  CHECK(orvx_comm_config_save(0x40, "\4\0\0\0", 4, &err) == ORVX_OK && /* no shorter than its dwSize */
+        orvx_comm_config_save(0x40, "\3\0\0", 3, &err) == ORVX_E_ARGUMENT);
 }
 
 int main(int argc, char** argv) {
