@@ -191,6 +191,23 @@ BENCHMARK_DEFINE_F(Scale, ArrayHitLastSubstring)(benchmark::State& state) {
   const std::string key = last + " PCL6";
   for (auto _ : state) benchmark::DoNotOptimize(GetPointerToCPrnStaticInfo(key.c_str()));
 }
+// A host renames a record of another, small database between lookups: the
+// large database keeps its index.
+BENCHMARK_DEFINE_F(Scale, DatabaseMissAfterRenameElsewhere)(benchmark::State& state) {
+  orvx::ModelDatabase small;
+  for (const char* name : {"Alpha", "Beta", "Gamma"}) {
+    auto r = std::make_unique<CPrnStaticInfo>();
+    r->SetModelName(name);
+    small.Add(std::move(r));
+  }
+  small.Lookup("");
+  bool flip = false;
+  for (auto _ : state) {
+    small[1].SetModelName((flip = !flip) ? "Delta" : "Beta");
+    benchmark::DoNotOptimize(db.Lookup("Selby DC-2000 unknown"));
+  }
+}
+BENCHMARK_REGISTER_F(Scale, DatabaseMissAfterRenameElsewhere)->Arg(100000);
 BENCHMARK_REGISTER_F(Scale, DatabaseMiss)->Arg(1000)->Arg(100000);
 BENCHMARK_REGISTER_F(Scale, DatabaseHitLastExact)->Arg(1000)->Arg(100000);
 BENCHMARK_REGISTER_F(Scale, DatabaseHitLastSubstring)->Arg(1000)->Arg(100000);

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -20,6 +19,7 @@ namespace orvx {
 
 namespace detail {
 class NameIndex;
+struct IndexSlot;
 }
 
 // How a name found its record.
@@ -69,8 +69,9 @@ class ORVX_API ModelDatabase {
 
   // The lookup of GetPointerToCPrnStaticInfo, with the index and how it
   // matched. Its time grows with the name's length, not with the number of
-  // records: the first lookup after a load (or after a record's name
-  // changed) makes an index of the names, which later ones share.
+  // records: the first lookup after a load (or after the name of one of
+  // this database's records changed) makes an index of the names, which
+  // later ones share.
   LookupResult Lookup(std::string_view name) const;
   // The first record whose name is not empty and occurs in `text`, or -1:
   // where the lookup's substring pass would stop, before its rules.
@@ -84,10 +85,11 @@ class ORVX_API ModelDatabase {
  private:
   std::shared_ptr<const detail::NameIndex> Index() const;
 
+  // The index, made by the first lookup that needs it and shared by readers,
+  // and the rename counter the records point at: apart from the database,
+  // so that both stay where they are when it moves. Null only while empty.
+  std::unique_ptr<detail::IndexSlot> slot_;
   std::vector<std::unique_ptr<CPrnStaticInfo>> records_;
-  // Made by the first lookup that needs it; readers share it.
-  mutable std::mutex indexLock_;
-  mutable std::shared_ptr<const detail::NameIndex> index_;  // guarded by indexLock_
 };
 
 }  // namespace orvx

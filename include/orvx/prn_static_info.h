@@ -252,7 +252,8 @@ class ORVX_API CPrnStaticInfo : public CObject {
   CString ModelName;
   PrnStaticFields F;
   std::unique_ptr<BYTE[]> InTraySPSZSizeList;
-  // Set once a lookup index has read the name, so that a rename tells it.
+  // The rename counter of the lookup index that read the name, so that a
+  // rename tells that index alone.
   friend struct orvx::detail::NameWatch;
-  mutable std::atomic<bool> nameIndexed_{false};
+  mutable std::atomic<std::atomic<std::uint64_t>*> nameWatch_{nullptr};
 };

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "../platform/read_file.h"
+#include "orvx/db_form.h"
 #include "orvx/db_loader.h"
 #include "name_index.h"
 #include "orvx/whole_file.h"
@@ -23,17 +24,18 @@ const char* MatchName(Match how) {
 }
 
 ModelDatabase::ModelDatabase() = default;
-// Indexes stay behind: each database makes its own when it is next looked in.
-ModelDatabase::ModelDatabase(ModelDatabase&& other) noexcept : records_(std::move(other.records_)) {
+// The slot goes with the records, whose rename watch points at it.
+ModelDatabase::ModelDatabase(ModelDatabase&& other) noexcept
+    : slot_(std::move(other.slot_)), records_(std::move(other.records_)) {
   other.records_.clear();
-  detail::DropIndex(other.index_, other.indexLock_);
 }
 ModelDatabase& ModelDatabase::operator=(ModelDatabase&& other) noexcept {
   if (this == &other) return *this;
   records_ = std::move(other.records_);
   other.records_.clear();
-  detail::DropIndex(index_, indexLock_);
-  detail::DropIndex(other.index_, other.indexLock_);
+  slot_.swap(other.slot_);
+  if (slot_) detail::DropIndex(*slot_);
+  if (other.slot_) detail::DropIndex(*other.slot_);
   return *this;
 }
 ModelDatabase::~ModelDatabase() = default;
@@ -117,6 +119,14 @@ Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* fra
   } catch (...) {
     Error e = LoadFailure(source);
     if (e.code == Error::Format) f.bytesRead = static_cast<std::uint64_t>(e.where);
+    // The JSON form fails here (no JSON text has a count its bytes can hold):
+    // say what it is. The count is the file's first four bytes.
+    if (e.code == Error::Format && f.count) {
+      const auto c = static_cast<std::uint32_t>(*f.count);
+      const std::uint8_t head[4] = {std::uint8_t(c), std::uint8_t(c >> 8), std::uint8_t(c >> 16), std::uint8_t(c >> 24)};
+      if (GuessForm(head, f.length) == FileForm::Json)
+        e.message = std::string(source) + ": a JSON document, not a model database (orvdb build makes a database of its JSON form)";
+    }
     return e;
   }
   if (*f.count < 0)
@@ -167,7 +177,8 @@ bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& er
 }
 
 std::shared_ptr<const detail::NameIndex> ModelDatabase::Index() const {
-  return detail::CurrentIndex(index_, indexLock_, records_.size(), records_.data(),
+  // Only Add changes which records the database holds, and it drops the index.
+  return detail::CurrentIndex(*slot_, records_.size(), 0,
                               [this](std::size_t i) -> const CPrnStaticInfo& { return *records_[i]; });
 }
 
@@ -179,14 +190,16 @@ LookupResult ModelDatabase::Lookup(std::string_view name) const {
 
 std::ptrdiff_t ModelDatabase::FirstNameIn(std::string_view text) const {
   if (records_.empty()) return -1;
-  const std::uint32_t first = Index()->FirstIn(text);
+  const std::uint32_t first =
+      Index()->FirstIn(text, [this](std::size_t i) { return records_[i]->GetModelName().view(); });
   return first == detail::kNoRecord ? -1 : static_cast<std::ptrdiff_t>(first);
 }
 
 void ModelDatabase::Add(std::unique_ptr<CPrnStaticInfo> record) {
   if (!record) return;
+  if (!slot_) slot_ = std::make_unique<detail::IndexSlot>();
   records_.push_back(std::move(record));
-  detail::DropIndex(index_, indexLock_);
+  detail::DropIndex(*slot_);
 }
 
 void ModelDatabase::Store(CArchive& ar) const {

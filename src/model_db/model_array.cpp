@@ -11,14 +11,13 @@ namespace {
 CPrnStaticInfo* At(std::ptrdiff_t i) { return static_cast<CPrnStaticInfo*>(CPrnStaticInfoArray.GetAt(static_cast<int>(i))); }
 
 // The lookup's index over the array, made by the first lookup after a change.
-// The array's two maintenance operations drop it; a host's own changes to the
-// array's size or storage, and renames of its records, are seen as well.
-std::mutex g_indexLock;
+// Every change a host makes to the array moves its stamp, and renames of its
+// records move the slot's counter: the next lookup sees either.
 orvx::detail::IndexSlot g_index;
 }  // namespace
 
 void CPrnStaticInfoArray_RemoveAll() {
-  orvx::detail::DropIndex(g_index, g_indexLock);
+  orvx::detail::DropIndex(g_index);
   if (CPrnStaticInfoArray.IsEmpty()) return;
   for (void* p : CPrnStaticInfoArray) delete static_cast<CPrnStaticInfo*>(p);
   CPrnStaticInfoArray.SetSize(0);
@@ -30,7 +29,7 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
     for (void* p : CPrnStaticInfoArray) static_cast<CPrnStaticInfo*>(p)->Serialize(ar);
     return;
   }
-  orvx::detail::DropIndex(g_index, g_indexLock);
+  orvx::detail::DropIndex(g_index);
   orvx::detail::Framing framing;
   orvx::detail::ReadDatabase(ar, [](std::unique_ptr<CPrnStaticInfo> record) {
     CPrnStaticInfoArray.SetAtGrow(CPrnStaticInfoArray.GetSize(), record.get());
@@ -41,7 +40,7 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
 CPrnStaticInfo* GetPointerToCPrnStaticInfo(const char* modelName) {
   const auto size = static_cast<std::size_t>(CPrnStaticInfoArray.GetSize());
   if (size == 0) return nullptr;
-  const auto index = orvx::detail::CurrentIndex(g_index, g_indexLock, size, &*CPrnStaticInfoArray.begin(),
+  const auto index = orvx::detail::CurrentIndex(g_index, size, CPrnStaticInfoArray.Stamp(),
                                                 [](std::size_t i) -> const CPrnStaticInfo& { return *At(static_cast<std::ptrdiff_t>(i)); });
   const auto found = orvx::detail::Lookup(*index, size, modelName ? modelName : "",
                                           [](std::size_t i) { return At(static_cast<std::ptrdiff_t>(i))->GetModelName().view(); });

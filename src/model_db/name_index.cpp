@@ -1,119 +1,65 @@
 #include "name_index.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace orvx::detail {
 namespace {
 
-constexpr std::uint64_t kEmptySlot = ~std::uint64_t{0};
+std::uint64_t Mix(std::uint64_t x) {
+  x += 0x9E3779B97F4A7C15ull;
+  x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9ull;
+  x = (x ^ (x >> 27)) * 0x94D049BB133111EBull;
+  return x ^ (x >> 31);
+}
 
-std::uint64_t EdgeKey(std::uint32_t state, unsigned char c) { return std::uint64_t{state} << 8 | c; }
-
-std::size_t Slot(std::uint64_t key, std::size_t capacity) {
-  return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 24) & (capacity - 1);
+// A base no one can foresee: the clock, a per-process count and an address.
+std::uint64_t DrawBase(const void* where) {
+  static std::atomic<std::uint64_t> drawn{0};
+  const auto now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+  const std::uint64_t seed = Mix(now ^ Mix(drawn.fetch_add(1) ^ reinterpret_cast<std::uintptr_t>(where)));
+  return (seed % ((std::uint64_t{1} << 61) - 1 - 256)) + 256;  // above every byte value
 }
 
 }  // namespace
 
-NameIndex::NameIndex(std::span<const std::string_view> names, const void* identity, std::uint64_t generation)
-    : size_(names.size()), identity_(identity), generation_(generation) {
-  // The edge table grows with the trie (names share prefixes: far fewer
-  // states than bytes), kept at most half full.
-  std::size_t capacity = 1024;
-  keys_.assign(capacity, kEmptySlot);
-  targets_.resize(capacity);
-  const auto grow = [&] {
-    std::vector<std::uint64_t> keys(capacity * 2, kEmptySlot);
-    std::vector<std::uint32_t> targets(capacity * 2);
-    for (std::size_t k = 0; k < capacity; ++k) {
-      if (keys_[k] == kEmptySlot) continue;
-      std::size_t at = Slot(keys_[k], capacity * 2);
-      while (keys[at] != kEmptySlot) at = (at + 1) & (capacity * 2 - 1);
-      keys[at] = keys_[k];
-      targets[at] = targets_[k];
-    }
-    capacity *= 2;
-    keys_.swap(keys);
-    targets_.swap(targets);
-  };
-  nodes_.emplace_back();
-  // The trie, with each state's children listed for the breadth-first pass.
-  std::vector<std::uint32_t> firstChild(1, 0), nextSibling(1, 0);
-  std::vector<unsigned char> byte(1, 0);
+NameIndex::NameIndex(std::span<const std::string_view> names, const IndexStamp& stamp)
+    : base_(DrawBase(this)), stamp_(stamp) {
+  std::size_t capacity = 16;
+  while (capacity < 2 * names.size()) capacity *= 2;
+  keys_.assign(capacity, 0);
+  records_.assign(capacity, kNoRecord);
+  filter_.assign(capacity / 8, 0);  // 8 bits a slot: 16 or more a name
   for (std::size_t i = 0; i < names.size(); ++i) {
-    std::uint32_t state = 0;
-    for (const char ch : names[i]) {
-      const auto c = static_cast<unsigned char>(ch);
-      const std::uint64_t key = EdgeKey(state, c);
-      std::size_t at = Slot(key, capacity);
-      while (keys_[at] != kEmptySlot && keys_[at] != key) at = (at + 1) & (capacity - 1);
-      if (keys_[at] == kEmptySlot && 2 * nodes_.size() >= capacity) {
-        grow();
-        at = Slot(key, capacity);
-        while (keys_[at] != kEmptySlot && keys_[at] != key) at = (at + 1) & (capacity - 1);
-      }
-      if (keys_[at] == kEmptySlot) {
-        const auto fresh = static_cast<std::uint32_t>(nodes_.size());
-        keys_[at] = key;
-        targets_[at] = fresh;
-        nodes_.emplace_back();
-        firstChild.push_back(0);
-        nextSibling.push_back(firstChild[state]);
-        byte.push_back(c);
-        firstChild[state] = fresh;
-      }
-      state = targets_[at];
+    const std::string_view name = names[i];
+    if (name.empty()) {
+      firstEmpty_ = std::min(firstEmpty_, static_cast<std::uint32_t>(i));
+      continue;
     }
-    nodes_[state].word = std::min(nodes_[state].word, static_cast<std::uint32_t>(i));
+    std::uint64_t h = 0;
+    for (const char c : name) h = Push(h, c);
+    const std::uint64_t key = Key(h, name.size());
+    std::size_t at = SlotOf(key);
+    // A name seen before keeps its first record.
+    while (records_[at] != kNoRecord && !(keys_[at] == key && names[records_[at]] == name))
+      at = (at + 1) & (capacity - 1);
+    if (records_[at] != kNoRecord) continue;
+    keys_[at] = key;
+    records_[at] = static_cast<std::uint32_t>(i);
+    const std::size_t bit = static_cast<std::size_t>(key) & (filter_.size() * 64 - 1);
+    filter_[bit >> 6] |= std::uint64_t{1} << (bit & 63);
+    lengths_.push_back(static_cast<std::uint32_t>(name.size()));
   }
-  // Failure links breadth first: a state's suffixes are shorter, so theirs
-  // are known when it is reached. The root's own name (the empty one) is
-  // kept out of `best`: FirstIn reports non-empty names only.
-  std::vector<std::uint32_t> queue;
-  queue.reserve(nodes_.size());
-  for (std::uint32_t c = firstChild[0]; c; c = nextSibling[c]) queue.push_back(c);
-  for (std::size_t q = 0; q < queue.size(); ++q) {
-    const std::uint32_t s = queue[q];
-    Node& n = nodes_[s];
-    n.best = std::min(n.word, nodes_[n.fail].best);
-    for (std::uint32_t c = firstChild[s]; c; c = nextSibling[c]) {
-      nodes_[c].fail = s ? Step(n.fail, byte[c]) : 0;
-      queue.push_back(c);
-    }
+  std::sort(lengths_.begin(), lengths_.end());
+  lengths_.erase(std::unique(lengths_.begin(), lengths_.end()), lengths_.end());
+  lengths_.shrink_to_fit();
+  powers_.reserve(lengths_.size());
+  std::uint64_t power = 1;
+  std::size_t done = 0;
+  for (const std::uint32_t length : lengths_) {
+    for (; done < length; ++done) power = MulMod(power, base_);
+    powers_.push_back(power);
   }
-}
-
-std::uint32_t NameIndex::Child(std::uint32_t state, unsigned char c) const {
-  const std::uint64_t key = EdgeKey(state, c);
-  for (std::size_t at = Slot(key, keys_.size());; at = (at + 1) & (keys_.size() - 1)) {
-    if (keys_[at] == key) return targets_[at];
-    if (keys_[at] == kEmptySlot) return 0;  // the root is no one's child
-  }
-}
-
-std::uint32_t NameIndex::Step(std::uint32_t state, unsigned char c) const {
-  for (;;) {
-    if (const std::uint32_t to = Child(state, c)) return to;
-    if (state == 0) return 0;
-    state = nodes_[state].fail;
-  }
-}
-
-std::uint32_t NameIndex::Exact(std::string_view name) const {
-  std::uint32_t state = 0;
-  for (const char c : name)
-    if ((state = Child(state, static_cast<unsigned char>(c))) == 0) return kNoRecord;
-  return nodes_[state].word;
-}
-
-std::uint32_t NameIndex::FirstIn(std::string_view text) const {
-  std::uint32_t first = kNoRecord, state = 0;
-  for (const char c : text) {
-    state = Step(state, static_cast<unsigned char>(c));
-    first = std::min(first, nodes_[state].best);
-    if (first == 0) break;
-  }
-  return first;
 }
 
 bool Contains(std::string_view text, std::string_view pattern) {

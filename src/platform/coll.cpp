@@ -1,13 +1,39 @@
 #include "orvx/afx_coll.h"
 
+#include <algorithm>
+#include <atomic>
+
+std::uint64_t CPtrArray::NextStamp() {
+  static std::atomic<std::uint64_t> next{1};
+  return next.fetch_add(1, std::memory_order_relaxed);
+}
+
 void CPtrArray::SetAtGrow(int i, void* p) {
   if (i < 0) return;
   const auto at = static_cast<std::size_t>(i);
   if (at >= v_.size()) v_.resize(at + 1, nullptr);
   v_[at] = p;
+  Touch();
+}
+
+void CPtrArray::InsertAt(int i, void* p, int count) {
+  if (i < 0 || count <= 0) return;
+  const auto at = static_cast<std::size_t>(i);
+  if (at > v_.size()) v_.resize(at, nullptr);
+  v_.insert(v_.begin() + static_cast<std::ptrdiff_t>(at), static_cast<std::size_t>(count), p);
+  Touch();
+}
+
+void CPtrArray::RemoveAt(int i, int count) {
+  if (i < 0 || count <= 0 || static_cast<std::size_t>(i) >= v_.size()) return;
+  const auto at = static_cast<std::size_t>(i);
+  const std::size_t n = std::min(static_cast<std::size_t>(count), v_.size() - at);
+  v_.erase(v_.begin() + static_cast<std::ptrdiff_t>(at), v_.begin() + static_cast<std::ptrdiff_t>(at + n));
+  Touch();
 }
 
 void CPtrArray::SetSize(int size, int /*growBy*/) {
+  Touch();
   if (size <= 0) {
     std::vector<void*>().swap(v_);
     return;

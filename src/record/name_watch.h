@@ -1,9 +1,12 @@
-// Lookup indexes copy the names of the records they cover. A record that an
-// index has read marks itself; renaming a marked record moves a process-wide
-// generation, and an index made under another generation is made again. Names
-// change rarely (a load, a host's SetModelName), lookups often.
+// Lookup indexes hold hashes of the names of the records they cover. A record
+// that an index has read points at that index's rename counter, and a real
+// change of its name moves it, so that only the list holding the record makes
+// its index again. A record read by two indexes (a host's record both in the
+// library-wide array and elsewhere) moves a shared counter that every index
+// watches. Names change rarely (a load, a host's SetModelName), lookups often.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "orvx/prn_static_info.h"
@@ -11,14 +14,18 @@
 namespace orvx::detail {
 
 struct NameWatch {
-  static void Indexed(const CPrnStaticInfo& r) { r.nameIndexed_.store(true, std::memory_order_relaxed); }
-  static void Renamed(const CPrnStaticInfo& r) {
-    if (r.nameIndexed_.load(std::memory_order_relaxed)) Bump();
+  static void Indexed(const CPrnStaticInfo& r, std::atomic<std::uint64_t>& counter) {
+    std::atomic<std::uint64_t>* seen = nullptr;
+    if (r.nameWatch_.compare_exchange_strong(seen, &counter, std::memory_order_acq_rel) || seen == &counter) return;
+    r.nameWatch_.store(&SharedCounter(), std::memory_order_release);
   }
-  static std::uint64_t Generation();
+  static void Renamed(const CPrnStaticInfo& r) {
+    if (auto* counter = r.nameWatch_.load(std::memory_order_acquire)) counter->fetch_add(1, std::memory_order_acq_rel);
+  }
+  static std::uint64_t Shared() { return SharedCounter().load(std::memory_order_acquire); }
 
  private:
-  static void Bump();
+  static std::atomic<std::uint64_t>& SharedCounter();
 };
 
 }  // namespace orvx::detail

@@ -20,16 +20,15 @@ CPrnStaticInfo::~CPrnStaticInfo() = default;
 void CPrnStaticInfo::Close() { InTraySPSZSizeList.reset(); }
 
 void CPrnStaticInfo::SetModelName(CString name) {
+  if (name == ModelName) return;  // an index that read the name still holds
   ModelName = std::move(name);
   orvx::detail::NameWatch::Renamed(*this);
 }
 
-namespace {
-std::atomic<std::uint64_t> g_nameGeneration{0};
-}  // namespace
-
-std::uint64_t orvx::detail::NameWatch::Generation() { return g_nameGeneration.load(std::memory_order_acquire); }
-void orvx::detail::NameWatch::Bump() { g_nameGeneration.fetch_add(1, std::memory_order_acq_rel); }
+std::atomic<std::uint64_t>& orvx::detail::NameWatch::SharedCounter() {
+  static std::atomic<std::uint64_t> counter{0};
+  return counter;
+}
 
 const CString& CPrnStaticInfo::GetModelName() const { return ModelName; }
 int CPrnStaticInfo::GetVenderID() const { return F.VenderID; }
@@ -115,9 +114,8 @@ void CPrnStaticInfo::CopyParam(const CPrnStaticInfo* source) {
     std::memcpy(block.get(), source->InTraySPSZSizeList.get(), n);
   }
   if (source != this) {
-    ModelName = source->ModelName;
+    SetModelName(source->ModelName);
     F = source->F;
-    orvx::detail::NameWatch::Renamed(*this);
   }
   InTraySPSZSizeList = std::move(block);
 }
@@ -186,8 +184,9 @@ void CPrnStaticInfo::Serialize(CArchive& ar) {
     ar.Write(after.data(), after.size());
     return;
   }
-  ar >> ModelName;
-  orvx::detail::NameWatch::Renamed(*this);
+  CString name;
+  ar >> name;
+  SetModelName(std::move(name));
   ar.ReadExact(before.data(), before.size());
   Decode<0>(F, before.data(), Head{});
   InTraySPSZSizeList.reset();
