@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Throughput of `orvdb eval` on requests read from a file, per request kind,
 # beside what the library calls alone cost for the same requests, measured in
-# the same run (bench/eval_library_cost).
+# the same run (bench/eval_library_cost): the typical picture mix, info and
+# sizelist requests, picture requests of 8 and of 9 to 12 members, and
+# lookups in one database file.
 # Usage: bench/eval_throughput.sh [BUILD_DIR] [REQUESTS]
 set -euo pipefail
 build="${1:-build/default}"
@@ -27,8 +29,31 @@ awk -v n="$count" 'BEGIN {
   for (i = 0; i < n; i++) print r[i % 3];
 }' > "$work/info.jsonl"
 
+# The members a picture request may have, 8 and 9 to 12 of them: the check
+# for repeated members must cost as little per member above 8 as below.
+awk -v n="$count" 'BEGIN {
+  base = "\"op\":\"picture\",\"entry\":\"GetPictureIDEx\",\"form\":\"trays\",\"vendor\":1,\"group\":0,\"inTrays\":[\"Multi Purpose Tray\",\"Cassette 1\"],\"outTrays\":[\"Face Down Tray\"],\"options\":[\"HH-418\"]";
+  r[0] = base ",\"docOptions\":[]";
+  r[1] = r[0] ",\"duplexUnit\":0";
+  r[2] = r[1] ",\"outputUnit\":0";
+  r[3] = r[2] ",\"model\":\"Vantor LP-2100\"";
+  for (i = 0; i < n; i++) { print "{" base "}" > "/dev/stderr"; print "{" r[i % 4] "}" }
+}' > "$work/wide.jsonl" 2> "$work/eight.jsonl"
+# Lookups in one database of 9,000 models, each name with " PCL6": eval
+# checks per request that the file is still the one it read.
+awk 'BEGIN {
+  printf "{\"models\":[";
+  for (i = 0; i < 9000; i++) printf "%s{\"ModelName\":\"Vantor LP-%d\",\"VenderID\":1}", i ? "," : "", 9000 - i;
+  print "]}";
+}' > "$work/lookup.json"
+"$orvdb" build "$work/lookup.json" -o "$work/lookup.dat" 2>/dev/null || true
+awk -v n="$count" -v db="$work/lookup.dat" 'BEGIN {
+  for (i = 0; i < n; i++) printf "{\"op\":\"lookup\",\"db\":\"%s\",\"name\":\"Vantor LP-%d PCL6\"}\n", db, 1 + i * 7919 % 9000;
+}' > "$work/lookup.jsonl"
+sleep 3  # a database changed in the last seconds is read anew for each request
+
 # Wall-clock time on a shared machine varies: the best of five runs.
-for kind in picture info; do
+for kind in picture info eight wide lookup; do
   best=""
   for run in 1 2 3 4 5; do
     start=$(date +%s.%N)
@@ -41,7 +66,7 @@ for kind in picture info; do
   errors=$(grep -c '"error"' "$work/$kind.out" || true)
   [[ "$answers" -eq "$count" && "$errors" -eq 0 ]] || { echo "expected $count answers without errors, got $answers ($errors errors)" >&2; exit 1; }
   library=""
-  [[ -x "$cost" ]] && library="$(for run in 1 2 3; do "$cost" "$work/$kind.jsonl"; done | sort -n | head -1)"
+  [[ -x "$cost" && $kind != lookup ]] && library="$(for run in 1 2 3; do "$cost" "$work/$kind.jsonl"; done | sort -n | head -1)"
   awk -v t="$best" -v n="$count" -v k="$kind" -v lib="$library" 'BEGIN {
     per = t / n * 1e9
     printf "%-8s %d requests in %.3f s: %.0f requests/s, %.0f ns each", k, n, t, n / t, per

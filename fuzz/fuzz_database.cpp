@@ -1,12 +1,13 @@
 // The database loader over arbitrary bytes, in memory: a load that succeeds
-// stores back to exactly the bytes it consumed, and a failed one throws
-// nothing. (fuzz_attach checks that the library-wide loader, through the
+// stores back to exactly the bytes it consumed and is taken for a database by
+// the form decision, and a failed one throws nothing. (fuzz_attach checks that the library-wide loader, through the
 // file path of the entry, agrees with this one.)
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include "orvx/database.h"
+#include "orvx/db_form.h"
 
 namespace {
 
@@ -25,6 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   orvx::LoadError error;
   std::uint64_t consumed = 0;
   if (!db.LoadBytes({data, size}, error, &consumed)) return 0;
+  // Whatever loads is taken for a database by the form decision.
+  if (orvx::GuessForm({data, size}, size) != orvx::FileForm::Database) abort();
 
   // The same bytes back, except where the input spelt a string length in a
   // longer form than needed (the reader accepts those; the writer never

@@ -1,10 +1,12 @@
 // The tool's JSON model import: whatever it accepts must store, load and
-// export back to the same database.
+// export back to the same database, and the form decision must take it for
+// JSON (and the database for a database).
 #include <cstdlib>
 #include <string>
 
 #include "db_file.h"
 #include "db_json.h"
+#include "orvx/db_form.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto document = orvdb::Json::parse(data, data + size, nullptr, false);
@@ -16,6 +18,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const std::string bytes = orvdb::DatabaseBytes(db);
+  // The form decision takes what build accepts for JSON, and its database for one.
+  if (orvx::GuessForm({data, size}, size) != orvx::FileForm::Json) abort();
+  const auto* stored = reinterpret_cast<const std::uint8_t*>(bytes.data());
+  if (orvx::GuessForm({stored, bytes.size()}, bytes.size()) != orvx::FileForm::Database) abort();
 
   // Read one model at a time, the same records (a repeated "models" it refuses).
   try {

@@ -7,7 +7,7 @@ set -euo pipefail
 # DLL and its tests; --web emscripten for the wasm preset, with chromium,
 # its driver and Selenium for the page's browser test; --abi abigail-tools for
 # scripts/check-abi.sh. Any of them may be given together.
-pkgs=(cmake ninja-build g++ pkg-config python3 libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
+pkgs=(cmake ninja-build g++ pkg-config python3 python3-venv libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
 for arg in "$@"; do
   case "$arg" in
     --hardening) pkgs+=(clang libclang-rt-14-dev llvm valgrind gcovr) ;;

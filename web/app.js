@@ -18,6 +18,19 @@ const FIXES = {
   "trailing-bytes": "Check the record count.",
   "negative-count": "Write the real record count.",
 };
+// Real names of trays and units, offered where a row of the model's rule takes
+// them; a prefix without an example here is offered as what it is, the start
+// of a name to type.
+const EXAMPLES = {
+  inTrays: ["Multi Purpose Tray", "MP Tray", "Internal Tray", "Manual Feed", "Default Tray", "BC Tray",
+    "Envelope Feeder", "Bypass Tray", "Bulk Feeder", "Cassette 1", "Cassette 2", "Cassette 3", "Cassette 4", "Tray 1",
+    "Tray 2", "Large Capacity Feeder", "Feeder", "Drawer 1", "Side Deck", "3000 Sheet Feeder"],
+  outTrays: ["Face Up Tray", "Face Down Tray", "Face-up Tray", "Face-down Tray", "Rear Tray", "Top Tray", "Sub Tray",
+    "Left Tray", "Inner Tray", "Multi Tray", "Job Separator", "Mailbox", "5bin Mailbox", "9bin Sorter", "Stacker",
+    "Finisher Tray 1", "Finisher Tray 2", "Finisher Tray A", "Finisher Tray B", "Document Finisher", "Booklet Tray"],
+  options: [],
+  docOptions: ["Document Feeder"],
+};
 const LISTS = [
   ["inTrays", "inTray"],
   ["outTrays", "outTray"],
@@ -43,7 +56,8 @@ function emptyConfig() {
 const esc = (s) => String(s).replace(/[&<>"']/g, (c) => ({ "&": "&amp;", "<": "&lt;", ">": "&gt;", '"': "&quot;", "'": "&#39;" })[c]);
 const hex = (n, width = 8) => "0x" + (n >>> 0).toString(16).toUpperCase().padStart(width, "0");
 const ruleText = (r) => (typeof r === "string" ? r : `none (fixed ${hex(r.fixed, 1)})`);
-const shortFlag = (name) => name.replace(/^(Is|IX)/, (m) => (m === "IX" ? "IX" : ""));
+// A rule's name may break after its underscore, never inside a word.
+const ruleHtml = (r) => esc(ruleText(r)).replace(/_/g, "_<wbr>");
 
 function status(text, isError = false) {
   $("status").textContent = text;
@@ -52,7 +66,7 @@ function status(text, isError = false) {
 
 // ---- opening ------------------------------------------------------------------------------------
 
-function openBytes(bytes, name) {
+function openBytes(bytes, name, file = name) {
   let db;
   const started = performance.now();
   try {
@@ -64,6 +78,7 @@ function openBytes(bytes, name) {
   if (state.db) state.db.close();
   state.db = db;
   state.name = name;
+  state.dbFile = db.form === "dat" ? file : null;  // what an eval line's "db" names
   performance.mark("orvx-open");
   state.rows = db.records();
   state.findings = db.lint();
@@ -97,7 +112,7 @@ async function openSample() {
   try {
     const response = await fetch("sample.json");
     if (!response.ok) throw new Error(response.statusText);
-    openBytes(new Uint8Array(await response.arrayBuffer()), "sample (models.json)");
+    openBytes(new Uint8Array(await response.arrayBuffer()), "sample (models.json)", "models.json");
   } catch (e) {
     status(`The sample could not be read: ${e.message}`, true);
   }
@@ -140,8 +155,8 @@ function catalogueRows(rows) {
   return rows.map((r) =>
     `<tr tabindex="0" data-index="${r.index}"${r.index === selected ? ' aria-selected="true"' : ""}>` +
     `<td>${r.index}</td><td>${r.name ? esc(r.name) : '<span class="muted">(empty name)</span>'}</td><td>${r.vendor}</td><td>${r.group}</td>` +
-    `<td>${esc(ruleText(r.rules.GetPictureID))}</td><td>${esc(ruleText(r.rules.GetPictureIDEx))}</td>` +
-    `<td>${r.flagNames.map((f) => `<span class="badge" title="${f}">${shortFlag(f)}</span>`).join("")}` +
+    `<td>${ruleHtml(r.rules.GetPictureID)}</td><td>${ruleHtml(r.rules.GetPictureIDEx)}</td>` +
+    `<td>${r.flagNames.map((f) => `<span class="badge">${f}</span>`).join("")}` +
     `${r.flags & ~0x1fff ? `<span class="badge bad" title="bits outside the thirteen flags">${hex(r.flags & ~0x1fff, 1)}</span>` : ""}</td>` +
     `<td>${r.lint ? `<span class="lint-mark" title="${r.lint} lint finding${r.lint > 1 ? "s" : ""}">⚠ ${r.lint}</span>` : ""}</td></tr>`).join("");
 }
@@ -222,7 +237,7 @@ function renderModel() {
     : '<p class="muted">No lint findings.</p>';
   $("model-view").innerHTML = `
     <h2 id="model-title">${r.name ? esc(r.name) : "(empty name)"} <span class="muted">record ${r.index}</span></h2>
-    <p>GetPictureID: <strong>${esc(ruleText(r.rules.GetPictureID))}</strong> · GetPictureIDEx: <strong>${esc(ruleText(r.rules.GetPictureIDEx))}</strong>
+    <p>GetPictureID: <strong>${ruleHtml(r.rules.GetPictureID)}</strong> · GetPictureIDEx: <strong>${ruleHtml(r.rules.GetPictureIDEx)}</strong>
       <button type="button" id="to-picture">Picture calculator</button></p>
     <h3>Lint</h3>${findings}
     <h3>Fields</h3>
@@ -256,13 +271,15 @@ function renderPictureForm() {
   for (const [list, table] of LISTS) {
     const box = document.querySelector(`fieldset[data-list="${list}"]`);
     const legend = box.querySelector("legend").outerHTML;
-    const known = [...new Set(vocab.rows.filter((row) => row.table === table).flatMap((row) => row.literals))];
+    const { names, prefixes } = suggestions(vocab.rows.filter((row) => row.table === table), EXAMPLES[list]);
     const chosen = c[list].map((name, i) =>
       `<li><span>${i + 1}. ${esc(name)}</span> <button type="button" data-remove="${list}" data-at="${i}" aria-label="Remove ${esc(name)}">✕</button></li>`).join("");
     box.innerHTML = `${legend}
       <ol class="chosen">${chosen || '<li class="muted">none</li>'}</ol>
-      ${known.length ? `<div class="known" role="group" aria-label="Names the rule knows">${known.map((n) =>
-        `<button type="button" class="chip" data-add="${list}" data-name="${esc(n)}">${esc(n)}</button>`).join("")}</div>` : ""}
+      ${names.length ? `<div class="known" role="group" aria-label="Example names the rule knows">${names.map(([n, test]) =>
+        `<button type="button" class="chip" data-add="${list}" data-name="${esc(n)}" title="${esc(test)}">${esc(n)}</button>`).join("")}</div>` : ""}
+      ${prefixes.length ? `<p class="prefixes">Any name that begins with ${prefixes.map((p, i) =>
+        `<span><button type="button" class="link" data-prefix="${list}" data-name="${esc(p)}" aria-label="Type a name that begins with ${esc(p)}">“${esc(p)}”</button>${i + 1 < prefixes.length ? "," : ""}</span>`).join(" ")}</p>` : ""}
       <div class="any"><input type="text" data-type="${list}" aria-label="Any name for ${box.querySelector("legend").textContent.toLowerCase()}" placeholder="any name"><button type="button" data-add-typed="${list}">Add</button></div>`;
   }
   $("duplex").checked = !!c.duplexUnit;
@@ -270,6 +287,25 @@ function renderPictureForm() {
   $("string-9481").value = c.strings["9481"] || "";
   $("string-9482").value = c.strings["9482"] || "";
   renderPicture();
+}
+
+// What a list's rows recognise: example names (a row's whole names, and the
+// real names that begin with one of its prefixes), with the test that takes
+// each; and the prefixes, which are the starts of names, not names.
+function suggestions(rows, examples) {
+  const names = new Map(), prefixes = new Set();
+  for (const row of rows) {
+    for (const lit of row.literals) {
+      // The test's text marks a prefix with its length: begins with "Cassette" (8).
+      if (!row.test.includes(`"${lit}" (`)) {
+        if (!names.has(lit)) names.set(lit, [row.test, row.effect].filter(Boolean).join("; "));
+        continue;
+      }
+      prefixes.add(lit);
+      for (const n of examples) if (n.startsWith(lit) && !names.has(n)) names.set(n, [row.test, row.effect].filter(Boolean).join("; "));
+    }
+  }
+  return { names: [...names], prefixes: [...prefixes] };
 }
 
 function request() {
@@ -317,7 +353,13 @@ function renderPicture() {
         `<td>${s.row < 0 ? "none" : s.row}</td><td>${esc(s.test || (s.row < 0 ? "no row matched" : ""))}</td>` +
         `<td>${s.added ? hex(s.added) : ""}</td><td>${s.id >= 0 ? s.id : ""}</td></tr>`).join("") ||
         '<tr><td colspan="6" class="muted">The rule tested nothing.</td></tr>'}</tbody></table></div>`;
-  $("eval-line").value = orvx.requestLine(r, q);
+  // A database file's model is named by the file and the model, when the
+  // host's lookup of that name gives this record; else by vendor and group.
+  const byName = state.dbFile && r.name && state.db.lookup(r.name).index === r.index;
+  $("eval-line").value = orvx.requestLine(r, q, byName ? state.dbFile : undefined);
+  $("line-note").textContent = byName ? `Run it in the folder of ${state.dbFile}.`
+    : state.dbFile ? "The lookup of this name gives another record: the line names the vendor and group."
+    : "Opened from its JSON form, which orvdb eval does not read: the line names the vendor and group.";
 }
 
 function loadLine() {
@@ -329,6 +371,7 @@ function loadLine() {
       const found = state.db.lookup(model);
       if (found.index !== null && state.rows[found.index].name === model) index = found.index;
     }
+    if (index < 0 && vendor === undefined) throw new orvx.Error(`no model named “${model}” in this database`);
     if (index < 0) {
       const match = state.rows.find((r) => r.vendor === vendor && r.group === group);
       if (!match) throw new orvx.Error(`no model in this database has vendor ${vendor} and group ${group}`);
@@ -426,6 +469,12 @@ function wire() {
     const b = e.target.closest("button");
     if (!b || !state.selected) return;
     const c = state.config;
+    if (b.dataset.prefix) {
+      const input = form.querySelector(`input[data-type="${b.dataset.prefix}"]`);
+      input.value = b.dataset.name;
+      input.focus();
+      return;
+    }
     if (b.dataset.add) c[b.dataset.add].push(b.dataset.name);
     else if (b.dataset.remove) c[b.dataset.remove].splice(+b.dataset.at, 1);
     else if (b.dataset.addTyped) {

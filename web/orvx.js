@@ -7,7 +7,7 @@
 //   db.count; db.records(); db.record(3); db.lookup("Vantor LP-1200 PCL6");
 //   db.lint(); db.picture(3, {entry: "GetPictureIDEx", inTrays: ["Cassette 1"], outTrays: []});
 //   orvx.vocabulary(1, 2); orvx.flags; orvx.version
-//   orvx.requestLine(db.record(3), request); orvx.parseRequestLine(line)
+//   orvx.requestLine(db.record(3), request, "ORVDB.dat"); orvx.parseRequestLine(line)
 
 class OrvxError extends Error {
   constructor(message, offset) {
@@ -120,11 +120,17 @@ const orvx = {
   vocabulary(vendor, group) {
     return call("vocabulary", vendor, group);
   },
-  // An `orvdb eval` request line for a picture call on `record` (as db.record gives it).
-  requestLine(record, request) {
+  // An `orvdb eval` request line for a picture call on `record` (as db.record gives it): the
+  // model of database file `db` when a file is given (its lookup must give that record), else a
+  // fresh record of the same vendor and group.
+  requestLine(record, request, db) {
     const f = record.fields;
-    const line = { op: "picture", entry: request.entry || "GetPictureIDEx", vendor: f.VenderID, group: f.ModelGroupID };
-    if (typeof f.ModelName === "string") line.model = f.ModelName;
+    const line = { op: "picture", entry: request.entry || "GetPictureIDEx" };
+    if (db && typeof f.ModelName === "string") Object.assign(line, { db, model: f.ModelName });
+    else {
+      Object.assign(line, { vendor: f.VenderID, group: f.ModelGroupID });
+      if (typeof f.ModelName === "string") line.model = f.ModelName;
+    }
     for (const k of ["inTrays", "outTrays"]) line[k] = request[k] || [];
     if (line.entry === "GetPictureID") {
       line.duplexUnit = request.duplexUnit || 0;
@@ -146,7 +152,7 @@ const orvx = {
     }
     if (!q || typeof q !== "object" || Array.isArray(q) || (q.op !== undefined && q.op !== "picture"))
       throw new OrvxError('not a picture request (it needs "op":"picture")');
-    const { op, vendor, group, model, form, ...request } = q;
+    const { op, db, vendor, group, model, form, ...request } = q;
     return { model, vendor, group, request };
   },
 };

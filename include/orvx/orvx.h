@@ -47,7 +47,7 @@ typedef enum orvx_status {
   ORVX_E_FORMAT = 3,      /* the database is truncated or malformed */
   ORVX_E_MEMORY = 4,      /* not enough memory */
   ORVX_E_REGISTRY = 5,    /* the registry could not be read or written */
-  ORVX_E_NOT_FOUND = 6,   /* there is no such value */
+  ORVX_E_NOT_FOUND = 6,   /* there is no such value, or no file at the path */
   ORVX_E_UNSUPPORTED = 7  /* not available on this platform */
 } orvx_status;
 
@@ -170,6 +170,27 @@ ORVX_API int orvx_record_find_size_list(const orvx_record* r, int tray, unsigned
 ORVX_API int orvx_record_find_size_list_named(const orvx_record* r, const char* name, unsigned char* out,
                                               size_t capacity, size_t* length);
 
+/* Every size list of a record, one entry at a time in the order of its block,
+ * to walk a record's trays without reading the block by hand. A tray listed
+ * twice comes twice (the getters above answer its first entry); an entry that
+ * runs past the end of the block ends the walk. No name or list is longer
+ * than the block, so fixed buffers hold them. */
+#define ORVX_SIZE_LIST_MAX 256
+
+typedef struct orvx_size_list {
+  int tray;                                /* the tray number (0 to 255); -1 for an entry by name */
+  char name[ORVX_SIZE_LIST_MAX];           /* an entry by name: the tray's name, NUL-terminated; else "" */
+  size_t size_count;                       /* the number of size codes */
+  unsigned char sizes[ORVX_SIZE_LIST_MAX]; /* the size codes, as the getters above give them */
+} orvx_size_list;
+
+/* The number of entries; 0 for a record without size lists or a NULL record. */
+ORVX_API size_t orvx_record_size_list_count(const orvx_record* r);
+/* Entry `i` into *list. ORVX_E_NOT_FOUND when `i` is not below the count,
+ * ORVX_E_ARGUMENT for a NULL record or list; on failure *list is empty
+ * (tray -1, name "", no sizes). */
+ORVX_API int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_list* list);
+
 /* ---- picture IDs -------------------------------------------------------------- */
 
 #define ORVX_TRAY_NAME_SIZE 256
@@ -187,6 +208,13 @@ typedef struct orvx_tray {
   size_t final_name_length;             /* out: its whole length; a length of ORVX_TRAY_NAME_SIZE
                                            or more means final_name holds only its start */
 } orvx_tray;
+
+/* Fills *tray with a new tray's values: `name`, ID -1, add_unit 0, delivery
+ * 2 and an empty result, the defaults of the library's own tray records.
+ * Start every tray here: a zeroed orvx_tray has ID 0, which a rule that does
+ * not recognise the tray hands back as if it were a picture slot. A NULL
+ * `tray` is ignored. */
+ORVX_API void orvx_tray_init(orvx_tray* tray, const char* name);
 
 /* One picture call: the trays and units of one machine, and the host strings
  * that the rules read. Nothing process-wide is read: two calls on two threads
@@ -224,7 +252,9 @@ typedef enum orvx_step_kind {
   ORVX_STEP_IN_TRAY = 2,
   ORVX_STEP_OUT_TRAY = 3,
   ORVX_STEP_RULE = 4        /* bits the rule sets itself: start value, bits by drawer count, document-unit
-                               bit pair, fallback, duplex unit, output unit, final bits, a fixed result */
+                               bit pair, fallback, duplex unit, output unit, final bits, a fixed result;
+                               or a step that sets none: an input the rule does not read (a duplex or
+                               output unit), the step that leaves a result at 0 */
 } orvx_step_kind;
 
 typedef struct orvx_trace_step {

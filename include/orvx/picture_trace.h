@@ -1,7 +1,10 @@
 // What the picture rules did in one call, step by step, for tools that
 // explain a picture ID: every option and document-unit name and every tray
-// the rule tested, with the row that matched (or none), and every bit the
-// rule set by itself (start value, bits by drawer count, fallback, ...).
+// the rule tested, with the row that matched (or none), every bit the rule
+// set by itself (start value, bits by drawer count, fallback, ...), every
+// input it did not read (a unit without a bit, names the entry point drops,
+// trays of a group without a rule) and the step that left a 0 or a fixed
+// result.
 // A trace belongs to the one call it is handed to (orvx::PictureCaller).
 #pragma once
 

@@ -10,20 +10,24 @@ as UTF-8 with ``surrogateescape``, so any name (UTF-8 or not) round-trips:
 ``name.encode("utf-8", "surrogateescape")`` is ``Record.name_bytes``, and
 ``lookup`` takes either form.
 """
-import collections
-import ctypes
-import ctypes.util
-import enum
-import functools
-import os
-import sys
-import threading
+# Imported under private names: the package's namespace is its public names only.
+import collections as _collections
+import ctypes as _ctypes
+import ctypes.util as _ctypes_util
+import enum as _enum
+import functools as _functools
+import operator as _operator
+import os as _os
+import sys as _sys
+import threading as _threading
 
-__all__ = ["Database", "Record", "Tray", "TraceStep", "Error", "Status", "Match", "Flag", "FLAG_NAMES", "FIELDS",
-           "version", "set_host_string", "clear_host_strings"]
+__all__ = ["Database", "Record", "Tray", "TraceStep", "SizeList", "Error", "ArgumentError", "FileError",
+           "FormatError", "OutOfMemoryError", "RegistryError", "NotFoundError", "UnsupportedError", "Status",
+           "Match", "Flag", "FLAG_NAMES", "FIELDS", "version", "sample_database", "set_host_string",
+           "clear_host_strings", "__version__"]
 
 
-class Status(enum.IntEnum):
+class Status(_enum.IntEnum):
     """The library's status codes (``orvx_status`` of the C interface), as
     ``Error.status`` carries them:
 
@@ -43,7 +47,7 @@ class Status(enum.IntEnum):
     UNSUPPORTED = 7
 
 
-class Match(str, enum.Enum):
+class Match(str, _enum.Enum):
     """How ``Database.lookup`` found its record; equal to its plain name."""
     EXACT = "exact"          #: a record's name equals the query
     HP = "hp"                #: found after reading a leading "hp" as "HP"
@@ -59,46 +63,100 @@ class Error(Exception):
 
     ``message`` says what failed, ``status`` is a ``Status`` and ``offset``,
     for a damaged database (``Status.FORMAT``), the byte where the data went
-    wrong (else 0)."""
+    wrong (else 0). Each status has its subclass (``NotFoundError`` ...),
+    which is also the built-in exception a Python caller would catch."""
+    status = Status.ARGUMENT  # a subclass's own status, when none is given
 
-    def __init__(self, message, status=Status.ARGUMENT, offset=0):
-        super().__init__(message)
+    def __init__(self, message, status=None, offset=0):
+        super().__init__(message)  # the message alone: OSError would read more arguments as errno and text
         self.message = message
+        status = type(self).status if status is None else status
         self.status = Status(status) if status in Status._value2member_map_ else status
         self.offset = offset
+
+
+class ArgumentError(Error, ValueError):
+    """A required argument is missing or out of range, or the database is closed."""
+    status = Status.ARGUMENT
+
+
+class FileError(Error, OSError):
+    """A file could not be opened or read (something other than a missing file)."""
+    status = Status.IO
+
+
+class FormatError(Error, ValueError):
+    """The database is truncated or malformed; ``offset`` says where."""
+    status = Status.FORMAT
+
+
+class OutOfMemoryError(Error, MemoryError):
+    status = Status.MEMORY
+
+
+class RegistryError(Error, OSError):
+    status = Status.REGISTRY
+
+
+class NotFoundError(Error, FileNotFoundError):
+    """There is no such file or value."""
+    status = Status.NOT_FOUND
+
+
+class UnsupportedError(Error, NotImplementedError):
+    """Not available on this platform."""
+    status = Status.UNSUPPORTED
+
+
+_ERRORS = {cls.status: cls for cls in (ArgumentError, FileError, FormatError, OutOfMemoryError, RegistryError,
+                                       NotFoundError, UnsupportedError)}
+
+
+def _error(message, status, offset=0):
+    """The exception for a status: its class, or Error for a code this package does not know."""
+    return _ERRORS.get(status, Error)(message, status, offset)
 
 
 # ---- the library --------------------------------------------------------------
 
 def _candidates():
-    here = os.path.dirname(os.path.abspath(__file__))
-    env = os.environ.get("ORVX_LIBRARY")
+    here = _os.path.dirname(_os.path.abspath(__file__))
+    env = _os.environ.get("ORVX_LIBRARY")
     if env:
         yield env
         return
-    names = ["orvx.dll"] if sys.platform == "win32" else ["liborvx.dylib"] if sys.platform == "darwin" \
+    names = ["orvx.dll"] if _sys.platform == "win32" else ["liborvx.dylib"] if _sys.platform == "darwin" \
         else ["liborvx.so.0", "liborvx.so"]
     for n in names:
-        yield os.path.join(here, n)
-    try:
-        from . import _install  # written by cmake --install: where the library went
-        yield os.path.normpath(os.path.join(here, _install.LIBRARY))
-    except ImportError:
-        pass
-    found = ctypes.util.find_library("orvx")
+        yield _os.path.join(here, n)
+    library = _installed("LIBRARY")  # where cmake --install put the library
+    if library:
+        yield library
+    found = _ctypes_util.find_library("orvx")
     if found:
         yield found
     yield from names  # the system's search path
 
 
+def _installed(name):
+    """A path that the build or the install wrote into _install.py (absolute,
+    or from the package's folder); None when there is none."""
+    try:
+        from . import _install
+    except ImportError:
+        return None
+    path = getattr(_install, name, None)
+    return _os.path.normpath(_os.path.join(_os.path.dirname(_os.path.abspath(__file__)), path)) if path else None
+
+
 def _load():
     tried = []
     for path in _candidates():
-        if os.sep in path and not os.path.exists(path):
+        if _os.sep in path and not _os.path.exists(path):
             tried.append(path)
             continue
         try:
-            return ctypes.CDLL(path)
+            return _ctypes.CDLL(path)
         except OSError as e:
             tried.append(f"{path} ({e})")
     raise ImportError("orvx: the orvx library was not found; set ORVX_LIBRARY to its path. Tried: " + "; ".join(tried))
@@ -107,39 +165,39 @@ def _load():
 _lib = _load()
 
 
-class _CError(ctypes.Structure):
-    _fields_ = [("status", ctypes.c_int), ("offset", ctypes.c_uint64), ("message", ctypes.c_char * 256)]
+class _CError(_ctypes.Structure):
+    _fields_ = [("status", _ctypes.c_int), ("offset", _ctypes.c_uint64), ("message", _ctypes.c_char * 256)]
 
 
-class _CTray(ctypes.Structure):
-    _fields_ = [("name", ctypes.c_char_p), ("id", ctypes.c_int32), ("add_unit", ctypes.c_int32),
-                ("delivery", ctypes.c_int32), ("final_name", ctypes.c_char * 256),
-                ("final_name_length", ctypes.c_size_t)]
+class _CTray(_ctypes.Structure):
+    _fields_ = [("name", _ctypes.c_char_p), ("id", _ctypes.c_int32), ("add_unit", _ctypes.c_int32),
+                ("delivery", _ctypes.c_int32), ("final_name", _ctypes.c_char * 256),
+                ("final_name_length", _ctypes.c_size_t)]
 
 
-_names = ctypes.POINTER(ctypes.c_char_p)
+_names = _ctypes.POINTER(_ctypes.c_char_p)
 
 
-class _CCall(ctypes.Structure):
-    _fields_ = [("extended", ctypes.c_int), ("in_", ctypes.POINTER(_CTray)), ("in_count", ctypes.c_size_t),
-                ("out", ctypes.POINTER(_CTray)), ("out_count", ctypes.c_size_t), ("duplex_unit", ctypes.c_int),
-                ("output_unit", ctypes.c_int), ("options", _names), ("option_count", ctypes.c_size_t),
-                ("doc_options", _names), ("doc_option_count", ctypes.c_size_t),
-                ("manual_tray_name", ctypes.c_char_p), ("default_tray_name", ctypes.c_char_p)]
+class _CCall(_ctypes.Structure):
+    _fields_ = [("extended", _ctypes.c_int), ("in_", _ctypes.POINTER(_CTray)), ("in_count", _ctypes.c_size_t),
+                ("out", _ctypes.POINTER(_CTray)), ("out_count", _ctypes.c_size_t), ("duplex_unit", _ctypes.c_int),
+                ("output_unit", _ctypes.c_int), ("options", _names), ("option_count", _ctypes.c_size_t),
+                ("doc_options", _names), ("doc_option_count", _ctypes.c_size_t),
+                ("manual_tray_name", _ctypes.c_char_p), ("default_tray_name", _ctypes.c_char_p)]
 
 
-class _CStep(ctypes.Structure):
-    _fields_ = [("kind", ctypes.c_int), ("name", ctypes.c_char_p), ("input_name", ctypes.c_char_p),
-                ("final_name", ctypes.c_char_p), ("row", ctypes.c_int), ("test", ctypes.c_char_p),
-                ("added", ctypes.c_uint32), ("id", ctypes.c_int32)]
+class _CStep(_ctypes.Structure):
+    _fields_ = [("kind", _ctypes.c_int), ("name", _ctypes.c_char_p), ("input_name", _ctypes.c_char_p),
+                ("final_name", _ctypes.c_char_p), ("row", _ctypes.c_int), ("test", _ctypes.c_char_p),
+                ("added", _ctypes.c_uint32), ("id", _ctypes.c_int32)]
 
 
-_P = ctypes.c_void_p
-_err = ctypes.POINTER(_CError)
-_trays = ctypes.POINTER(_CTray)
-_u32p = ctypes.POINTER(ctypes.c_uint32)
-_size = ctypes.c_size_t
-_buf = ctypes.POINTER(ctypes.c_ubyte)
+_P = _ctypes.c_void_p
+_err = _ctypes.POINTER(_CError)
+_trays = _ctypes.POINTER(_CTray)
+_u32p = _ctypes.POINTER(_ctypes.c_uint32)
+_size = _ctypes.c_size_t
+_buf = _ctypes.POINTER(_ctypes.c_ubyte)
 
 
 def _fn(name, restype, *argtypes):
@@ -149,41 +207,42 @@ def _fn(name, restype, *argtypes):
     return f
 
 
-_version = _fn("orvx_version", ctypes.c_char_p)
-_open_file = _fn("orvx_db_open_file", ctypes.c_int, ctypes.c_char_p, ctypes.POINTER(_P), _err)
-_open_memory = _fn("orvx_db_open_memory", ctypes.c_int, ctypes.c_char_p, _size, ctypes.POINTER(_P), _err)
+_version = _fn("orvx_version", _ctypes.c_char_p)
+_open_file = _fn("orvx_db_open_file", _ctypes.c_int, _ctypes.c_char_p, _ctypes.POINTER(_P), _err)
+_open_memory = _fn("orvx_db_open_memory", _ctypes.c_int, _ctypes.c_char_p, _size, _ctypes.POINTER(_P), _err)
 _close = _fn("orvx_db_close", None, _P)
 _count = _fn("orvx_db_count", _size, _P)
 _record = _fn("orvx_db_record", _P, _P, _size)
-_lookup = _fn("orvx_db_lookup", _P, _P, ctypes.c_char_p, ctypes.POINTER(ctypes.c_int), ctypes.POINTER(_size))
-_match_name = _fn("orvx_match_name", ctypes.c_char_p, ctypes.c_int)
-_name = _fn("orvx_record_name", ctypes.POINTER(ctypes.c_char), _P, ctypes.POINTER(_size))
-_vendor = _fn("orvx_record_vendor_id", ctypes.c_int, _P)
-_group = _fn("orvx_record_model_group_id", ctypes.c_int, _P)
-_based = _fn("orvx_record_based_model_group_id", ctypes.c_int, _P)
-_icon = _fn("orvx_record_icon_index", ctypes.c_int, _P)
-_flags = _fn("orvx_record_flags", ctypes.c_uint32, _P)
+_lookup = _fn("orvx_db_lookup", _P, _P, _ctypes.c_char_p, _ctypes.POINTER(_ctypes.c_int), _ctypes.POINTER(_size))
+_match_name = _fn("orvx_match_name", _ctypes.c_char_p, _ctypes.c_int)
+_name = _fn("orvx_record_name", _ctypes.POINTER(_ctypes.c_char), _P, _ctypes.POINTER(_size))
+_vendor = _fn("orvx_record_vendor_id", _ctypes.c_int, _P)
+_group = _fn("orvx_record_model_group_id", _ctypes.c_int, _P)
+_based = _fn("orvx_record_based_model_group_id", _ctypes.c_int, _P)
+_icon = _fn("orvx_record_icon_index", _ctypes.c_int, _P)
+_flags = _fn("orvx_record_flags", _ctypes.c_uint32, _P)
 _flag_count = _fn("orvx_flag_count", _size)
-_flag_name = _fn("orvx_flag_name", ctypes.c_char_p, _size)
-_flag_bit = _fn("orvx_flag_bit", ctypes.c_uint32, _size)
-_flag_by_name = _fn("orvx_record_flag_by_name", ctypes.c_int, _P, ctypes.c_char_p)
-_info = _fn("orvx_record_info", ctypes.c_int, _P, ctypes.c_uint32, ctypes.POINTER(ctypes.c_int32))
+_flag_name = _fn("orvx_flag_name", _ctypes.c_char_p, _size)
+_flag_bit = _fn("orvx_flag_bit", _ctypes.c_uint32, _size)
+_flag_by_name = _fn("orvx_record_flag_by_name", _ctypes.c_int, _P, _ctypes.c_char_p)
+_info = _fn("orvx_record_info", _ctypes.c_int, _P, _ctypes.c_uint32, _ctypes.POINTER(_ctypes.c_int32))
 _field_count = _fn("orvx_field_count", _size)
-_field_name = _fn("orvx_field_name", ctypes.c_char_p, _size)
-_field_width = _fn("orvx_field_width", ctypes.c_int, _size)
-_field = _fn("orvx_record_field", ctypes.c_int, _P, _size, ctypes.POINTER(ctypes.c_int64))
-_find_size_list = _fn("orvx_record_find_size_list", ctypes.c_int, _P, ctypes.c_int, _buf, _size, ctypes.POINTER(_size))
-_find_size_list_named = _fn("orvx_record_find_size_list_named", ctypes.c_int, _P, ctypes.c_char_p, _buf, _size,
-                            ctypes.POINTER(_size))
-_size_list = _fn("orvx_record_size_list", _size, _P, ctypes.c_int, _buf, _size)
-_size_list_named = _fn("orvx_record_size_list_named", _size, _P, ctypes.c_char_p, _buf, _size)
+_field_name = _fn("orvx_field_name", _ctypes.c_char_p, _size)
+_field_width = _fn("orvx_field_width", _ctypes.c_int, _size)
+_field = _fn("orvx_record_field", _ctypes.c_int, _P, _size, _ctypes.POINTER(_ctypes.c_int64))
+_find_size_list = _fn("orvx_record_find_size_list", _ctypes.c_int, _P, _ctypes.c_int, _buf, _size, _ctypes.POINTER(_size))
+_find_size_list_named = _fn("orvx_record_find_size_list_named", _ctypes.c_int, _P, _ctypes.c_char_p, _buf, _size,
+                            _ctypes.POINTER(_size))
+_size_list = _fn("orvx_record_size_list", _size, _P, _ctypes.c_int, _buf, _size)
+_size_list_named = _fn("orvx_record_size_list_named", _size, _P, _ctypes.c_char_p, _buf, _size)
 _size_list_block = _fn("orvx_record_size_list_block", _size, _P, _buf, _size)
-_picture = _fn("orvx_picture", ctypes.c_int, _P, ctypes.POINTER(_CCall), _u32p, ctypes.POINTER(_P), _err)
-_trace_rule = _fn("orvx_trace_rule", ctypes.c_char_p, _P)
+_picture = _fn("orvx_picture", _ctypes.c_int, _P, _ctypes.POINTER(_CCall), _u32p, _ctypes.POINTER(_P), _err)
+_rule_for = _fn("orvx_rule_for", _ctypes.c_char_p, _ctypes.c_int, _ctypes.c_int, _ctypes.c_int, _u32p)
+_trace_rule = _fn("orvx_trace_rule", _ctypes.c_char_p, _P)
 _trace_count = _fn("orvx_trace_count", _size, _P)
-_trace_step_at = _fn("orvx_trace_step_at", ctypes.c_int, _P, _size, ctypes.POINTER(_CStep))
+_trace_step_at = _fn("orvx_trace_step_at", _ctypes.c_int, _P, _size, _ctypes.POINTER(_CStep))
 _trace_free = _fn("orvx_trace_free", None, _P)
-_set_string = _fn("orvx_host_set_string", ctypes.c_int, ctypes.c_uint, ctypes.c_char_p)
+_set_string = _fn("orvx_host_set_string", _ctypes.c_int, _ctypes.c_uint, _ctypes.c_char_p)
 _clear_strings = _fn("orvx_host_clear_strings", None)
 
 _OK, _E_NOT_FOUND = 0, 6
@@ -191,7 +250,7 @@ _FLAGS = [(_flag_name(i).decode(), _flag_bit(i)) for i in range(_flag_count())]
 
 #: The thirteen capability flags by name, as bits of ``Record.flags``
 #: (``Flag.IsColorPrinter`` is 0x0008).
-Flag = enum.IntFlag("Flag", _FLAGS, module=__name__)
+Flag = _enum.IntFlag("Flag", _FLAGS, module=__name__)
 Flag.__doc__ = "The capability flags of a model record, as bits of Record.flags."
 #: The flags' names, in bit order.
 FLAG_NAMES = tuple(name for name, _ in _FLAGS)
@@ -201,7 +260,7 @@ _FIELD_INDEX = {name: i for i, (name, _) in enumerate(FIELDS)}
 
 
 def _raise(err):
-    raise Error(err.message.decode("utf-8", "replace"), err.status, err.offset)
+    raise _error(err.message.decode("utf-8", "replace"), err.status, err.offset)
 
 
 def _bytes(text, what="a name"):
@@ -217,6 +276,18 @@ def _bytes(text, what="a name"):
     if b"\0" in raw:
         raise ValueError(f"{what} holds a zero byte: {text!r}")
     return raw
+
+
+def _c_int(value, what, low=-2**31, high=2**31 - 1):
+    """`value` as a number for a C parameter whose type holds `low` to `high`
+    (by default a 32-bit int): ctypes would silently cut anything wider."""
+    try:
+        number = _operator.index(value)
+    except TypeError:
+        raise TypeError(f"{what} must be an int, not {type(value).__name__}") from None
+    if not low <= number <= high:
+        raise ValueError(f"{what} must be from {low} to {high}, not {number}")
+    return number
 
 
 def _name_list(names, what):
@@ -236,13 +307,13 @@ def _text(raw):
 
 def _name_array(names):
     raw = [_bytes(n) for n in names]
-    return (ctypes.c_char_p * max(len(raw), 1))(*raw), len(raw)
+    return (_ctypes.c_char_p * max(len(raw), 1))(*raw), len(raw)
 
 
 def _holding(method):
     """Runs `method` with its database held open: ``close`` waits for it, and
     a call on a closed database raises ``Error``."""
-    @functools.wraps(method)
+    @_functools.wraps(method)
     def run(self, *args, **kwargs):
         db = self._db
         db._enter()
@@ -256,6 +327,20 @@ def _holding(method):
 def version():
     """The library's version, "MAJOR.MINOR.PATCH"."""
     return _version().decode()
+
+
+__version__ = version()
+
+
+def sample_database():
+    """The path of the sample database (ORVDB.dat) that ships with the
+    package: fictional models for every vendor and model group the picture
+    rules know. NotFoundError when this copy of the package has none (the
+    source tree's)."""
+    for path in (_os.path.join(_os.path.dirname(_os.path.abspath(__file__)), "ORVDB.dat"), _installed("SAMPLE")):
+        if path and _os.path.isfile(path):
+            return path
+    raise NotFoundError("no sample database ships with this copy of orvx (build it, or install the package)")
 
 
 # The host strings picture calls take when they are not given one (9481, 9482).
@@ -281,12 +366,18 @@ def clear_host_strings():
     _host_strings.clear()
 
 
-TraceStep = collections.namedtuple("TraceStep", "kind name input_name final_name row test added id")
+TraceStep = _collections.namedtuple("TraceStep", "kind name input_name final_name row test added id")
 TraceStep.__doc__ = """One step of a picture call's explanation: ``kind`` is "option",
 "doc_option", "in_tray", "out_tray" or "rule"; ``row`` the matching row of
 its table (-1: none); ``test`` that row's test, or what a rule step is;
 ``added`` the bits the step set; ``id`` a tray's ID after it (else -1)."""
 _STEP_KINDS = ("option", "doc_option", "in_tray", "out_tray", "rule")
+
+SizeList = _collections.namedtuple("SizeList", "tray sizes")
+SizeList.__doc__ = """One entry of a record's size lists: ``tray`` is the input tray's
+number (an int from 0 to 255) or, for a named entry, its name (str), and
+``sizes`` its paper-size codes (bytes)."""
+_NAMED_SIZE_LIST = 10  # the key of an entry that holds a tray's name, a zero byte, then the sizes
 
 
 def _read_trace(handle):
@@ -295,7 +386,7 @@ def _read_trace(handle):
         steps = []
         step = _CStep()
         for i in range(_trace_count(handle)):
-            _trace_step_at(handle, i, ctypes.byref(step))
+            _trace_step_at(handle, i, _ctypes.byref(step))
             steps.append(TraceStep(_STEP_KINDS[step.kind], _text(step.name), _text(step.input_name),
                                    _text(step.final_name), step.row, _text(step.test), step.added, step.id))
         return (None if rule is None else rule.decode()), steps
@@ -330,7 +421,7 @@ class Database:
 
     def __init__(self, path):
         """Opens the database file `path` (str, bytes or a path object)."""
-        raw = os.fsencode(path)
+        raw = _os.fsencode(path)
         if b"\0" in raw:
             raise ValueError(f"a path that holds a zero byte: {path!r}")
         self._open(lambda handle, err: _open_file(raw, handle, err))
@@ -338,7 +429,10 @@ class Database:
     @classmethod
     def from_bytes(cls, data):
         """Opens a database from a copy of `data` (bytes or another buffer)."""
-        data = bytes(data)
+        try:  # bytes(3) would be three zero bytes, bytes("x") an encoding error
+            data = memoryview(data).tobytes()
+        except TypeError:
+            raise TypeError(f"a database is bytes or another bytes-like object, not {type(data).__name__}") from None
         db = cls.__new__(cls)
         db._open(lambda handle, err: _open_memory(data, len(data), handle, err))
         return db
@@ -346,11 +440,11 @@ class Database:
     def _open(self, opener):
         self._handle = None
         self._db = self  # what _holding holds
-        self._state = threading.Condition()
+        self._state = _threading.Condition()
         self._calls = 0
         handle = _P()
         err = _CError()
-        if opener(ctypes.byref(handle), ctypes.byref(err)) != _OK:
+        if opener(_ctypes.byref(handle), _ctypes.byref(err)) != _OK:
             _raise(err)
         self._handle = handle
 
@@ -370,7 +464,7 @@ class Database:
     def _enter(self):
         with self._state:
             if self._handle is None:
-                raise Error("the database is closed", Status.ARGUMENT)
+                raise ArgumentError("the database is closed")
             self._calls += 1
 
     def _leave(self):
@@ -382,7 +476,7 @@ class Database:
     def _live(self):
         handle = self._handle
         if handle is None:
-            raise Error("the database is closed", Status.ARGUMENT)
+            raise ArgumentError("the database is closed")
         return handle
 
     def __enter__(self):
@@ -422,9 +516,9 @@ class Database:
         ``Match`` ("exact", "hp", "substring" or "default"); record is None
         only for an empty database."""
         raw = _bytes(name, "a model name")
-        how = ctypes.c_int(0)
+        how = _ctypes.c_int(0)
         index = _size(0)
-        if not _lookup(self._live(), raw, ctypes.byref(how), ctypes.byref(index)):
+        if not _lookup(self._live(), raw, _ctypes.byref(how), _ctypes.byref(index)):
             return None, Match.DEFAULT
         return Record(self, index.value), Match(_match_name(how.value).decode())
 
@@ -462,8 +556,8 @@ class Record:
     def name_bytes(self):
         """The model name as stored, in bytes."""
         length = _size(0)
-        p = _name(self._h(), ctypes.byref(length))
-        return ctypes.string_at(p, length.value)
+        p = _name(self._h(), _ctypes.byref(length))
+        return _ctypes.string_at(p, length.value)
 
     @property
     def name(self):
@@ -503,9 +597,9 @@ class Record:
         if isinstance(key, bool) or not isinstance(key, int):
             raise TypeError(f"an information key is an int such as 0x0D08, not {type(key).__name__}; "
                             f"for a field by name use record.field({key!r})")
-        value = ctypes.c_int32()
+        value = _ctypes.c_int32()
         # Checked before ctypes would cut the key to 32 bits.
-        if not 0 <= key <= 0xFFFFFFFF or _info(self._h(), key, ctypes.byref(value)) == _E_NOT_FOUND:
+        if not 0 <= key <= 0xFFFFFFFF or _info(self._h(), key, _ctypes.byref(value)) == _E_NOT_FOUND:
             raise KeyError(f"{key:#06x}" if key >= 0 else f"-{-key:#06x}")
         return value.value
 
@@ -516,26 +610,76 @@ class Record:
         GetInfo does, so Info040A's 255 is -1 there)."""
         if name not in _FIELD_INDEX:
             raise KeyError(f"{name!r} is no field of a record")
-        value = ctypes.c_int64()
-        _field(self._h(), _FIELD_INDEX[name], ctypes.byref(value))
+        value = _ctypes.c_int64()
+        _field(self._h(), _FIELD_INDEX[name], _ctypes.byref(value))
         return value.value
 
     @_holding
     def to_dict(self):
-        """The record as a dict under the names ``orvdb export`` uses: the model
-        name, every numeric field in database order as stored, the names of
-        the flags that are set after "Flags", and the size-list block (its
-        bytes, length byte first, or None)."""
+        """The record as ``orvdb export`` writes it: the model name
+        ("ModelNameBytes", a list of byte values, for a name that is not
+        UTF-8), every numeric field in database order as stored, the names of
+        the flags that are set after "Flags", and the size lists as
+        ``[{"tray": number or name, "sizes": [codes]}]`` (None: no block; the
+        block's bytes, length byte first, when it does not read as trays)."""
         h = self._h()
-        value = ctypes.c_int64()
-        out = {"ModelName": self.name}
+        value = _ctypes.c_int64()
+        raw = self.name_bytes
+        try:
+            out = {"ModelName": raw.decode("utf-8")}
+        except UnicodeDecodeError:
+            out = {"ModelNameBytes": list(raw)}
         for i, (name, _) in enumerate(FIELDS):
-            _field(h, i, ctypes.byref(value))
+            _field(h, i, _ctypes.byref(value))
             out[name] = value.value
             if name == "Flags":
                 out["FlagNames"] = [flag for flag in FLAG_NAMES if self.flag(flag)]
-        out["InTraySPSZSizeList"] = list(self.size_list_block()) or None
+        out["InTraySPSZSizeList"] = self._size_lists_json()
         return out
+
+    @staticmethod
+    def _walk_size_lists(block):
+        """The block's entries as (key, name bytes or None, sizes), and whether
+        the walk reached the block's end; the getters' walk, which stops at an
+        entry that runs past the end."""
+        end = min(len(block), block[0]) if block else 0
+        entries, at = [], 1
+        while at < end:
+            if at + 2 > end or at + 2 + block[at + 1] > end:
+                return entries, False
+            key, payload = block[at], block[at + 2:at + 2 + block[at + 1]]
+            at += 2 + len(payload)
+            zero = payload.find(0) if key == _NAMED_SIZE_LIST else -1
+            entries.append((key, payload[:zero], payload[zero + 1:]) if zero >= 0 else (key, None, payload))
+        return entries, True
+
+    @_holding
+    def size_lists(self):
+        """Every size list of the record in block order, as ``SizeList(tray,
+        sizes)``; [] without a block. Like ``size_list``, it reads nothing
+        from an entry that runs past the block's end onwards."""
+        return [SizeList(key if name is None else _text(name), sizes) for key, name, sizes in self._walk_size_lists(self.size_list_block())[0]]
+
+    def _size_lists_json(self):
+        block = self.size_list_block()
+        entries, whole = self._walk_size_lists(block)
+        try:
+            if block and whole and all(name is not None or key != _NAMED_SIZE_LIST for key, name, _ in entries):
+                return [{"tray": key if name is None else name.decode("utf-8"), "sizes": list(sizes)}
+                        for key, name, sizes in entries]
+        except UnicodeDecodeError:
+            pass
+        return list(self.size_list_block()) or None
+
+    @_holding
+    def rule(self, classic=False):
+        """The name of the picture rule that serves this record
+        ("GetOptionFlagEx_Nightjar"), in GetPictureIDEx or, with
+        ``classic=True``, in GetPictureID; None when no rule runs and the
+        picture ID is a fixed value. Nothing is computed."""
+        h = self._h()
+        name = _rule_for(_vendor(h), _group(h), 0 if classic else 1, None)
+        return None if name is None else name.decode()
 
     @_holding
     def size_list(self, tray):
@@ -544,20 +688,20 @@ class Record:
         listed without sizes, None for a tray that is not listed."""
         if isinstance(tray, bool) or not isinstance(tray, (int, str, bytes)):
             raise TypeError(f"a tray is a number or a name, not {type(tray).__name__}")
-        buf = (ctypes.c_ubyte * 256)()
+        buf = (_ctypes.c_ubyte * 256)()
         length = _size(0)
         if isinstance(tray, int):
             if not 0 <= tray <= 255:
                 raise ValueError(f"tray numbers are 0 to 255, not {tray}")
-            status = _find_size_list(self._h(), tray, buf, 256, ctypes.byref(length))
+            status = _find_size_list(self._h(), tray, buf, 256, _ctypes.byref(length))
         else:
-            status = _find_size_list_named(self._h(), _bytes(tray, "a tray name"), buf, 256, ctypes.byref(length))
+            status = _find_size_list_named(self._h(), _bytes(tray, "a tray name"), buf, 256, _ctypes.byref(length))
         return None if status == _E_NOT_FOUND else bytes(buf[:length.value])
 
     @_holding
     def size_list_block(self):
         """The whole size-list block, its length byte first; b"" when there is none."""
-        buf = (ctypes.c_ubyte * 256)()
+        buf = (_ctypes.c_ubyte * 256)()
         return bytes(buf[:_size_list_block(self._h(), buf, 256)])
 
     @_holding
@@ -578,7 +722,7 @@ class Record:
         h = self._h()
         in_trays, out_trays = _name_list(in_trays, "in_trays"), _name_list(out_trays, "out_trays")
         options, doc_options = _name_list(options, "options"), _name_list(doc_options, "doc_options")
-        result = ctypes.c_uint32()
+        result = _ctypes.c_uint32()
         err = _CError()
         opts, n_opts = _name_array(options)
         docs, n_docs = _name_array(doc_options)
@@ -588,24 +732,25 @@ class Record:
             names = [_bytes(t.name, "a tray name") for t in objs]  # kept alive through the call
             arr = (_CTray * max(len(objs), 1))()
             for c, t, n in zip(arr, objs, names):
-                c.name, c.id, c.add_unit, c.delivery = n, t.id, t.add_unit, t.delivery
+                c.name, c.id = n, _c_int(t.id, "a tray's id")
+                c.add_unit, c.delivery = _c_int(t.add_unit, "a tray's add_unit"), _c_int(t.delivery, "a tray's delivery")
             return objs, arr, names
         ins, cin, _keep_in = build(in_trays)
         outs, cout, _keep_out = build(out_trays)
         manual = _host_strings.get(9481) if manual_tray_name is None else _bytes(manual_tray_name, "a host string")
         default = _host_strings.get(9482) if default_tray_name is None else _bytes(default_tray_name, "a host string")
-        call = _CCall(0 if classic else 1, cin, len(ins), cout, len(outs), duplex_unit, output_unit,
-                      opts, n_opts, docs, n_docs, manual, default)
+        call = _CCall(0 if classic else 1, cin, len(ins), cout, len(outs), _c_int(duplex_unit, "duplex_unit"),
+                      _c_int(output_unit, "output_unit"), opts, n_opts, docs, n_docs, manual, default)
         trace = _P()
-        status = _picture(h, ctypes.byref(call), ctypes.byref(result), ctypes.byref(trace) if explain else None,
-                          ctypes.byref(err))
+        status = _picture(h, _ctypes.byref(call), _ctypes.byref(result), _ctypes.byref(trace) if explain else None,
+                          _ctypes.byref(err))
         if status != _OK:
             _raise(err)
         rule, steps = _read_trace(trace) if explain else (None, None)
         for objs, arr in ((ins, cin), (outs, cout)):
             for t, c in zip(objs, arr):
                 if c.final_name_length >= _CTray.final_name.size:
-                    raise Error(f"a tray's final name is {c.final_name_length} bytes, longer than the "
+                    raise ArgumentError(f"a tray's final name is {c.final_name_length} bytes, longer than the "
                                 f"{_CTray.final_name.size - 1} a picture call returns")
         for objs, arr in ((ins, cin), (outs, cout)):
             for t, c in zip(objs, arr):

@@ -67,6 +67,7 @@ int FromError(orvx_error* err, const orvx::Error& e) {
   switch (e.code) {
     case orvx::Error::Format: return Fail(err, ORVX_E_FORMAT, e.message, static_cast<std::uint64_t>(e.where));
     case orvx::Error::Memory: return Fail(err, ORVX_E_MEMORY, e.message);
+    case orvx::Error::NotFound: return Fail(err, ORVX_E_NOT_FOUND, e.message);
     default: return Fail(err, ORVX_E_IO, e.message);
   }
 }
@@ -180,12 +181,18 @@ struct TableStrings {
 // Trays for the name-list forms: default fields, and results nobody reads.
 std::vector<orvx_tray> NameTrays(const char* const* names, std::size_t count) {
   std::vector<orvx_tray> trays(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    trays[i].name = names[i];
-    trays[i].id = -1;
-    trays[i].delivery = 2;
-  }
+  for (std::size_t i = 0; i < count; ++i) orvx_tray_init(&trays[i], names[i]);
   return trays;
+}
+
+// Calls `f` with each complete entry of the record's block, in order, until it returns false.
+template <typename F>
+void WalkSizeLists(const orvx_record* r, F f) {
+  BYTE block[256];
+  const int n = Rec(r)->GetInTraySPSZSizeList(block);
+  orvx::SizeListReader reader({block, static_cast<std::size_t>(std::max(n, 0))});
+  for (orvx::SizeListEntry e; reader.Next(e);)
+    if (!f(e)) return;
 }
 
 int FieldValue(const orvx_record* r, const orvx::FieldDesc* field, int64_t* value) {
@@ -344,6 +351,44 @@ int orvx_record_find_size_list(const orvx_record* r, int tray, unsigned char* ou
 int orvx_record_find_size_list_named(const orvx_record* r, const char* name, unsigned char* out, size_t capacity,
                                      size_t* length) {
   return FindSizeList(r, name, name != nullptr, out, capacity, length);
+}
+
+size_t orvx_record_size_list_count(const orvx_record* r) {
+  std::size_t count = 0;
+  if (r) WalkSizeLists(r, [&](const orvx::SizeListEntry&) { return ++count, true; });
+  return count;
+}
+
+int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_list* list) {
+  if (!list) return ORVX_E_ARGUMENT;
+  list->tray = -1;
+  list->name[0] = '\0';
+  list->size_count = 0;
+  if (!r) return ORVX_E_ARGUMENT;
+  bool found = false;
+  WalkSizeLists(r, [&](const orvx::SizeListEntry& e) {
+    if (i--) return true;
+    const std::string_view name = e.Name();
+    const auto sizes = e.Sizes();
+    list->tray = e.Named() ? -1 : e.key;
+    std::memcpy(list->name, name.data(), name.size());  // both fit: a block holds at most 255 bytes
+    list->name[name.size()] = '\0';
+    list->size_count = sizes.size();
+    if (!sizes.empty()) std::memcpy(list->sizes, sizes.data(), sizes.size());
+    found = true;
+    return false;
+  });
+  return found ? ORVX_OK : ORVX_E_NOT_FOUND;
+}
+
+void orvx_tray_init(orvx_tray* tray, const char* name) {
+  if (!tray) return;
+  const orvx::PictureTray defaults;  // the library's one set of tray defaults
+  *tray = orvx_tray{};
+  tray->name = name;
+  tray->id = defaults.id;
+  tray->add_unit = defaults.addUnit;
+  tray->delivery = defaults.delivery;
 }
 
 int orvx_picture(const orvx_record* r, const orvx_picture_call* call, uint32_t* picture_id, orvx_trace** trace,

@@ -95,6 +95,19 @@ void Normalise(CPtrArray& inTrays, CPtrArray& outTrays) {
   }
 }
 
+// Trace lines for what the call brought but the entry point drops before
+// the rule runs (`given` as the caller passed it, `kept` as the rule sees it).
+void Unread(const CPrnStaticInfo& record, const Lists& given, const Lists& kept, bool extended) {
+  Scan s = Start(record, kept);
+  const std::string why = extended ? "GetPictureIDEx does not read it" : "GetPictureID does not read it";
+  if (given.duplexUnit && !kept.duplexUnit) Note(s, "duplex unit installed: " + why);
+  if (given.outputUnit && !kept.outputUnit)
+    Note(s, "output unit " + std::to_string(given.outputUnit) + ": " + (extended ? why : "this rule takes none"));
+  if (extended) return;
+  given.options.ForEach([&](std::string_view name) { TraceName(s, PictureTraceStep::Option, name, -1, why, 0); });
+  given.docOptions.ForEach([&](std::string_view name) { TraceName(s, PictureTraceStep::DocOption, name, -1, why, 0); });
+}
+
 }  // namespace
 
 DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists) {
@@ -109,7 +122,10 @@ DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists) 
     l.options = l.docOptions = {};
     if (route && route->form == Form::ClassicDuplex) l.outputUnit = 0;
   }
-  if (l.trace) l.trace->rule = route && route->name ? route->name : "";
+  if (l.trace) {
+    l.trace->rule = route && route->name ? route->name : "";
+    Unread(record, lists, l, extended);
+  }
   if (route && route->rule) return Run(*route->rule, record, l);
 
   Scan s = Start(record, l);
@@ -117,7 +133,14 @@ DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists) 
     (kind == PictureTraceStep::Option ? l.options : l.docOptions).ForEach([&](std::string_view name) {
       TraceName(s, kind, name, -1, "no rule runs for this group", 0);
     });
-  Credit(s, route ? "fixed result of the group" : "no rule for this group", route ? route->fixed : 0, -1);
+  NoteTrays(s, l.in, false, "no rule runs for this group");
+  NoteTrays(s, l.out, true, "no rule runs for this group");
+  if (l.duplexUnit) Note(s, "duplex unit installed: no rule runs for this group");
+  if (l.outputUnit) Note(s, "output unit " + std::to_string(l.outputUnit) + ": no rule runs for this group");
+  if (route && route->fixed)
+    Credit(s, "fixed result of the group", route->fixed, -1);
+  else
+    Note(s, route ? "fixed result of the group: 0" : "no rule for this group: picture ID 0");
   return s.result;
 }
 

@@ -135,6 +135,8 @@ void ScanTrays(Scan& s, std::span<const Row<Tray>> rows, CPtrArray& trays, Hook<
       tray.SetID(missId);  // the row after the table: any other tray
       step.row = static_cast<int>(rows.size());
       step.test = "any other out-tray";
+    } else if (rows.empty() && !pre) {
+      step.test = "not read by this rule";
     }
     step.added = s.result & ~before;
     step.id = tray.GetID();
@@ -165,7 +167,9 @@ void ScanOptions(Scan& s, std::span<const NameRow> first, std::span<const NameRo
       TraceName(s, PictureTraceStep::Option, name, number, DescribeTest(table[static_cast<std::size_t>(row)].test),
                 before);
     }
-    if (!matched) TraceName(s, PictureTraceStep::Option, name, -1, {}, s.result);
+    if (!matched)
+      TraceName(s, PictureTraceStep::Option, name, -1, first.empty() && second.empty() ? "not read by this rule" : "",
+                s.result);
   });
 }
 
@@ -220,6 +224,29 @@ void Credit(Scan& s, std::string_view what, DWORD bits, int row) {
   step.test = what;
   step.added = s.result & ~before;
   s.trace->steps.push_back(std::move(step));
+}
+
+void Note(Scan& s, std::string_view what, int row) {
+  if (!s.trace) return;
+  PictureTraceStep step;
+  step.kind = PictureTraceStep::Rule;
+  step.row = row;
+  step.test = what;
+  s.trace->steps.push_back(std::move(step));
+}
+
+void NoteTrays(Scan& s, CPtrArray& trays, bool out, std::string_view why) {
+  if (!s.trace) return;
+  for (int i = 0; i < trays.GetSize(); ++i) {
+    PictureTraceStep step;
+    step.kind = out ? PictureTraceStep::OutTray : PictureTraceStep::InTray;
+    step.name = out ? static_cast<COptOutTray*>(trays.GetAt(i))->GetName().view()
+                    : static_cast<COptInTray*>(trays.GetAt(i))->GetName().view();
+    step.tray = i;
+    step.test = why;
+    step.id = out ? static_cast<COptOutTray*>(trays.GetAt(i))->GetID() : static_cast<COptInTray*>(trays.GetAt(i))->GetID();
+    s.trace->steps.push_back(std::move(step));
+  }
 }
 
 void TraceName(Scan& s, PictureTraceStep::Kind kind, std::string_view name, int row, std::string test, DWORD before) {
@@ -286,8 +313,17 @@ DWORD Run(const Rule& rule, const CPrnStaticInfo& record, const Lists& lists) {
   if (s.result == 0) OwnStep(s, rule, Own::Fallback, "nothing set yet: fallback", rule.zeroFallback);
 
   ScanOut(s, rule.out, lists.out, rule.outPre, rule.outMissId);
-  if (lists.duplexUnit) OwnStep(s, rule, Own::Duplex, "duplex unit installed", rule.duplexBit);
-  if (lists.outputUnit && !s.stacker) OwnStep(s, rule, Own::OutputUnit, "output unit installed, no stacker", rule.outputUnitBit);
+  // A unit the rule has no bit for still gets its line: the trace names every input.
+  if (lists.duplexUnit && rule.duplexBit)
+    OwnStep(s, rule, Own::Duplex, "duplex unit installed", rule.duplexBit);
+  else if (lists.duplexUnit)
+    Note(s, "duplex unit installed: this rule does not read it");
+  if (lists.outputUnit && rule.outputUnitBit && !s.stacker)
+    OwnStep(s, rule, Own::OutputUnit, "output unit installed, no stacker", rule.outputUnitBit);
+  else if (lists.outputUnit && rule.outputUnitBit)
+    Note(s, "output unit installed, but a stacker was seen: no bit", OwnRow(rule, Own::OutputUnit));
+  else if (lists.outputUnit)
+    Note(s, "output unit " + std::to_string(lists.outputUnit) + ": this rule does not read it");
   OwnStep(s, rule, Own::Final, "always set", rule.finalBits);
   return s.result;
 }
@@ -314,8 +350,9 @@ void Describe(const Rule& rule, std::vector<PictureRuleRow>& rows, std::string_v
   if (rule.pair != BitPair::None) add(PictureTraceStep::DocOption, 0, &rule.docUnit, 0, -1, "a document unit");
 
   const auto trays = [&](auto table, PictureTraceStep::Kind kind, bool hasPre) {
-    static const char* const kWhen[] = {"", "the 4th of 4 in-trays", "not the 4th of 4 in-trays", "position ",
-                                        "position other than ", "drawer count ", "drawer count below ",
+    // Trays counted from 1, as every text a person reads counts them.
+    static const char* const kWhen[] = {"", "the 4th of 4 in-trays", "not the 4th of 4 in-trays", "in-tray ",
+                                        "in-trays other than ", "drawer count ", "drawer count below ",
                                         "drawer count at least "};
     static const char* const kStep[] = {"",
                                         "drawer: ID 21+n, bit 0x2<<n, n+1",
@@ -330,7 +367,8 @@ void Describe(const Rule& rule, std::vector<PictureRuleRow>& rows, std::string_v
       const auto also = [&](const std::string& text) { effect += (effect.empty() ? "" : "; ") + text; };
       if (r.when.when != When::Always) {
         std::string w = kWhen[static_cast<int>(r.when.when)];
-        if (w.back() == ' ') w += std::to_string(r.when.value);
+        const bool position = r.when.when == When::IndexIs || r.when.when == When::IndexIsNot;
+        if (w.back() == ' ') w += std::to_string(r.when.value + (position ? 1 : 0));
         also("only at " + w);
       }
       if (r.step != Step::None) also(kStep[static_cast<int>(r.step)]);

@@ -233,6 +233,11 @@ void AddLiterals(const Test& test, PictureRuleRow& row);
 Scan Start(const CPrnStaticInfo& record, const Lists& lists);
 // Records one step of the rule's own; `bits` go into the result.
 void Credit(Scan& s, std::string_view what, DWORD bits, int row);
+// Records a step that sets nothing, for a trace only: an input the rule does
+// not read, or the step that leaves a result at 0.
+void Note(Scan& s, std::string_view what, int row = -1);
+// Records, for each tray of `trays`, a step that says why the rule writes no ID into it.
+void NoteTrays(Scan& s, CPtrArray& trays, bool out, std::string_view why);
 // Records a unit name that a table of kind `kind` tested; `row` is its match or -1.
 void TraceName(Scan& s, PictureTraceStep::Kind kind, std::string_view name, int row, std::string test, DWORD before);
 void ScanIn(Scan& s, std::span<const InRow> rows, CPtrArray& trays, Hook<COptInTray> pre = nullptr);

@@ -105,7 +105,7 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
 
   const int c = lists.in.GetSize();
   const bool finisher = units[kHI331] || units[kHI372];
-  const FeederConfig* chosen = &kPloverFeeders[0];
+  const FeederConfig* chosen = nullptr;
   for (const auto& row : kPloverFeeders) {
     if (row.inTrays == c && row.gx268 == units[kGX268] && row.gx261 == (units[kGX261] > 0) &&
         row.gx266 == (units[kGX266] > 0)) {
@@ -119,19 +119,28 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
       break;
     }
   }
-  if (c <= 6)
+  const int slots = static_cast<int>(kPloverFeeders[0].slots.size());
+  if (!chosen) Note(s, "no feeder configuration matched: 0");
+  const FeederConfig& used = chosen ? *chosen : kPloverFeeders[0];
+  const int config = kPloverFirstConfig + static_cast<int>(&used - kPloverFeeders);
+  if (c <= slots)
     for (int j = 0; j < c; ++j) {
       auto& tray = *static_cast<COptInTray*>(lists.in.GetAt(j));
-      tray.SetID(chosen->slots[static_cast<std::size_t>(j)]);
+      tray.SetID(used.slots[static_cast<std::size_t>(j)]);
       if (!s.trace) continue;
       PictureTraceStep step;
       step.kind = PictureTraceStep::InTray;
       step.name = tray.GetName().view();
       step.tray = j;
-      step.test = "its position's slot in feeder configuration " + ConfigText(*chosen);
+      step.test = (chosen ? "" : "no feeder configuration matched: ") + std::string("the ID of in-tray ") +
+                  std::to_string(j + 1) + " in rule row " + std::to_string(config) + " (" + ConfigText(used) + ")" +
+                  (j < used.inTrays ? "" : ", which has " + std::to_string(used.inTrays) + " in-trays");
       step.id = tray.GetID();
       s.trace->steps.push_back(std::move(step));
     }
+  else
+    NoteTrays(s, lists.in, false,
+              "more than " + std::to_string(slots) + " in-trays: no feeder configuration, so no ID is written");
 
   ScanOut(s, kPloverOut, lists.out);
   return s.result;

@@ -100,7 +100,8 @@ namespace {
 FileStamp StampOf(const struct stat& st) {
   return {S_ISREG(st.st_mode), static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino),
           static_cast<std::uint64_t>(st.st_size),
-          static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+          static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec,
+          static_cast<std::int64_t>(st.st_ctim.tv_sec) * 1000000000 + st.st_ctim.tv_nsec};
 }
 }  // namespace
 
@@ -112,6 +113,14 @@ FileStamp Stamp(FileHandle file) {
 FileStamp StampPath(const char* name) {
   struct stat st {};
   return ::stat(name, &st) == 0 ? StampOf(st) : FileStamp{};
+}
+
+Error StatPath(const char* name, FileStamp& stamp) {
+  struct stat st {};
+  if (::stat(name, &st) != 0) return Failure();
+  if (!S_ISREG(st.st_mode)) return NotRegularFile();
+  stamp = StampOf(st);
+  return {};
 }
 
 Error LockExclusive(FileHandle file) {

@@ -100,16 +100,36 @@ Error RenameOver(const char* from, const char* to) {
 
 Error SyncDirectory(const char*) { return {}; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
+namespace {
+// A FILETIME counts 100 ns from 1601; stamps count nanoseconds from 1970.
+std::int64_t Nanoseconds(std::int64_t fileTime) { return (fileTime - 116444736000000000) * 100; }
+}  // namespace
+
 FileStamp Stamp(FileHandle file) {
   BY_HANDLE_FILE_INFORMATION info;
   if (!::GetFileInformationByHandle(H(file), &info)) return {};
+  FILE_BASIC_INFO basic{};
+  const bool times = ::GetFileInformationByHandleEx(H(file), FileBasicInfo, &basic, sizeof basic);
   const auto join = [](DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; };
   return {!(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY), info.dwVolumeSerialNumber,
           join(info.nFileIndexHigh, info.nFileIndexLow), join(info.nFileSizeHigh, info.nFileSizeLow),
-          static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime)) * 100};
+          Nanoseconds(static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime))),
+          times ? Nanoseconds(basic.ChangeTime.QuadPart) : 0};
 }
 
 FileStamp StampPath(const char*) { return {}; }  // the file index needs an open handle
+
+Error StatPath(const char* name, FileStamp& stamp) {
+  // The file index needs a handle: one opened for the attributes only, which
+  // reads nothing and shares everything.
+  const HANDLE h = ::CreateFileA(name, FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                 nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return Failure();
+  const bool disk = ::GetFileType(h) == FILE_TYPE_DISK;
+  stamp = Stamp(reinterpret_cast<FileHandle>(h));
+  ::CloseHandle(h);
+  return disk && stamp.regular ? Error{} : NotRegularFile();
+}
 
 Error LockExclusive(FileHandle file) {
   OVERLAPPED at{};

@@ -46,13 +46,18 @@ Error SyncDirectory(const char* dir);
 struct FileStamp {
   bool regular = false;
   std::uint64_t device = 0, inode = 0, size = 0;
-  std::int64_t modified = 0;  // nanoseconds
+  std::int64_t modified = 0;  // nanoseconds since 1970
+  std::int64_t changed = 0;   // the last change of content or metadata (a rename, a link), nanoseconds since 1970
   bool operator==(const FileStamp&) const = default;
 };
 FileStamp Stamp(FileHandle file);
 // The same for a path, without opening it (links followed); a stamp that
 // matches nothing where the platform cannot tell without opening.
 FileStamp StampPath(const char* name);
+// The stamp of the regular file `name` names (links followed), read without
+// opening it where the platform can (POSIX: one stat). Fails as OpenFile does
+// on a missing path and on anything but a regular file.
+Error StatPath(const char* name, FileStamp& stamp);
 // Waits for an exclusive advisory lock on `file`. Closing the file releases it.
 Error LockExclusive(FileHandle file);
 // The system's text for its error code.

@@ -60,6 +60,8 @@ bool ParseHexBytes(std::string_view s, std::vector<BYTE>& out) {
 }
 
 Error ParseValue(std::string_view line, Value& v) {
+  // Only continuation lines joined to nothing (a lone \ before a blank line) leave it empty.
+  if (line.empty()) return {Error::Format, "a line continued with \\ holds no value"};
   std::string_view rest;
   if (line.front() == '@') {
     rest = line.substr(1);

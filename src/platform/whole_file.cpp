@@ -104,6 +104,15 @@ Error IdentifyFile(const std::string& path, FileIdentity& identity) {
   return {};
 }
 
+Error StatFile(const std::string& path, FileState& state) {
+  if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
+  os::FileStamp stamp;
+  if (Error error = os::StatPath(path.c_str(), stamp); error.Failed())
+    return detail::About(path, "cannot open", std::move(error));
+  state = {{stamp.device, stamp.inode}, stamp.size, stamp.modified, stamp.changed};
+  return {};
+}
+
 Error ReplaceFile(const std::string& path, std::string_view bytes) {
   if (path.empty()) return {Error::Argument, "an empty path"};
   fs::path target;
@@ -113,8 +122,14 @@ Error ReplaceFile(const std::string& path, std::string_view bytes) {
   const fs::file_status st = fs::status(target, ec);
   const bool exists = fs::exists(st);
   if (exists && !fs::is_regular_file(st)) return detail::About(path, "", os::NotRegularFile());
-  if (target.has_parent_path() && !fs::is_directory(target.parent_path(), ec))
-    return {Error::NotFound, path + ": the folder " + target.parent_path().string() + " does not exist"};
+  if (target.has_parent_path()) {
+    const fs::file_status folder = fs::status(target.parent_path(), ec);
+    // A path that goes on through a file ("afile/", "afile/x") can name nothing.
+    if (fs::exists(folder) && !fs::is_directory(folder))
+      return {Error::Argument, path + ": " + target.parent_path().string() + " is a file, not a folder"};
+    if (!fs::is_directory(folder))
+      return {Error::NotFound, path + ": the folder " + target.parent_path().string() + " does not exist"};
+  }
 
   RemoveStaleTemps(target);
   std::string temp;

@@ -33,7 +33,8 @@ static int failures;
   X(orvx_picture_id_ex_names) X(orvx_host_set_string) X(orvx_host_clear_strings) X(orvx_host_set_app_name) \
   X(orvx_host_set_registry_key) X(orvx_host_set_registry_file) X(orvx_check_model) X(orvx_comm_config_save) \
   X(orvx_comm_config_load) X(orvx_picture) X(orvx_trace_rule) X(orvx_trace_count) X(orvx_trace_step_at)       \
-  X(orvx_trace_free) X(orvx_rule_for) X(orvx_rule_row_count) X(orvx_rule_row_at)
+  X(orvx_trace_free) X(orvx_rule_for) X(orvx_rule_row_count) X(orvx_rule_row_at) X(orvx_record_size_list_count) \
+  X(orvx_record_size_list_at) X(orvx_tray_init)
 
 static unsigned char* read_file(const char* path, size_t* size) {
   FILE* f = fopen(path, "rb");
@@ -82,8 +83,8 @@ static void test_failed_opens(const unsigned char* sample, size_t size, const ch
   orvx_error err;
   orvx_db* db = (orvx_db*)&err; /* must be reset to NULL on failure */
 
-  CHECK(orvx_db_open_file("/no/such/dir/ORVDB.dat", &db, &err) == ORVX_E_IO);
-  CHECK(db == NULL && err.status == ORVX_E_IO && strstr(err.message, "ORVDB.dat") != NULL);
+  CHECK(orvx_db_open_file("/no/such/dir/ORVDB.dat", &db, &err) == ORVX_E_NOT_FOUND);
+  CHECK(db == NULL && err.status == ORVX_E_NOT_FOUND && strstr(err.message, "ORVDB.dat") != NULL);
 
   CHECK(orvx_db_open_memory(sample, size - 5, &db, &err) == ORVX_E_FORMAT);
   CHECK(db == NULL && err.offset == size - 5 && strstr(err.message, "ends early") != NULL);
@@ -217,6 +218,40 @@ static void test_fields_and_lists(orvx_db* db) {
   CHECK(orvx_record_find_size_list(r, 5, NULL, 0, &n) == ORVX_OK && n == 0);
   CHECK(orvx_record_find_size_list(r, 3, list, sizeof list, &n) == ORVX_E_NOT_FOUND && n == 0);
   orvx_db_close(one);
+}
+
+/* The tray walk, a row per entry: the sample's named lists, and a block with
+ * a duplicate tray, a key-10 entry without a name (tray 10, as the getter by
+ * number reads it) and a last entry that runs past the end. */
+static void test_size_list_walk(orvx_db* db) {
+  static const unsigned char block[] = {19, 10, 3, 'A', 0, 7, 4, 1, 9, 4, 1, 8, 10, 2, 'B', 'C', 6, 5, 1};
+  static const struct { int own; size_t record, count, at; int status, tray; const char *name, *sizes; } rows[] = {
+      {0, 2, 2, 1, ORVX_OK, -1, "Multi Purpose Tray", "\1\2\3\7\11"}, {0, 0, 0, 0, ORVX_E_NOT_FOUND, -1, "", ""},
+      {1, 0, 4, 0, ORVX_OK, -1, "A", "\7"}, {1, 0, 4, 2, ORVX_OK, 4, "", "\10"}, {1, 0, 4, 3, ORVX_OK, 10, "", "BC"},
+      {1, 0, 4, 4, ORVX_E_NOT_FOUND, -1, "", ""}};
+  unsigned char data[4 + 2 + 71 + sizeof block + 10] = {1, 0, 0, 0, 1, 'W'};
+  orvx_db* one = NULL;
+  orvx_size_list list;
+  orvx_tray t;
+  size_t i;
+
+  memcpy(data + 4 + 2 + 71, block, sizeof block);
+  CHECK(orvx_db_open_memory(data, sizeof data, &one, NULL) == ORVX_OK);
+  for (i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
+    const orvx_record* r = rows[i].own ? orvx_db_record(one, 0) : orvx_db_record(db, rows[i].record);
+    memset(&list, 0x5A, sizeof list);
+    CHECK(orvx_record_size_list_count(r) == rows[i].count && orvx_record_size_list_at(r, rows[i].at, &list) == rows[i].status &&
+          list.tray == rows[i].tray && strcmp(list.name, rows[i].name) == 0 && list.size_count == strlen(rows[i].sizes) &&
+          memcmp(list.sizes, rows[i].sizes, list.size_count) == 0);
+  }
+  CHECK(orvx_record_size_list_at(NULL, 0, &list) == ORVX_E_ARGUMENT && list.size_count == 0);
+  orvx_db_close(one);
+
+  /* A new tray, whatever the memory held: ID -1 (a rule that does not know
+   * the tray leaves it so), delivery 2. */
+  memset(&t, 0x5A, sizeof t);
+  orvx_tray_init(&t, "Mystery Tray");
+  CHECK(t.id == -1 && t.add_unit == 0 && t.delivery == 2 && t.final_name_length == 0 && t.final_name[0] == '\0');
 }
 
 static orvx_tray tray(const char* name, int32_t id) {
@@ -394,6 +429,7 @@ int main(int argc, char** argv) {
     test_records(db);
     test_failed_calls(db);
     test_fields_and_lists(db);
+    test_size_list_walk(db);
     test_pictures(copy);
     test_picture_call(copy);
   }

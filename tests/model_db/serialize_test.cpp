@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+#include "orvx/database.h"
+#include "orvx/db_form.h"
 #include "orvx/model_db.h"
 #include "orvx/record_fields.h"
 #include "stream_layout.h"
@@ -150,4 +152,35 @@ TEST(TrayArchive, TrayRecordsRoundTripTheirArchivedFields) {
             std::tuple("Cassette 1", "lower", 21, -3, 7));
   EXPECT_EQ(std::tuple(out2.GetName().str(), out2.GetID(), out2.GetAddUnit(), out2.GetDerivery()),
             std::tuple("Face Down Tray", 51, 2, 2));
+}
+
+// The form of a file from its first bytes and length: databases whose count's
+// bytes look like JSON's, JSON after a byte-order mark or many blanks, and
+// the JSON form given where only a database is read.
+TEST(FileForm, CountDecidesBeforeFirstBytes) {
+  using orvx::FileForm;
+  const std::string bom = "\xEF\xBB\xBF";
+  const struct {
+    std::string head;
+    std::uint64_t length;
+    FileForm form;
+  } rows[] = {
+      {std::string("{\0\0\0", 4), 4 + 123 * 83, FileForm::Database},     // 123 records
+      {std::string("\n{\0\0", 4), 4 + 31498 * 83, FileForm::Database},   // 31,498 records
+      {std::string(" \0\0\0", 4), 10, FileForm::Database},                // 32 records, cut short
+      {"\xFF\xFF\xFF\xFF", 4, FileForm::Database},                        // a negative count
+      {bom + "{\"models\":[]}", 16, FileForm::Json},
+      {bom + "\n", 100, FileForm::Json},
+      {"\r\n\t ", 2000, FileForm::Json},
+      {"{\"models\":[]}", 13, FileForm::Json},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.head);
+    EXPECT_EQ(orvx::GuessForm({reinterpret_cast<const std::uint8_t*>(r.head.data()), r.head.size()}, r.length), r.form);
+  }
+  const std::string json = bom + " {\"models\": [{\"ModelName\": \"A\"}]}";
+  orvx::ModelDatabase db;
+  orvx::LoadError error;
+  EXPECT_FALSE(db.LoadBytes({reinterpret_cast<const std::uint8_t*>(json.data()), json.size()}, error));
+  EXPECT_EQ(error.message, "buffer: a JSON document, not a model database (orvdb build makes a database of its JSON form)");
 }

@@ -166,6 +166,9 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
       {k + "\"A\"=hex:01,,02\n", 3},
       {k + "\"A\"=hex(123456789):00\n", 3},
       {k + "\"A\"=hex():00\n", 3},
+      {k + "\\\n\n", 3},                                     // a lone continuation joined to nothing
+      {k + " \\\r\n\\\r\n \t\r\n[HKEY_CURRENT_USER\\B]\r\n", 3},
+      {k + "\"A\"=dword:1\n\\\n\r\n", 4},                    // then a line of a carriage return alone
       {std::string("REGEDIT4\n\0\1\2", 12), 1},
       {"\xFF\xFEW\0x", 1},                                      // odd UTF-16
   };
@@ -182,6 +185,8 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
   }
   Write(user_, k + "\"A\" x\n");
   EXPECT_EQ(orvx::registry::CheckFile(user_).message, "expected = after the value name");
+  Write(user_, k + "\\\n\n");
+  EXPECT_EQ(orvx::registry::CheckFile(user_).message, "a line continued with \\ holds no value");
 }
 
 TEST_F(Store, RewritesKeepCommentsAndLineEndsWhereTheyAre) {

@@ -1,14 +1,18 @@
 """The Python package against the built library: the same answers as
 `orvdb eval`, errors as orvx.Error, record lifetimes, byte-faithful names.
-Environment: ORVX_LIBRARY (the library), ORVX_SAMPLE_DB, ORVDB_BINARY."""
+Environment: ORVX_LIBRARY (the library), ORVX_SAMPLE_DB, ORVDB_BINARY,
+ORVX_PIP_SOURCE (the build tree's package for pip)."""
 import functools
 import json
 import operator
 import os
 import pydoc
 import random
+import shutil
 import struct
 import subprocess
+import sys
+import tempfile
 import threading
 import time
 import unittest
@@ -107,9 +111,17 @@ class Package(unittest.TestCase):
                                (lambda: record.size_list("Cassette\0 1"), ValueError),
                                (lambda: record.picture_id([orvx.Tray("A")], ["Face\0 Up"]), ValueError),
                                (lambda: orvx.set_host_string(9481, "Hand\0x"), ValueError),
-                               (lambda: orvx.set_host_string(2**32 + 9481, "Hand"), ValueError)]):
+                               (lambda: orvx.set_host_string(2**32 + 9481, "Hand"), ValueError),
+                               # numbers ctypes would cut to 32 bits, and what is no bytes-like object
+                               (lambda: record.picture_id(["Cassette 1"], classic=True, duplex_unit=2**32), ValueError),
+                               (lambda: record.picture_id(output_unit=-2**31 - 1), ValueError),
+                               (lambda: record.picture_id([orvx.Tray("Cassette 1", id=2**31)]), ValueError),
+                               (lambda: orvx.Database.from_bytes(3), TypeError)]):
                 with self.subTest(row=i), self.assertRaises(error):
                     use()
+        # The JSON form, where only a database is read, is named for what it is.
+        with self.assertRaisesRegex(orvx.Error, "a JSON document, not a model database.*orvdb build"):
+            orvx.Database.from_bytes(b'\xef\xbb\xbf{"models": []}')
 
     def test_close_while_other_threads_call(self):
         db = orvx.Database(SAMPLE)
@@ -163,17 +175,66 @@ class Package(unittest.TestCase):
                          (0x0008, 13, orvx.Status.FORMAT))
 
     def test_to_dict_names_fields_as_export_does(self):
-        out = subprocess.run([os.environ["ORVDB_BINARY"], "export", "--db", SAMPLE], capture_output=True,
-                             check=True).stdout
-        exported = json.loads(out)["models"]
+        # The sample, and blocks export writes as trays or as bytes (a broken tail, an
+        # unnamed key 10, a tray name or a model name that is not UTF-8).
+        blocks = [(b"A", bytes([7, 2, 2, 65, 66, 5, 0])), (b"B", bytes([10, 10, 4, 0x43, 0xE9, 0, 7, 3, 1, 8])),
+                  (b"C", bytes([7, 10, 2, 7, 8, 4, 5])), (b"E\xff", bytes([1]))]
+        data = struct.pack("<I", len(blocks)) + b"".join(record_bytes(name, block) for name, block in blocks)
+        with tempfile.NamedTemporaryFile(suffix=".dat") as f:
+            f.write(data), f.flush()
+            for path in (SAMPLE, f.name):
+                out = subprocess.run([os.environ["ORVDB_BINARY"], "export", "--db", path], capture_output=True,
+                                     check=True).stdout
+                with orvx.Database(path) as db:  # every name, in order
+                    self.assertEqual([list(r.to_dict().items()) for r in db], [list(m.items()) for m in json.loads(out)["models"]])
+        with orvx.Database.from_bytes(data) as db:
+            self.assertEqual([r.size_lists() for r in db],
+                             [[(2, b"AB"), (5, b"")], [("C\udce9", b"\x07"), (3, b"\x08")], [(10, b"\x07\x08")], []])
+            self.assertEqual([db[0].size_list(t) for t in (2, 5, 3)], [b"AB", b"", None])  # a tray listed without sizes
         with orvx.Database(SAMPLE) as db:
-            dicts = [r.to_dict() for r in db]
             self.assertEqual((db[0].field("Info040A"), db[0].info(0x040A)), (255, -1))  # as stored, as GetInfo widens
-        for got, want in zip(dicts, exported, strict=True):
-            self.assertEqual(list(got.items())[:-1], list(want.items())[:-1])  # all but the size lists, in order
-        # A tray listed without sizes is told from one not listed.
-        with orvx.Database.from_bytes(struct.pack("<I", 1) + record_bytes(b"A", bytes([7, 2, 2, 65, 66, 5, 0]))) as db:
-            self.assertEqual([db[0].size_list(t) for t in (2, 5, 3)], [b"AB", b"", None])
+
+    def test_errors_by_status(self):
+        closed = orvx.Database(SAMPLE)
+        closed.close()
+        for use, cls, builtin in [(lambda: orvx.Database("/no/such/ORVDB.dat"), orvx.NotFoundError, FileNotFoundError),
+                                  (lambda: orvx.Database(os.path.dirname(SAMPLE)), orvx.FileError, OSError),
+                                  (lambda: orvx.Database.from_bytes(b"\1\0\0\0"), orvx.FormatError, ValueError),
+                                  (lambda: len(closed), orvx.ArgumentError, ValueError)]:
+            with self.subTest(cls=cls), self.assertRaises(cls) as raised:
+                use()
+            e = raised.exception
+            self.assertEqual((isinstance(e, orvx.Error), isinstance(e, builtin), e.status, str(e)), (True, True, cls.status, e.message))
+        # Every status has its one class, and the package shows its public names only.
+        classes = {getattr(orvx, n).status: n for n in orvx.__all__ if n.endswith("Error") and n != "Error"}
+        self.assertEqual((sorted(classes), orvx.__version__), (list(orvx.Status)[1:], orvx.version()))
+        self.assertEqual(sorted(n for n in vars(orvx) if not n.startswith("_")), sorted(set(orvx.__all__) - {"__version__"}))
+
+    def test_rule_is_the_rule_a_picture_call_runs(self):
+        with orvx.Database(SAMPLE) as db:
+            rules = {(r.rule(classic=c), r.picture_id([], classic=c, explain=True)[1]) for r in db for c in (0, 1)}
+        self.assertTrue(all(a == b for a, b in rules) and (None, None) in rules, rules)
+
+    @unittest.skipUnless(os.environ.get("ORVX_PIP_SOURCE"), "no package for pip in this build")
+    def test_venv_install_outlives_the_build_tree(self):
+        """pip installs a copy of the build tree's package into a fresh venv; with that copy deleted, the
+        venv imports orvx and loads its own library and sample."""
+        with tempfile.TemporaryDirectory() as work:
+            build, venv, python = (os.path.join(work, *p) for p in (["build"], ["venv"], ["venv", "bin", "python"]))
+            shutil.copytree(os.environ["ORVX_PIP_SOURCE"], build, ignore=shutil.ignore_patterns("pip", "_install.py"))
+            shutil.copy(os.environ["ORVX_LIBRARY"], os.path.join(build, "liborvx.so.0"))
+            shutil.copy(SAMPLE, os.path.join(build, "ORVDB.dat"))
+            with open(os.path.join(build, "orvx", "_install.py"), "w") as f:
+                f.write("LIBRARY = '../liborvx.so.0'\nSAMPLE = '../ORVDB.dat'\n")
+            env = {k: v for k, v in os.environ.items() if k not in ("ORVX_LIBRARY", "PYTHONPATH", "LD_LIBRARY_PATH")}
+            for command in ([sys.executable, "-m", "venv", venv], [python, "-m", "pip", "install", "-q", "--no-index", build]):
+                subprocess.run(command, check=True, env=env, cwd=work)
+            shutil.rmtree(build)
+            out = subprocess.run([python, "-c", "import orvx; s = orvx.sample_database(); print(orvx.Database(s).lookup('Vantor LP-1200')"
+                                  "[0].name, orvx.__file__, s, *{l.split()[-1] for l in open('/proc/self/maps') if 'liborvx' in l}, sep='\\n')"],
+                                 capture_output=True, text=True, env=env, cwd=work)
+            name, *paths = out.stdout.splitlines()
+            self.assertEqual((name, len(paths), [p for p in paths if not p.startswith(venv + os.sep)]), ("Vantor LP-1200", 3, []), out.stderr)
 
     def test_names_that_are_not_utf8_round_trip(self):
         raw = b"Vantor \xe9\xff LP"

@@ -34,9 +34,13 @@ t 0 'Vantor LP-1300C' '' show --strict --db "$DB" 'prefix Vantor LP-1300C suffix
 t 0 '"match":"substring"' '' show --json --db "$DB" 'Vantor LP-1200 PCL6'
 # Where GetInfo answers other than the stored value, show says so.
 echo '{"models":[{"ModelName":"I","Info040A":255,"Info1200000":4294967295,"Info0D08":7}]}' >i.json && "$ORVDB" build i.json -o i.dat 2>/dev/null
-t 0 $'Info040A             255  (key 0x040A; GetInfo answers -1: 255 means not set)\n' '' show --db i.dat I
+t 0 'Info040A             255  (key 0x040A; GetInfo answers -1: 255 means not set)' '' show --db i.dat I
+# Each field's one-line meaning, the same as docs/database-format.md gives.
+sed -n 's/.*  # //p' out.txt | sort -u | while read -r note; do
+  grep -qF -- "$note" "$(dirname "$JSON")/../docs/database-format.md" || fail "not in docs/database-format.md: $note"
+done
 t 0 'GetInfo answers -1: an int, so values above 2147483647' '' show --db i.dat I
-[[ $(grep -c 'GetInfo answers' out.txt) == 2 ]] || fail "only two keys answer other than stored: $(<out.txt)"
+[[ $(sed 's/  # .*//' out.txt | grep -c 'GetInfo answers') == 2 ]] || fail "only two keys answer other than stored: $(<out.txt)"
 t 0 '"getInfo":{"Info040A":-1,"Info1200000":-1}' '' show --json --db i.dat I
 t 0 '"FlagNames":["IXDuplexer","IsOldTypePrinter","IsVantorPrinter"]' '' show --json --db "$DB" 'Vantor LP-1200'
 t 0 $'    2  Vantor LP-1200\n' '' find --db "$DB" 'lp-12'
@@ -65,6 +69,9 @@ echo '{"models":[{"ModelNameBytes":[67,97,102,233,32,255],"VenderID":65535,"Flag
   "Info040A":255,"Info0D08":65535,"Info1200000":4294967295,"Info1530000":-32768,"Info1400000":-32768,"InTraySPSZSizeList":[1]}]}' >e.json
 t 0 '' '' build e.json -o e.dat && "$ORVDB" export --db e.dat >e2.json && t 0 '' '' build e2.json -o e2.dat
 same e.dat e2.dat
+# An empty database exports as JSON, which builds it again.
+printf '\0\0\0\0' >none.dat && t 0 '{"models": []}' '' export --db none.dat && cp out.txt none.json && t 0 '' '' build none.json -o none2.dat
+same none.dat none2.dat
 # Size lists as trays: build computes the length and zero bytes, export gives
 # back trays (raw bytes for a malformed block), and the round trip is exact.
 echo '{"models":[{"ModelName":"S","InTraySPSZSizeList":[{"tray":"Cassette 1","sizes":[1,2,3]},{"tray":2,"sizes":[]}]},
@@ -97,6 +104,7 @@ done <<'END'
 {"models":[{"ModelName":7}]}|key "ModelName"
 {"models":{}}|"models"
 {"models":[|not valid JSON
+{"models":[{"ModelName":"A","VenderID":18446744073709551615}]}|key "VenderID": 18446744073709551615 is out of range
 END
 
 # Each lint finding from a small database after a clean default record; the
@@ -125,12 +133,26 @@ done <<'END'
 {"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[7,1,1,3,1,1,4]}|1|size-list-duplicate
 {"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[11,10,3,97,0,1,10,3,65,0,2]}|1|size-list-duplicate
 {"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[8,1,1,3,10,2,65,0]}|1|size-list-unreachable
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[8,10,5,67,97,243,0,1]}|1|size-list-name
+{"ModelName":"A","VenderID":1,"InTraySPSZSizeList":[{"tray":"Tray\u0007","sizes":[1]}]}|1|size-list-name
 {"ModelName":"A","VenderID":2,"ModelGroupID":14,"InTraySPSZSizeList":[8,10,2,65,0,1,1,3]}||
 END
 # The file around the records.
 (cat "$DB"; printf xyz) >trailing.dat && t 1 "from byte $(stat -c %s "$DB")) are never read [trailing-bytes]" '' lint trailing.dat
 printf '\377\377\377\377' >negative.dat && t 1 '"index":null,"name":"","code":"negative-count"' '' lint --json negative.dat
 head -c 100 "$DB" >cut.dat && t 2 '' 'cut.dat: a truncated or malformed model database (data ends early at byte 100)' lint cut.dat
+# The form of a file: 123 records (the count's first byte is "{"), JSON after
+# a byte-order mark, and the JSON form where only a database is read.
+seq 123 | awk 'BEGIN { printf "{\"models\":[" } { printf "%s{\"ModelName\":\"N%d-\",\"VenderID\":1}", (NR > 1 ? "," : ""), $1 } END { print "]}" }' >n123.json
+"$ORVDB" build n123.json -o n123.dat && printf '\357\273\277 ' >bom.json && cat n123.json >>bom.json
+while IFS='|' read -r code out err args; do
+  t "$code" "$out" "$err" $args
+done <<'END'
+0|||lint n123.dat
+0|no differences||diff n123.dat bom.json
+0|||lint bom.json
+2||bom.json: a JSON document, not a model database (orvdb build makes a database of its JSON form)|show --db bom.json N1-
+END
 
 # The registry store: supported models and COM port configurations.
 printf '%s\n' 'REGEDIT4' '[HKEY_LOCAL_MACHINE\SOFTWARE\Vantor Selby\Mon\Supported Models]' '"LP-1"=dword:01000100' \
@@ -182,19 +204,47 @@ t 2 '' '' picture --vendor 1
 t 2 '' '' picture --vendor 70000 --group 1
 t 2 '' '' picture --vendor 1 --group 1 --string 9481
 # explain credits every bit, and names every unit; rules lists the tables
-t 0 $'explain      option "Finisher": no row matched' '' picture --vendor 2 --group 21 --option Finisher \
+t 0 $'explain      option "Finisher": not read by this rule' '' picture --vendor 2 --group 21 --option Finisher \
   --doc-option ADF --in 'Optional Cassette 1' --explain
 grep -q 'in-tray 1 "Optional Cassette 1" tested as "Cassette 1": row 4' out.txt && grep -q 'doc-option "ADF"' out.txt &&
   grep -q 'credited bits 0x04000001, the whole picture ID' out.txt || fail "$(<out.txt)"
-t 0 $'GetOptionFlagEx_Dunlin\n  in-tray 0: begins with "Manu" (4) or "Mult" (4) or "MP T" (4) -> bits 0x800, ID 12' '' \
+t 0 $'GetOptionFlagEx_Dunlin\n  in-tray row 0: begins with "Manu" (4) or "Mult" (4) or "MP T" (4) -> bits 0x800, ID 12' '' \
   rules --vendor 2 --group 21
 t 0 $'model        Vantor LP-1200\nvendor 1, group 2: GetPictureID GetOptionFlag_Crake;' '' rules --db "$DB" 'Vantor LP-1200 PCL6'
 t 2 '' '' rules --db "$DB" 'Vantor LP-1200' --vendor 2 --group 21
-t 0 $'option 2: begins with "GX-266" (6) -> bits none; counted for the feeder configuration\n  option 3: begins with "HI-331" (6) -> bits 0x100000\n' '' \
+t 0 $'option row 2: begins with "GX-266" (6) -> bits none; counted for the feeder configuration\n  option row 3: begins with "HI-331" (6) -> bits 0x100000\n' '' \
   rules --vendor 2 --group 16
 t 0 '"GetPictureIDEx":{"rule":"GetOptionFlagEx_Nightjar"' '' rules --json
 t 0 '  any other group: GetPictureID none, picture ID 0; GetPictureIDEx GetOptionFlagEx_Nightjar' '' rules
 t 2 '' '' rules --vendor 1
+t 0 'only at in-tray 6; large feeder' '' rules --vendor 2 --group 20   # positions counted from 1
+# explain names every input the rule leaves unread and the step behind a 0 or fixed result.
+while IFS='|' read -r want args; do
+  read -ra words <<<"$args"
+  t 0 "$want" '' picture "${words[@]}" --explain
+done <<'END'
+explain      rule: duplex unit installed: this rule does not read it, bits none|--vendor 1 --group 2 --classic --duplex
+explain      rule: output unit 1: this rule takes none, bits none|--vendor 1 --group 16 --classic --output-unit 1
+explain      rule: output unit installed, but a stacker was seen: no bit (row 1), bits none|--vendor 1 --group 1 --classic --out IL-2 --output-unit 1
+explain      rule: duplex unit installed: GetPictureIDEx does not read it, bits none|--vendor 1 --group 2 --duplex
+explain      option "X": GetPictureID does not read it, bits none|--vendor 1 --group 2 --classic --option X
+explain      rule: no feeder configuration matched: 0, bits none|--vendor 1 --group 18 --in A B C
+explain      in-tray 7 "G": more than 6 in-trays: no feeder configuration, so no ID is written, bits none, ID -1|--vendor 1 --group 18 --in A B C D E F G
+explain      out-tray 1 "F": no rule runs for this group, bits none, ID -1|--vendor 3 --group 1 --out F
+explain      rule: fixed result of the group, bits 0x00000800|--vendor 2 --group 5 --classic
+END
+# Options that take values refuse none and refuse a following option; --strict refuses the default model.
+while IFS='|' read -r error args; do
+  read -ra words <<<"$args"
+  t 2 '' "$error" "${words[@]}"
+done <<'END'
+orvdb: --in needs a value, and "--out" is an option|picture --vendor 1 --group 2 --in --out X --explain
+orvdb: --in needs a value|picture --vendor 1 --group 2 --in
+orvdb: --db needs a value, and "--strict" is an option|show --db --strict X
+orvdb: --fail-on needs a value, and "--json" is an option|diff --fail-on --json a.dat b.dat
+END
+t 1 '[default model: no name matched]' '' picture --strict --db "$DB" 'no such model'
+t 0 '' '' picture --strict --db "$DB" 'Vantor LP-1200 PCL6'
 
 # eval: every request kind and every kind of bad request, answered as stored
 # (valid answers were checked against the library through its C interface).
@@ -273,16 +323,20 @@ for i in $(seq 1 16) X Y Z; do
   echo "{\"models\":[{\"ModelName\":\"M$i\",\"VenderID\":1}]}" >m.json && "$ORVDB" build m.json -o "c$i.dat" || fail "build c$i.dat"
 done
 ask c1.dat M1
-ln c1.dat h1.dat && cat cX.dat >c1.dat  # the same file, rewritten in place
-ask h1.dat M1
-cp cY.dat new.dat && mv new.dat c1.dat  # another file at that path
-ask c1.dat MY
-for i in $(seq 2 15); do ask "c$i.dat" "M$i"; done
-ask h1.dat M1      # 16 files kept; the first one used again
-ask c16.dat M16    # and so c1.dat (MY) goes
-cat cZ.dat >c1.dat
-ask c1.dat MZ
-ask h1.dat M1
+ln c1.dat h1.dat
+# Every change shows at the next request, though the size stays and it comes
+# within a tick of the last: rewritten in place (seen by every path),
+# replaced by renames (which alternate between two inodes).
+while IFS='|' read -r change path want; do
+  eval "$change"
+  ask "$path" "$want"
+done <<'END'
+cat cX.dat >c1.dat|h1.dat|MX
+cat cY.dat >c1.dat|c1.dat|MY
+for d in Z X; do cp "c$d.dat" new.dat && mv new.dat c1.dat && ask c1.dat "M$d"; done; cp cY.dat new.dat && mv new.dat c1.dat|c1.dat|MY
+END
+for i in $(seq 2 16); do ask "c$i.dat" "M$i"; done
+ask h1.dat MY  # 17 files: the least recently used went, and is read anew
 eval "exec ${EVAL[1]}>&-"
 wait "$eval_pid" || fail "eval through a pipe failed"
 
@@ -307,12 +361,34 @@ d 1 'size list of tray "C1": (no entry) -> 07' '{"ModelName":"A"}' '{"ModelName"
 d 1 'moved    "A": record 1 -> 3' "$A|$B|$C" "$B|$C|$A"
 d 1 'lookup   "LP-1200 PCL6": record 1 "LP-1200" (substring) -> record 1 "LP-12" (substring)' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}'
 d 1 'lookup   "LP-1200 PS"' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --names names.txt
-d 1 'picture  line 1 "A": record 1 "A", picture ID 0x00000800 -> 0x00000000; in-tray 0 "Multi Purpose Tray" ID 12 -> -1' \
+d 1 'picture  line 1 "A": record 1 "A" -> record 1 "A", picture ID 0x00000800 -> 0x00000000; in-tray 1 "Multi Purpose Tray" ID 12 -> -1' \
   '{"ModelName":"A","VenderID":1}' '{"ModelName":"A","VenderID":7}' --configs configs.txt
-d 1 $'0 added, 1 removed, 0 changed, 0 moved, 2 lookups drift, 0 pictures drift\n' "$A|$B" "$A" --summary
+d 1 $'0 added, 1 removed, 0 changed, 0 moved, 2 lookups changed, 0 names newly found, 0 pictures drift\n' "$A|$B" "$A" --summary
 [[ $(wc -l <out.txt) == 1 ]] || fail "diff --summary printed more than the counts"
-d 1 '"summary":{"added":1,"removed":0,"changed":0,"moved":0,"lookupDrift":3,' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --json
+d 1 '"summary":{"added":1,"removed":0,"changed":0,"moved":0,"lookupChanged":1,"newNames":2,' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --json
+# Lookup classes: an answer hosts already get that changes (another record,
+# another match, none) apart from a name that is newly found, and listed
+# before them; --fail-on picks the classes that fail. (";" separates fields.)
+L0='{"ModelName":"LP-1300"}' LC='{"ModelName":"LP-1300C"}'
+while IFS=';' read -r code out old new failon; do
+  d "$code" "$out" "$old" "$new" --fail-on "$failon"
+done <<END
+1;lookup   "LP-1300C PCL6": record 1 "LP-1300C" (substring) -> record 1 "LP-1300" (substring);$LC;$L0|$LC;lookups
+0;1 added, 0 removed, 0 changed, 0 moved, 1 lookups changed, 2 names newly found, 0 pictures drift;$LC;$L0|$LC;pictures
+1;lookup   "B": record 2 "B" (exact) -> record 0 "D" (default);$A|$B;$A;lookups
+0;new name "B": record 0 "D" (default) -> record 2 "B" (exact);$A;$A|$B;lookups,pictures
+1;new name "B PCL6";$A;$A|$B;new-names
+END
+d 1 'new name "LP-12"' '{"ModelName":"LP-1200"}' '{"ModelName":"LP-12"}|{"ModelName":"LP-1200"}' --names names.txt
+! sed -n '/^new name/,$p' out.txt | grep -q '^lookup' || fail "a changed lookup listed after the new names: $(<out.txt)"
+d 2 '' "$A" "$A" --fail-on lookup
 d 2 '' "$A" "$A" --names /nonexistent/names.txt
+# Names that differ only in bytes that are not UTF-8 print as export writes them.
+d 1 $'removed  record 1 [255,65]\nadded    record 1 [254,65]' '{"ModelNameBytes":[255,65]}' '{"ModelNameBytes":[254,65]}'
+d 1 '"removed":[{"index":1,"nameBytes":[255,65]}]' '{"ModelNameBytes":[255,65]}' '{"ModelNameBytes":[254,65]}' --json
+# A side without records has no picture ID and no trays.
+echo '{"models":[]}' >no-models.json && echo '{"models":[{"ModelName":"A","VenderID":1}]}' >one.json
+t 1 'picture ID no record -> 0x00000800; in-tray 1 no record -> "Multi Purpose Tray" ID 12' '' diff --configs configs.txt no-models.json one.json
 echo '{"op":"picture"}' >configs.txt
 d 2 '' "$A" "$A" --configs configs.txt
 t 2 '' 'missing.dat: no such file' diff "$DB" missing.dat
@@ -327,6 +403,7 @@ mkfifo fifo
 for target in fifo .; do t 2 '' 'is not a regular file (a directory, a device, a FIFO or a socket)' build ../models.json -o $target; done
 t 2 '' '' build ../models.json -o /dev/null
 [[ -p fifo && -c /dev/null ]] || fail "a special file was replaced"
+t 2 '' 'real.dat/: real.dat is a file, not a folder' build ../models.json -o real.dat/
 mkdir ro && echo old >ro/db.dat && chmod 500 ro
 [[ $(id -u) == 0 ]] || t 2 '' '' build ../models.json -o ro/db.dat   # (root is not stopped by permissions)
 [[ $(<ro/db.dat) == old ]] || fail "the file in a read-only folder changed"

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """The workbench page in headless chromium, from file:// with the network off,
 checked against the native orvdb: catalogue, lookup, model view, lint count,
-and 2,000 random picture calls through window.orvx, answer for answer.
+and 2,000 random picture calls through window.orvx, answer for answer; then
+its layout at 1280x800 and on a phone (390x844), with screenshots of both
+in WORKDIR/screens for a person to look at.
 
 usage: page_test.py ORVDB ORVDB.dat MODELS.json WORKDIR"""
 import json, random, subprocess, sys, tempfile
@@ -116,7 +118,58 @@ try:
     check(len(ids) > 50, f"the random machines give only {len(ids)} picture IDs")
     for line, w, g in zip(lines, want, got):
         check(w == g, f"request {line}\n  orvdb eval: {w}\n  wasm:       {g}")
+
+    # In the bundled ORVDB.dat: flag badges by their full names, as export names the flags; every
+    # chip of the calculator is a name its rule takes (alone, or as the last of four trays for rows
+    # that want a place), and a prefix is the start of a name to type, which adds no tray.
+    badges, offers = driver.execute_script("""document.getElementById('search').value = ''; document.getElementById('open-bundled').click();
+        const rows = [...document.querySelectorAll('#catalogue-table tbody tr')], out = [];
+        for (const tr of rows) for (const entry of ['GetPictureIDEx', 'GetPictureID']) {
+          tr.click(); document.querySelector(`input[name=entry][value=${entry}]`).click();
+          for (const {dataset: {add, name}} of document.querySelectorAll('#picture-form .chip'))
+            out.push([tr.dataset.index + entry, name, Math.max(-1, ...[[name], ['-', '-', '-', name]].flatMap((names) => testDb.picture(
+              +tr.dataset.index, {entry, [add]: names}).trace.filter((s) => s.kind !== 'rule' && s.input === name).map((s) => s.row)))]);
+        }
+        return [rows.map((tr) => [...tr.querySelectorAll('.badge')].map((b) => b.textContent)), out];""")
+    check(badges == [m["FlagNames"] for m in json.loads(run("export", "--db", sample_db).stdout)["models"]], f"badges {badges[:3]}")
+    chips = {name for at, name, _ in offers if at == "2GetPictureIDEx"}
+    check(len(offers) > 100 and min(row for *_, row in offers) >= 0 and {"Default Tray", "Top Tray"} <= chips
+          and not chips & {"Defa", "Top Tr", "Pape", "Face-u"}, f"{[o for o in offers if o[2] < 0][:5]} {chips}")
+    for click in ('tr[data-index="2"]', "#tab-picture", "input[value=GetPictureIDEx]", *(f'[data-list=inTrays] .chip[data-name="{n}"]'
+                  for n in ("Cassette 1", "Cassette 2", "Default Tray", "Cassette 3")), '[data-prefix=outTrays][data-name="Pape"]'):
+        driver.find_element(By.CSS_SELECTOR, click).click()
+    # The eval line of a database's model names the file and the model, and eval gives the page's ID.
+    typed, chosen, line, shown = driver.execute_script("return ['input[data-type=outTrays]', '[data-list=outTrays] .chosen', '#eval-line',"
+                                                      " '#picture-id'].map((q) => document.querySelector(q)).map((e) => e.value ?? e.textContent.trim())")
+    answer = subprocess.run([Path(orvdb).resolve(), "eval"], input=line + "\n", capture_output=True, text=True, cwd=Path(sample_db).parent).stdout
+    check((typed, chosen) == ("Pape", "none") and json.loads(line).keys() >= {"db", "model"}
+          and json.loads(answer).get("pictureId") == int(shown, 16), f"{typed!r} {chosen!r}: {line} gives {answer}")
+
+    # Layout: scroll containers shown per pane, sideways scrolling, rule names broken inside a word,
+    # phone cells out of sight, and whether the Bits heading and the first bit are seen once scrolled to.
+    layout = """const shown = (e) => e.getClientRects().length > 0, page = document.documentElement, all = (q) => [...document.querySelectorAll(q)];
+        const scrolls = (e) => shown(e) && !e.matches('textarea') && /(auto|scroll)/.test(getComputedStyle(e).overflowX + getComputedStyle(e).overflowY);
+        const broken = all('#catalogue-table td:nth-child(5), #catalogue-table td:nth-child(6)').filter((td) => {
+          const chars = [...td.childNodes].filter((c) => c.nodeType === 3).flatMap((n) => [...n.data].map((ch, i) => {
+            const r = document.createRange(); r.setStart(n, i); r.setEnd(n, i + 1); return [ch, r.getClientRects()[0]?.top]; }));
+          return chars.some(([, top], i) => i && top > chars[i - 1][1] + 2 && !/[_ ]/.test(chars[i - 1][0])); }).length;
+        return {panes: ['#catalogue', '#detail'].map((p) => all(`${p}, ${p} *`).filter(scrolls).length), broken,
+          sideways: all('*').filter((e) => scrolls(e) && e.scrollWidth > e.clientWidth + 1).length, wide: page.scrollWidth > innerWidth,
+          hidden: all('#catalogue-table tbody tr:nth-child(-n+5) td').filter((td) => td.textContent && (!shown(td) ||
+            td.getBoundingClientRect().right > innerWidth || td.getBoundingClientRect().left < 0)).length, tall: page.scrollHeight > innerHeight,
+          covered: all('#picture-result h3, #picture-result .bits li').filter(shown).slice(0, 2).filter((e) => { e.scrollIntoView();
+            const r = e.getBoundingClientRect(); return !e.contains(document.elementFromPoint(r.left + 5, r.top + r.height / 2)); }).length};"""
+    screens = work / "screens"
+    screens.mkdir(exist_ok=True)
+    for width, height, phone, tab in [(w, h, w < 900, t) for w, h in ((1280, 800), (390, 844)) for t in ("model", "picture")]:
+        driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": width, "height": height, "deviceScaleFactor": 1, "mobile": phone})
+        driver.execute_script(f"document.getElementById('tab-{tab}').click(); scrollTo(0, 0);"
+                              " if (arguments[0]) document.getElementById('detail').scrollIntoView();", tab == "picture")
+        driver.save_screenshot(str(screens / f"{width}x{height}-{tab}.png"))
+        seen = driver.execute_script(layout)
+        check(not (seen["broken"] or seen["sideways"] or seen["covered"] or seen["wide"]) and (
+              seen["hidden"] == 0 if phone else seen["panes"] == [1, 1] and not seen["tall"]), f"{width}x{height} {tab}: {seen}")
     print(f"page test passed: {len(rows)} models, lookup, model view, {lint_count} lint findings, "
-          f"{len(got)} picture calls equal to orvdb eval")
+          f"{len(got)} picture calls equal to orvdb eval, layout at 1280x800 and 390x844 (screenshots in {screens})")
 finally:
     driver.quit()

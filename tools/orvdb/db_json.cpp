@@ -1,8 +1,8 @@
 #include "db_json.h"
 
-#include <optional>
 #include <string_view>
 
+#include "orvx/db_form.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
 #include "orvx/text.h"
@@ -182,7 +182,7 @@ std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t in
                          ? INT64_MAX
                          : value.get<std::int64_t>();
       if (!orvx::FieldValueFits(*d, v))
-        Fail(index, model, key, std::to_string(v) + " is out of range for a " +
+        Fail(index, model, key, value.dump() + " is out of range for a " +  // as written, not as clamped
                                     std::to_string(orvx::FieldWidth(d->type) * 8) + "-bit " +
                                     (orvx::FieldSigned(d->type) ? "signed" : "unsigned") + " field");
       orvx::WriteField(record->Fields(), *d, v);
@@ -254,21 +254,19 @@ orvx::Error ReadModels(const std::string& source, orvx::ModelDatabase& db) {
 }
 
 orvx::Error LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing) {
-  // Only the blanks before the first other byte are read to tell the forms apart.
+  // Only the first four bytes are read to tell the forms apart.
   CFile file;
   if (orvx::Error e = orvx::detail::OpenDatabase(path, file); e.Failed()) return e;
-  char buffer[4096];
-  std::optional<bool> models;
+  std::uint8_t head[4];
+  std::size_t got = 0;
   try {
-    for (UINT n; !models && (n = file.Read(buffer, sizeof buffer)) != 0;) {
-      const std::string_view chunk(buffer, n);
-      if (const auto at = chunk.find_first_not_of(" \t\r\n"); at != chunk.npos) models = chunk[at] == '{';
-    }
+    for (UINT n = 1; got < sizeof head && n != 0; got += n) n = file.Read(head + got, static_cast<UINT>(sizeof head - got));
   } catch (const CFileException&) {
     return orvx::detail::LoadFailure(path);
   }
+  const std::uint64_t length = file.GetLength();
   file.Close();
-  if (models.value_or(false)) return ReadModels(path, db);
+  if (orvx::GuessForm({head, got}, length) == orvx::FileForm::Json) return ReadModels(path, db);
   return orvx::detail::LoadFile(path, db, framing);
 }
 

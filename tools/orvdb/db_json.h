@@ -56,8 +56,8 @@ std::string TrayLabel(const TraySizes& t);
 orvx::Error ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db);
 // A database from its JSON source file.
 orvx::Error ReadModels(const std::string& source, orvx::ModelDatabase& db);
-// A database file or its JSON form (a file whose first non-blank byte is
-// "{"). A database file is read through the loader, never held whole, and
+// A database file or its JSON form, told apart by orvx::GuessForm (a byte-order
+// mark before the JSON is skipped). A database file is read through the loader, never held whole, and
 // `framing` (when given) receives how far its read got.
 orvx::Error LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing = nullptr);
 

@@ -18,10 +18,27 @@ namespace {
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
+// A name that is not UTF-8 shows as the array of its bytes, as export writes
+// it: two different names never print the same.
+Json NameBytes(std::string_view s) {
+  Json bytes = Json::array();
+  for (const unsigned char c : s) bytes.push_back(c);
+  return bytes;
+}
+
 std::string Quote(std::string_view s) {
+  if (!orvx::text::IsValidUtf8(s)) return NameBytes(s).dump();
   std::string out;
   AppendJsonString(out, s);
   return out;
+}
+
+// j[key] = name, or j[key + "Bytes"] = its bytes (export's "ModelNameBytes").
+void PutName(Json& j, const std::string& key, std::string_view name) {
+  if (orvx::text::IsValidUtf8(name))
+    j[key] = name;
+  else
+    j[key + "Bytes"] = NameBytes(name);
 }
 
 std::string_view NameOf(const orvx::ModelDatabase& db, std::size_t i) { return db[i].GetModelName().view(); }
@@ -135,13 +152,17 @@ orvx::Error ReadLines(const std::string& path, std::vector<std::string>& lines) 
 
 struct Report {
   Json added = Json::array(), removed = Json::array(), changed = Json::array(), moved = Json::array(),
-       lookups = Json::array(), pictures = Json::array();
+       lookups = Json::array(), newNames = Json::array(), pictures = Json::array();
   std::vector<std::string> lines;  // the text form, after the summary
+  bool full = true;  // false for --summary: entries are counted as nulls, and no line is made
+  std::vector<std::string> newNameLines;  // listed after the changed lookups
 };
 
 Json Who(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
   if (i < 0) return nullptr;
-  return {{"index", i}, {"name", NameOf(db, static_cast<std::size_t>(i))}};
+  Json who = {{"index", i}};
+  PutName(who, "name", NameOf(db, static_cast<std::size_t>(i)));
+  return who;
 }
 
 std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
@@ -152,8 +173,7 @@ std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
 // each database. Eval reads the request; "db", "vendor" and "group" are left
 // out, as the databases are the two being compared, and eval is given a fresh
 // record instead, whose answer is not used.
-orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b,
-                         const std::vector<std::size_t>& partner, Report& report) {
+orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b, Report& report) {
   std::vector<std::string> lines;
   if (orvx::Error e = ReadLines(path, lines); e.Failed()) return e;
   Evaluator evaluator;
@@ -197,26 +217,33 @@ orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::
       for (std::size_t i = 0; i < q.inCount; ++i) r.in.emplace_back(caller.In(i).GetName().str(), caller.In(i).GetID());
       for (std::size_t i = 0; i < q.outCount; ++i) r.out.emplace_back(caller.Out(i).GetName().str(), caller.Out(i).GetID());
     }
-    const bool sameRecord = result[0].index < 0 ? result[1].index < 0
-                                                : partner[static_cast<std::size_t>(result[0].index)] ==
-                                                      static_cast<std::size_t>(result[1].index);
     if (result[0].id == result[1].id && result[0].in == result[1].in && result[0].out == result[1].out) continue;
-    std::string text = "picture  line " + std::to_string(n + 1) + " " + Quote(name) + ": " + WhoText(a, result[0].index);
-    if (!sameRecord) text += " -> " + WhoText(b, result[1].index);
-    text += ", picture ID 0x" + orvx::text::Hex(result[0].id, 8) + " -> 0x" + orvx::text::Hex(result[1].id, 8);
+    if (!report.full) {
+      report.pictures.push_back(nullptr);
+      continue;
+    }
+    // A side with no record (an empty database) has no picture ID and no trays.
+    const bool found[2] = {result[0].index >= 0, result[1].index >= 0};
+    const auto id = [&](int side) { return found[side] ? "0x" + orvx::text::Hex(result[side].id, 8) : "no record"; };
+    // Both records, even when they are the same model: the reader sees where each answer came from.
+    std::string text = "picture  line " + std::to_string(n + 1) + " " + Quote(name) + ": " + WhoText(a, result[0].index) +
+                       " -> " + WhoText(b, result[1].index);
+    text += ", picture ID " + id(0) + " -> " + id(1);
     Json trays = Json::array();
     for (const bool out : {false, true}) {
       const auto &was = out ? result[0].out : result[0].in, &is = out ? result[1].out : result[1].in;
       for (std::size_t i = 0; i < std::max(was.size(), is.size()); ++i) {
         if (i < was.size() && i < is.size() && was[i] == is[i]) continue;
-        const auto show = [](const std::vector<std::pair<std::string, int>>& v, std::size_t i) {
-          return i < v.size() ? Quote(v[i].first) + " ID " + std::to_string(v[i].second) : std::string("none");
+        const auto show = [&](int side, std::size_t i) {
+          const auto& v = out ? result[side].out : result[side].in;
+          return i < v.size() ? Quote(v[i].first) + " ID " + std::to_string(v[i].second)
+                              : std::string(found[side] ? "none" : "no record");
         };
-        text += std::string("; ") + (out ? "out-tray " : "in-tray ") + std::to_string(i) + " ";
+        text += std::string("; ") + (out ? "out-tray " : "in-tray ") + std::to_string(i + 1) + " ";  // counted from 1
         if (i < was.size() && i < is.size() && was[i].first == is[i].first)
           text += Quote(was[i].first) + " ID " + std::to_string(was[i].second) + " -> " + std::to_string(is[i].second);
         else
-          text += show(was, i) + " -> " + show(is, i);
+          text += show(0, i) + " -> " + show(1, i);
         const auto tray = [](const std::vector<std::pair<std::string, int>>& v, std::size_t i) {
           return i < v.size() ? Json{{"name", v[i].first}, {"id", v[i].second}} : Json(nullptr);
         };
@@ -228,8 +255,8 @@ orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::
                                {"model", name},
                                {"old", Who(a, result[0].index)},
                                {"new", Who(b, result[1].index)},
-                               {"oldPictureId", result[0].id},
-                               {"newPictureId", result[1].id},
+                               {"oldPictureId", found[0] ? Json(result[0].id) : Json(nullptr)},
+                               {"newPictureId", found[1] ? Json(result[1].id) : Json(nullptr)},
                                {"trays", trays}});
   }
   return {};
@@ -260,15 +287,16 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     }
   }
   Report report;
+  report.full = !o.summary;
   for (std::size_t i = 0; i < a.size(); ++i)
     if (partner[i] == kNone) {
-      report.lines.push_back("removed  " + WhoText(a, static_cast<std::ptrdiff_t>(i)));
-      report.removed.push_back(Who(a, static_cast<std::ptrdiff_t>(i)));
+      if (report.full) report.lines.push_back("removed  " + WhoText(a, static_cast<std::ptrdiff_t>(i)));
+      report.removed.push_back(report.full ? Who(a, static_cast<std::ptrdiff_t>(i)) : Json());
     }
   for (std::size_t j = 0; j < b.size(); ++j)
     if (partnerOf[j] == kNone) {
-      report.lines.push_back("added    " + WhoText(b, static_cast<std::ptrdiff_t>(j)));
-      report.added.push_back(Who(b, static_cast<std::ptrdiff_t>(j)));
+      if (report.full) report.lines.push_back("added    " + WhoText(b, static_cast<std::ptrdiff_t>(j)));
+      report.added.push_back(report.full ? Who(b, static_cast<std::ptrdiff_t>(j)) : Json());
     }
   std::vector<std::size_t> order;  // the NEW positions of the pairs, in OLD order
   std::vector<std::size_t> pairedOld;
@@ -279,6 +307,10 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     std::vector<Change> changes;
     CompareRecords(a[i], b[partner[i]], changes);
     if (changes.empty()) continue;
+    if (!report.full) {
+      report.changed.push_back(nullptr);
+      continue;
+    }
     std::string head = "changed  " + Quote(NameOf(a, i)) + " (record " + std::to_string(i);
     report.lines.push_back(head + (i == partner[i] ? "" : " -> " + std::to_string(partner[i])) + ")");
     Json fields = Json::array();
@@ -286,15 +318,25 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
       report.lines.push_back("    " + c.text);
       fields.push_back(std::move(c.json));
     }
-    report.changed.push_back({{"name", NameOf(a, i)}, {"old", i}, {"new", partner[i]}, {"changes", std::move(fields)}});
+    Json entry = Json::object();
+    PutName(entry, "name", NameOf(a, i));
+    entry.update({{"old", i}, {"new", partner[i]}, {"changes", std::move(fields)}});
+    report.changed.push_back(std::move(entry));
   }
   const std::vector<bool> kept = KeptOrder(order);
   for (std::size_t k = 0; k < order.size(); ++k) {
     if (kept[k]) continue;
     const std::size_t i = pairedOld[k];
+    if (!report.full) {
+      report.moved.push_back(nullptr);
+      continue;
+    }
     report.lines.push_back("moved    " + Quote(NameOf(a, i)) + ": record " + std::to_string(i) + " -> " +
                            std::to_string(order[k]));
-    report.moved.push_back({{"name", NameOf(a, i)}, {"old", i}, {"new", order[k]}});
+    Json entry = Json::object();
+    PutName(entry, "name", NameOf(a, i));
+    entry.update({{"old", i}, {"new", order[k]}});
+    report.moved.push_back(std::move(entry));
   }
 
   // Lookup drift: each name of either database, with " PCL6" too, and the
@@ -307,12 +349,24 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     const bool same = was.index < 0 ? is.index < 0
                                     : partner[static_cast<std::size_t>(was.index)] == static_cast<std::size_t>(is.index);
     if (same && was.how == is.how) return;
-    report.lines.push_back("lookup   " + Quote(query) + ": " + WhoText(a, was.index) + " (" + orvx::MatchName(was.how) +
-                           ") -> " + WhoText(b, is.index) + " (" + orvx::MatchName(is.how) + ")");
+    // A name that matched nothing and now finds a record is new; any other
+    // change (another record, another match, now nothing) changes an
+    // answer hosts already get: the regression a reviewer looks for.
+    const bool found = was.how == orvx::Match::Default && is.how != orvx::Match::Default;
+    if (!report.full) {
+      (found ? report.newNames : report.lookups).push_back(nullptr);
+      return;
+    }
+    (found ? report.newNameLines : report.lines)
+        .push_back((found ? "new name " : "lookup   ") + Quote(query) + ": " + WhoText(a, was.index) + " (" +
+                   orvx::MatchName(was.how) + ") -> " + WhoText(b, is.index) + " (" + orvx::MatchName(is.how) + ")");
     Json oldSide = Who(a, was.index), newSide = Who(b, is.index);
     if (!oldSide.is_null()) oldSide["match"] = orvx::MatchName(was.how);
     if (!newSide.is_null()) newSide["match"] = orvx::MatchName(is.how);
-    report.lookups.push_back({{"query", std::move(query)}, {"old", std::move(oldSide)}, {"new", std::move(newSide)}});
+    Json entry = Json::object();
+    PutName(entry, "query", query);
+    entry.update({{"old", std::move(oldSide)}, {"new", std::move(newSide)}});
+    (found ? report.newNames : report.lookups).push_back(std::move(entry));
   };
   for (const orvx::ModelDatabase* db : {&a, &b})
     for (std::size_t i = 0; i < db->size(); ++i) {
@@ -321,15 +375,25 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     }
   for (auto& n : extraNames)
     if (!n.empty()) drift(std::move(n));
+  report.lines.insert(report.lines.end(), report.newNameLines.begin(), report.newNameLines.end());
   if (!o.configsFile.empty())
-    if (const orvx::Error e = PictureDrift(o.configsFile, a, b, partner, report); e.Failed()) return error = e.message, 2;
+    if (const orvx::Error e = PictureDrift(o.configsFile, a, b, report); e.Failed()) return error = e.message, 2;
 
-  const std::size_t counts[] = {report.added.size(),  report.removed.size(), report.changed.size(),
-                                report.moved.size(),  report.lookups.size(), report.pictures.size()};
-  static const char* const kCountNames[] = {"added", "removed", "changed", "moved", "lookupDrift", "pictureDrift"};
-  static const char* const kCountText[] = {"added", "removed", "changed", "moved", "lookups drift", "pictures drift"};
-  std::size_t total = 0;
-  for (std::size_t c : counts) total += c;
+  const std::size_t counts[] = {report.added.size(),   report.removed.size(),  report.changed.size(),
+                                report.moved.size(),   report.lookups.size(),  report.newNames.size(),
+                                report.pictures.size()};
+  static const char* const kCountNames[] = {"added",         "removed",  "changed",     "moved",
+                                            "lookupChanged", "newNames", "pictureDrift"};
+  static const char* const kCountText[] = {"added",           "removed",               "changed",       "moved",
+                                           "lookups changed", "names newly found",     "pictures drift"};
+  // The --fail-on class of each count.
+  static const char* const kCountClass[] = {"records", "records", "records", "records", "lookups", "new-names", "pictures"};
+  std::size_t total = 0, failing = 0;
+  const bool any = o.failOn.empty() || std::find(o.failOn.begin(), o.failOn.end(), "any") != o.failOn.end();
+  for (std::size_t k = 0; k < std::size(counts); ++k) {
+    total += counts[k];
+    if (any || std::find(o.failOn.begin(), o.failOn.end(), kCountClass[k]) != o.failOn.end()) failing += counts[k];
+  }
   if (o.json) {
     Json j = {{"old", o.oldPath}, {"new", o.newPath}};
     Json summary = Json::object();
@@ -341,6 +405,7 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
       j["changed"] = std::move(report.changed);
       j["moved"] = std::move(report.moved);
       j["lookupDrift"] = std::move(report.lookups);
+      j["newNames"] = std::move(report.newNames);
       j["pictureDrift"] = std::move(report.pictures);
     }
     out << j.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
@@ -352,7 +417,7 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     if (!o.summary)
       for (const auto& l : report.lines) out << l << "\n";
   }
-  return total ? 1 : 0;
+  return failing ? 1 : 0;
 }
 
 }  // namespace orvdb

@@ -5,6 +5,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace orvdb {
 
@@ -14,11 +15,19 @@ struct DiffOptions {
   std::string configsFile;       // eval picture requests naming models, one a line
   bool summary = false;          // the counts only
   bool json = false;
+  // What makes the exit status 1: "records" (added, removed, changed,
+  // moved), "lookups" (existing lookups that now answer otherwise),
+  // "new-names" (names that matched nothing and now find a record),
+  // "pictures" (picture drift), "any" (all of them; also when empty).
+  std::vector<std::string> failOn;
 };
 
-// Writes the report to `out`. Returns 0 when nothing differs, 1 when
-// something does, 2 with `error` (one line naming the file) when an input
-// cannot be read.
+// The values --fail-on takes.
+inline constexpr const char* kFailOnClasses[] = {"records", "lookups", "new-names", "pictures", "any"};
+
+// Writes the report to `out`. Returns 1 when something of a class that
+// `failOn` names differs, else 0; 2 with `error` (one line naming the file)
+// when an input cannot be read.
 int Diff(const DiffOptions& options, std::ostream& out, std::string& error);
 
 }  // namespace orvdb

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <charconv>
+#include <chrono>
 #include <stdexcept>
 
 #include "db_file.h"
@@ -114,23 +115,32 @@ void AppendJsonString(std::string& out, std::string_view s) {
 }
 
 orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
-  orvx::FileIdentity file;
-  if (const orvx::Error e = orvx::IdentifyFile(path, file); e.Failed()) throw RequestError(e.message);
+  orvx::FileState state;
+  if (const orvx::Error e = orvx::StatFile(path, state); e.Failed()) throw RequestError(e.message);
   ++uses_;
+  Cached* slot = nullptr;
   for (Cached& c : databases_) {
-    if (c.file == file) {
+    if (c.state.identity != state.identity) continue;
+    if (c.still && c.state == state) {
       c.lastUse = uses_;
       return c.db;
     }
+    slot = &c;  // the same file, changed since: its slot is reused
+    break;
   }
+  // The clock is read before the file: a change after this read stamps
+  // times later than `state`'s when the file had been still for a while.
+  const std::int64_t now =
+      std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
   orvx::ModelDatabase db;
   if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) throw RequestError(e.message);
-  Cached& slot = databases_.size() < kCachedDatabases
-                     ? databases_.emplace_back()
-                     : *std::min_element(databases_.begin(), databases_.end(),
-                                         [](const Cached& a, const Cached& b) { return a.lastUse < b.lastUse; });
-  slot = {file, uses_, std::move(db)};
-  return slot.db;
+  if (!slot)
+    slot = databases_.size() < kCachedDatabases
+               ? &databases_.emplace_back()
+               : &*std::min_element(databases_.begin(), databases_.end(),
+                                    [](const Cached& a, const Cached& b) { return a.lastUse < b.lastUse; });
+  *slot = {state, now - std::max(state.modified, state.changed) >= kStillNanoseconds, uses_, std::move(db)};
+  return slot->db;
 }
 
 void Evaluator::Picture(std::string& out) {

@@ -39,8 +39,11 @@ class Evaluator {
  private:
   // The database of the file `path` names. A file is read once and kept
   // while it is among the kCachedDatabases used last: any path to the same
-  // file (a link, another spelling) finds it, and a file replaced by another
-  // one at that path is read anew.
+  // file (a link, another spelling) finds it. Each request stats the path
+  // (nothing is opened); a file rewritten in place or replaced at the path
+  // changes its size or times and is read anew, and one that changed too
+  // recently for its times to show a further change is read anew until it
+  // has stayed still for kStillNanoseconds.
   orvx::ModelDatabase& Load(const std::string& path);
   void Picture(std::string& out);
   void SizeList(std::string& out);
@@ -48,8 +51,13 @@ class Evaluator {
   void Lookup(std::string& out);
 
   static constexpr std::size_t kCachedDatabases = 16;
+  // File systems stamp times in ticks (FAT: 2 s) from a clock that may run a
+  // little behind the one read here: after 3 s without a change, any later
+  // change shows in the times.
+  static constexpr std::int64_t kStillNanoseconds = 3'000'000'000;
   struct Cached {
-    orvx::FileIdentity file;
+    orvx::FileState state;  // as the path showed it before the read
+    bool still = false;     // it had not changed for kStillNanoseconds when read
     std::uint64_t lastUse = 0;
     orvx::ModelDatabase db;
   };

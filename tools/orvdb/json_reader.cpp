@@ -2,6 +2,7 @@
 
 #include "orvx/text.h"
 
+#include <algorithm>
 #include <bit>
 #include <functional>
 #include <cstring>
@@ -191,8 +192,8 @@ bool Reader::Parse(std::string_view text) {
 
 const Value* Reader::Find(std::string_view key) const {
   if (hashed_) {
-    const std::uint32_t s = slots_[Slot(key)];
-    return s ? &members_[s - 1].value : nullptr;
+    const HashSlot& s = slots_[Slot(key)];
+    return s.generation == generation_ ? &members_[s.member].value : nullptr;
   }
   for (std::size_t i = 0; i < count_; ++i)
     if (members_[i].Name() == key) return &members_[i].value;
@@ -200,21 +201,29 @@ const Value* Reader::Find(std::string_view key) const {
 }
 
 namespace {
-constexpr std::size_t kLinearMembers = 8;  // fewer are compared one by one
+// Fewer are compared one by one, by length and first byte before the rest:
+// cheaper than hashing them, for every request eval knows.
+constexpr std::size_t kLinearMembers = 16;
 }  // namespace
 
-// The slot that holds `name`, or the empty slot where it would go.
+// The slot that holds `name`, or the free slot where it would go.
 std::size_t Reader::Slot(std::string_view name) const {
   const std::size_t mask = slots_.size() - 1;
   for (std::size_t i = std::hash<std::string_view>{}(name) & mask;; i = (i + 1) & mask) {
-    const std::uint32_t s = slots_[i];
-    if (s == 0 || members_[s - 1].Name() == name) return i;
+    const HashSlot& s = slots_[i];
+    if (s.generation != generation_ || members_[s.member].Name() == name) return i;
   }
 }
 
+// A table of at least `size` slots holding the members so far. A new
+// generation frees every slot; only when the counter wraps is it cleared.
 void Reader::Rehash(std::size_t size) {
-  slots_.assign(size, 0);  // keeps the capacity a larger request left
-  for (std::size_t i = 0; i < count_; ++i) slots_[Slot(members_[i].Name())] = static_cast<std::uint32_t>(i + 1);
+  if (++generation_ == 0) {
+    std::fill(slots_.begin(), slots_.end(), HashSlot{});
+    generation_ = 1;
+  }
+  if (slots_.size() < size) slots_.assign(size, {});
+  for (std::size_t i = 0; i < count_; ++i) slots_[Slot(members_[i].Name())] = {generation_, static_cast<std::uint32_t>(i)};
 }
 
 // Top-level members are remembered; a repeated name keeps its last value. A
@@ -241,12 +250,12 @@ void Reader::AddMember(const Value& key, const Value& value) {
     if (!hashed_) Rehash(4 * kLinearMembers);
     hashed_ = true;
     if (2 * (count_ + 1) > slots_.size()) Rehash(2 * slots_.size());
-    const std::size_t slot = Slot(name);
-    if (slots_[slot]) {
-      members_[slots_[slot] - 1].value = value;
+    HashSlot& slot = slots_[Slot(name)];
+    if (slot.generation == generation_) {
+      members_[slot.member].value = value;
       return;
     }
-    slots_[slot] = static_cast<std::uint32_t>(count_ + 1);
+    slot = {generation_, static_cast<std::uint32_t>(count_)};
   }
   m.value = value;
   ++count_;

@@ -86,9 +86,15 @@ class Reader {
   std::vector<Member> members_;
   std::size_t count_ = 0;
   // Past a few members, repeated names are found through this open hash
-  // table of member indices plus one (0: empty), so that a request with
-  // any number of members is checked in linear time.
-  std::vector<std::uint32_t> slots_;
+  // table of member indices, so that a request with any number of members
+  // is checked in linear time. It is kept from one request to the next: a
+  // slot is taken only when it holds the current generation, so a request
+  // clears nothing.
+  struct HashSlot {
+    std::uint32_t generation = 0, member = 0;
+  };
+  std::vector<HashSlot> slots_;
+  std::uint32_t generation_ = 0;
   bool hashed_ = false;
   std::vector<Value> elements_;
   std::string error_;

@@ -31,6 +31,31 @@ std::string_view Trim(std::string_view s) {
 
 std::string Quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
 
+// The byte where `s` stops being printable text (a control character, or a
+// byte that is not UTF-8), or npos.
+std::size_t Unprintable(std::string_view s) {
+  for (std::size_t at = 0; at < s.size();) {
+    const std::size_t here = at;
+    std::uint32_t c = 0;
+    if (!orvx::text::DecodeUtf8(s, at, c) || c < 0x20 || (c >= 0x7F && c < 0xA0)) return here;
+  }
+  return std::string_view::npos;
+}
+
+// `s` quoted, each byte that is not printable ASCII written as \xNN, so
+// that the message itself stays printable.
+std::string Escaped(std::string_view s) {
+  std::string out = "\"";
+  for (const char c : s) {
+    const auto b = static_cast<unsigned char>(c);
+    if (b >= 0x20 && b < 0x7F && c != '\\')
+      out += c;
+    else
+      out += "\\x" + orvx::text::Hex(b, 2);
+  }
+  return out + "\"";
+}
+
 // A record's size-list block: broken entries, unnamed entries before named
 // ones, and trays listed twice.
 void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string, std::string)>& add) {
@@ -47,6 +72,9 @@ void LintSizeList(const CPrnStaticInfo& r, const std::function<void(std::string,
     if (e.key == orvx::kNamedSizeList && !e.Named()) {
       add("size-list-malformed", "a named size list without the zero byte that ends its name" + at);
     } else if (e.Named()) {
+      if (const std::size_t bad = Unprintable(e.Name()); bad != std::string_view::npos)
+        add("size-list-name", "the name of tray " + Escaped(e.Name()) + " is not printable text (byte " +
+                                  std::to_string(bad) + " of the name is a control character or not UTF-8)" + at);
       if (sawUnnamed)
         add("size-list-unreachable",
             "the size list of tray " + Quoted(e.Name()) + " follows a numbered one, and a search by name stops there" + at);

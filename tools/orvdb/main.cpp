@@ -15,6 +15,7 @@
 #include "db_json.h"
 #include "diff.h"
 #include "eval.h"
+#include "field_notes.h"
 #include "html_page.h"
 #include "lint.h"
 #include "orvx/afx_host.h"
@@ -73,34 +74,43 @@ std::string InfoNote(const CPrnStaticInfo& r, const orvx::FieldDesc& d) {
                                            : ": an int, so values above 2147483647 come back negative");
 }
 
+// One line of a field: its name, the value as `text`, and its one-line
+// meaning in a column of its own.
+void FieldLine(std::ostream& out, std::string_view field, const std::string& text) {
+  std::string line(field);
+  line += std::string(21 - std::min<std::size_t>(field.size(), 20), ' ') + text;
+  if (line.size() < 52) line.resize(52, ' ');
+  out << line << "  # " << orvdb::FieldNoteOf(field) << "\n";
+}
+
 void PrintRecord(std::ostream& out, const CPrnStaticInfo& r) {
   const auto& f = r.Fields();
-  out << "ModelName            " << r.GetModelName().str() << "\n";
+  FieldLine(out, "ModelName", r.GetModelName().str());
   for (const auto& d : orvx::RecordFields()) {
-    out << d.name << std::string(21 - std::min<std::size_t>(d.name.size(), 20), ' ');
+    std::string text;
     if (d.name == "Flags") {
-      out << Hex32(f.Flags);
+      text = Hex32(f.Flags);
       for (const auto& flag : orvx::RecordFlags())
-        if ((r.*flag.get)()) out << ' ' << flag.name;
-      if (f.Flags & ~orvx::kDefinedFlagBits) out << " (other bits)";
+        if ((r.*flag.get)()) text += ' ' + std::string(flag.name);
+      if (f.Flags & ~orvx::kDefinedFlagBits) text += " (other bits)";
     } else {
-      out << orvx::ReadField(f, d);
+      text = std::to_string(orvx::ReadField(f, d));
       if (d.key) {
         char buf[24];
         std::snprintf(buf, sizeof buf, "  (key 0x%04X", static_cast<unsigned>(d.key));
-        out << buf << InfoNote(r, d) << ")";
+        text += buf + InfoNote(r, d) + ")";
       }
     }
-    out << "\n";
+    FieldLine(out, d.name, text);
   }
   const int length = r.GetInTraySPSZSizeList(nullptr);
   if (length == 0) {
-    out << "InTraySPSZSizeList   none\n";
+    FieldLine(out, "InTraySPSZSizeList", "none");
     return;
   }
   std::vector<BYTE> block(static_cast<std::size_t>(length));
   r.GetInTraySPSZSizeList(block.data());
-  out << "InTraySPSZSizeList   " << length << " bytes: " << Hex(block.data(), block.size()) << "\n";
+  FieldLine(out, "InTraySPSZSizeList", std::to_string(length) + " bytes: " + Hex(block.data(), block.size()));
   PrintSizeLists(out, block);
 }
 
@@ -169,7 +179,8 @@ int Export(const std::string& path) {
   if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
   // One record at a time, one key a line (values on one line each, size
   // lists one tray a line): line-oriented diffs of two exports read well.
-  std::string text = "{\"models\": [";
+  std::cout << "{\"models\": [";
+  std::string text;
   for (std::size_t i = 0; i < db.size(); ++i) {
     text += i ? ",\n  {" : "\n  {";
     const orvdb::Json r = orvdb::RecordToJson(db[i]);
@@ -194,7 +205,7 @@ int Export(const std::string& path) {
     std::cout << text;
     text.clear();
   }
-  std::cout << "\n]}\n";
+  std::cout << (db.size() ? "\n]}\n" : "]}\n");
   return kExitOk;
 }
 
@@ -281,7 +292,7 @@ struct PictureOptions {
   int vendor = -1, group = -1;
   std::string modelName;
   std::vector<std::string> in, out, options, docOptions, strings;
-  bool duplex = false, classic = false, json = false, explain = false;
+  bool duplex = false, classic = false, json = false, explain = false, strict = false;
   int outputUnit = 0;
 };
 
@@ -423,7 +434,7 @@ int Picture(const PictureOptions& o) {
       });
     if (o.explain) PrintTrace(trace, pictureId);
   }
-  return kExitOk;
+  return fellBack && o.strict ? kExitFallback : kExitOk;
 }
 
 // The rules of a model or of a vendor and group; without either, every pair and rule.
@@ -629,6 +640,36 @@ std::string UnknownOption(const CLI::App& app, int argc, char** argv) {
   return {};
 }
 
+// An option word: "-x" or "--name", but not "-" (standard output) or a
+// negative number ("-1").
+bool IsOptionWord(std::string_view arg) {
+  return arg.size() >= 2 && arg[0] == '-' && !std::isdigit(static_cast<unsigned char>(arg[1]));
+}
+
+// An option that takes values but is given none, or is followed by another
+// option, which CLI11 would take as its value ("--in --out" would make a tray
+// named "--out"). A value that begins with "-" is given as --in=VALUE.
+std::string MissingValue(const CLI::App& app, int argc, char** argv) {
+  const CLI::App* sub = &app;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--") break;
+    if (!IsOptionWord(arg)) {
+      for (const CLI::App* s : sub->get_subcommands({}))
+        if (s->get_name() == arg) sub = s;
+      continue;
+    }
+    const CLI::Option* opt = sub->get_option_no_throw(arg);
+    if (!opt) opt = app.get_option_no_throw(arg);
+    if (!opt || opt->get_expected_max() == 0) continue;  // a flag, or a value attached with "="
+    if (i + 1 == argc) return arg + " needs a value";
+    if (IsOptionWord(argv[i + 1]))
+      return arg + " needs a value, and \"" + argv[i + 1] + "\" is an option (a value that begins with \"-\" goes as " +
+             arg + "=VALUE)";
+  }
+  return {};
+}
+
 int Run(int argc, char** argv) {
   CLI::App app{"orvdb: inspect and author printer model databases (ORVDB.dat)"};
   // "/path" is a path on every platform, never a Windows-style option.
@@ -638,8 +679,8 @@ int Run(int argc, char** argv) {
   app.footer(
       "Exit codes:\n"
       "  0  success\n"
-      "  1  a negative answer: no model matched (show --strict, find), not supported, lint findings,\n"
-      "     diff found differences\n"
+      "  1  a negative answer: no model matched (show --strict, picture --strict, find), not supported,\n"
+      "     lint findings, diff found what --fail-on names\n"
       "  2  a usage error, or a file or output that cannot be read or written\n"
       "  3  supported: the registry store file is missing\n"
       "  4  supported: the registry store file is malformed\n"
@@ -728,6 +769,7 @@ int Run(int argc, char** argv) {
   picture->add_option("--string", po.strings, "A host string resource, ID=TEXT (9481 manual tray, 9482 default tray)");
   picture->add_flag("--json", po.json, "Print one JSON object");
   picture->add_flag("--explain", po.explain, "Show the rule row each option and tray name matched, and what it set");
+  picture->add_flag("--strict", po.strict, "Exit with 1 when MODEL matches no model and the default model answers");
   auto* rules = app.add_subcommand("rules", "Show which rule serves a model group and what its tables recognise");
   PictureOptions ro;
   rules->add_option("MODEL", ro.model, "Model name, looked up with the library's rules (none: every vendor and group)");
@@ -743,6 +785,11 @@ int Run(int argc, char** argv) {
   diff->add_option("--names", diffOptions.namesFile, "More names to look up, one a line");
   diff->add_option("--configs", diffOptions.configsFile, "Eval picture requests naming models, one a line");
   diff->add_flag("--summary", diffOptions.summary, "Print only the counts");
+  diff->add_option("--fail-on", diffOptions.failOn,
+                   "What makes the exit status 1: records, lookups (existing lookups that now answer otherwise), "
+                   "new-names, pictures, any (the default); several with commas")
+      ->delimiter(',')
+      ->check(CLI::IsMember(std::vector<std::string>(std::begin(orvdb::kFailOnClasses), std::end(orvdb::kFailOnClasses))));
   diff->add_flag("--json", diffOptions.json, "Print one JSON object");
 
   auto* eval = app.add_subcommand("eval", "Answer JSON Lines requests from standard input, one line each");
@@ -772,6 +819,7 @@ int Run(int argc, char** argv) {
   // Name an unknown option before CLI11 complains about what is missing.
   if (const std::string unknown = UnknownOption(app, argc, argv); !unknown.empty())
     return Error("unknown option \"" + unknown + "\"; see orvdb " + (argc > 1 ? std::string(argv[1]) + " " : "") + "--help");
+  if (const std::string problem = MissingValue(app, argc, argv); !problem.empty()) return Error(problem);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {

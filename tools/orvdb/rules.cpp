@@ -39,7 +39,7 @@ void PrintRows(std::ostream& out, const std::string& rule) {
   out << rule << "\n";
   if (!rows) return;
   for (const auto& r : *rows) {
-    out << "  " << kTables[r.table] << " " << r.index << ": " << r.test;
+    out << "  " << kTables[r.table] << " row " << r.index << ": " << r.test;
     out << " -> bits " << (r.bits ? Hex(r.bits) : "none");
     if (r.id >= 0) out << ", ID " << r.id;
     if (!r.effect.empty()) out << "; " << r.effect;

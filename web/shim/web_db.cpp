@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "lint.h"
+#include "orvx/db_form.h"
 #include "orvx/orvx.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
@@ -88,18 +89,18 @@ orvx_db* orvx_web_c_handle(orvx_web_db* w) { return w ? w->c : nullptr; }
 
 void orvx_web_free(char* answer) { std::free(answer); }
 
-// Opens `size` bytes at `data`: its JSON form when the first byte that is not
-// white space is "{" (as the tool decides), else the file layout. *out
-// receives the handle for orvx_web_close; the answer gives the record count,
-// or the error (with the byte offset of a damaged file).
+// Opens `size` bytes at `data`: its JSON form or the file layout, as
+// orvx::GuessForm tells them apart (the tool's way). *out receives the handle
+// for orvx_web_close; the answer gives the record count, or the error (with
+// the byte offset of a damaged file).
 char* orvx_web_open(const char* data, std::size_t size, orvx_web_db** out) {
   if (!out) return ErrorAnswer("no handle to fill");
   *out = nullptr;
   try {
     auto w = std::make_unique<orvx_web_db>();
     std::string bytes(data ? data : "", data ? size : 0);
-    const auto first = bytes.find_first_not_of(" \t\r\n");
-    w->form = first != std::string::npos && bytes[first] == '{' ? "json" : "dat";
+    const std::span<const std::uint8_t> head(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    w->form = orvx::GuessForm(head, bytes.size()) == orvx::FileForm::Json ? "json" : "dat";
     if (w->form == "json") {
       orvx::ModelDatabase models;
       if (const orvx::Error e = orvdb::ModelsFromText("models", bytes, models); e.Failed()) return ErrorAnswer(e.message);

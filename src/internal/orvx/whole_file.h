@@ -30,6 +30,20 @@ struct FileIdentity {
 // fails as ReadWholeFile does, and on a path that holds a zero byte.
 Error IdentifyFile(const std::string& path, FileIdentity& identity);
 
+// Which file a path names and how it last changed: a content rewritten in
+// place or replaced at the path gives another state, unless it comes within
+// the file system's timestamp tick of the last change (same size, same times).
+struct FileState {
+  FileIdentity identity;
+  std::uint64_t size = 0;
+  std::int64_t modified = 0, changed = 0;  // nanoseconds since 1970: content, and content or metadata
+  bool operator==(const FileState&) const = default;
+};
+// The state of the regular file `path` names, links followed, from one stat
+// of the path on POSIX (Windows opens it for its attributes only). It fails
+// as IdentifyFile does.
+Error StatFile(const std::string& path, FileState& state);
+
 // Makes `path` hold exactly `bytes`. A new file is created; an existing
 // regular file is replaced and keeps its permissions; a symbolic link has the
 // file it points to written and stays a link. A directory, a device, a FIFO
