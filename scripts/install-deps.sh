@@ -6,7 +6,8 @@ set -euo pipefail
 # the MinGW-w64 cross compiler, GoogleTest's sources and Wine for the Windows
 # DLL and its tests; --web emscripten for the wasm preset, with chromium,
 # its driver and Selenium for the page's browser test; --abi abigail-tools for
-# scripts/check-abi.sh. Any of them may be given together.
+# scripts/check-abi.sh; --packages lintian for scripts/check-packages.sh. Any
+# of them may be given together.
 pkgs=(cmake ninja-build g++ pkg-config python3 python3-venv libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libcli11-dev)
 for arg in "$@"; do
   case "$arg" in
@@ -14,7 +15,8 @@ for arg in "$@"; do
     --windows) pkgs+=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 googletest wine64) ;;
     --web) pkgs+=(emscripten chromium chromium-driver python3-selenium) ;;
     --abi) pkgs+=(abigail-tools) ;;
-    *) echo "install-deps.sh: unknown option \"$arg\" (--hardening, --windows, --web, --abi)" >&2; exit 2 ;;
+    --packages) pkgs+=(lintian) ;;
+    *) echo "install-deps.sh: unknown option \"$arg\" (--hardening, --windows, --web, --abi, --packages)" >&2; exit 2 ;;
   esac
 done
 missing=()

@@ -222,9 +222,13 @@ function renderModel() {
   const r = state.selected;
   const f = r.fields;
   const plain = Object.entries(f).filter(([k]) => !k.startsWith("Info") && k !== "FlagNames" && k !== "InTraySPSZSizeList");
+  // Each field's meaning is the module's (the lines `orvdb show` prints). The one most
+  // information fields share heads their table; a row shows only a meaning of its own.
+  const note = (k) => (orvx.fieldNotes[k] ? `<span class="note">${esc(orvx.fieldNotes[k])}</span>` : "");
+  const ownNote = (k) => (orvx.fieldNotes[k] === orvx.hostValueNote ? "" : note(k));
   const info = r.info.map((i) => i.setOnly
-    ? `<tr class="muted"><td>${hex(i.key, 4)}</td><td>${i.field}</td><td colspan="2">sets ${i.field} only</td></tr>`
-    : `<tr${i.stored !== i.getInfo ? ' class="differs"' : ""}><td>${hex(i.key, 4)}</td><td>${i.field}</td>` +
+    ? `<tr class="muted"><td>${hex(i.key, 4)}</td><td>${i.field}${ownNote(i.field)}</td><td colspan="2">sets ${i.field} only</td></tr>`
+    : `<tr${i.stored !== i.getInfo ? ' class="differs"' : ""}><td>${hex(i.key, 4)}</td><td>${i.field}${ownNote(i.field)}</td>` +
       `<td>${i.stored}</td><td>${i.getInfo}${i.stored !== i.getInfo ? " ≠ stored" : ""}</td></tr>`).join("");
   const sizes = r.sizeLists.length
     ? r.sizeLists.map((s) => s.brokenAt !== undefined
@@ -241,14 +245,15 @@ function renderModel() {
       <button type="button" id="to-picture">Picture calculator</button></p>
     <h3>Lint</h3>${findings}
     <h3>Fields</h3>
-    <dl class="fields">${plain.map(([k, v]) => `<dt>${k}</dt><dd>${esc(Array.isArray(v) ? v.join(" ") : k === "Flags" ? `${v} (${hex(v, 4)})` : v)}</dd>`).join("")}</dl>
+    <dl class="fields">${plain.map(([k, v]) => `<dt>${k}</dt><dd>${esc(Array.isArray(v) ? v.join(" ") : k === "Flags" ? `${v} (${hex(v, 4)})` : v)}${note(k)}</dd>`).join("")}</dl>
     <h3>Flags</h3>
     <ul class="flags">${r.flags.map((x) => `<li class="${x.set ? "on" : "off"}"><span aria-hidden="true">${x.set ? "✔" : "✘"}</span> ${x.name} <span class="muted">${hex(x.bit, 4)}${x.set ? "" : ", not set"}</span></li>`).join("")}</ul>
     <h3>Information values</h3>
-    <div class="table-wrap"><table class="info"><caption class="muted">Stored value and GetInfo's answer; rows where they differ are marked.</caption>
+    <div class="table-wrap"><table class="info"><caption class="muted">Stored value and GetInfo's answer; rows where they differ are marked.
+      A field without a note of its own is <span class="note">${esc(orvx.hostValueNote)}</span>.</caption>
       <thead><tr><th>Key</th><th>Field</th><th>Stored</th><th>GetInfo</th></tr></thead><tbody>${info}</tbody></table></div>
     <h3>Size lists</h3>
-    <table class="sizes"><thead><tr><th>Tray</th><th>At byte</th><th>Size codes</th></tr></thead><tbody>${sizes}</tbody></table>`;
+    <table class="sizes"><caption class="muted">InTraySPSZSizeList: ${note("InTraySPSZSizeList")}</caption><thead><tr><th>Tray</th><th>At byte</th><th>Size codes</th></tr></thead><tbody>${sizes}</tbody></table>`;
   $("to-picture").addEventListener("click", () => showTab("tab-picture", true));
 }
 

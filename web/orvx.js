@@ -6,7 +6,7 @@
 //   const db = orvx.open(bytes);          // ORVDB.dat or its JSON form; throws orvx.Error
 //   db.count; db.records(); db.record(3); db.lookup("Vantor LP-1200 PCL6");
 //   db.lint(); db.picture(3, {entry: "GetPictureIDEx", inTrays: ["Cassette 1"], outTrays: []});
-//   orvx.vocabulary(1, 2); orvx.flags; orvx.version
+//   orvx.vocabulary(1, 2); orvx.flags; orvx.fieldNotes; orvx.version
 //   orvx.requestLine(db.record(3), request, "ORVDB.dat"); orvx.parseRequestLine(line)
 
 class OrvxError extends Error {
@@ -100,6 +100,8 @@ const orvx = {
   Error: OrvxError,
   version: null,
   flags: [],  // [{name, bit}] of the thirteen capability flags
+  fieldNotes: {},      // {field: its one-line meaning} for every field of a record, as `orvdb show` gives them
+  hostValueNote: "",   // the meaning most information fields share
   ready: null,
   // A database from bytes (Uint8Array or ArrayBuffer); throws orvx.Error with the byte offset of damage.
   open(bytes) {
@@ -163,6 +165,8 @@ orvx.ready = (async () => {
   const about = call("about");
   orvx.version = about.version;
   orvx.flags = about.flags;
+  orvx.fieldNotes = about.fieldNotes;
+  orvx.hostValueNote = about.hostValueNote;
   return orvx;
 })();
 

@@ -16,6 +16,7 @@ import ctypes as _ctypes
 import ctypes.util as _ctypes_util
 import enum as _enum
 import functools as _functools
+import glob as _glob
 import operator as _operator
 import os as _os
 import sys as _sys
@@ -126,9 +127,11 @@ def _candidates():
         yield env
         return
     names = ["orvx.dll"] if _sys.platform == "win32" else ["liborvx.dylib"] if _sys.platform == "darwin" \
-        else ["liborvx.so.0", "liborvx.so"]
+        else ["liborvx.so"]
     for n in names:
         yield _os.path.join(here, n)
+    # A wheel carries the library under its SONAME, which follows the ABI.
+    yield from sorted(_glob.glob(_os.path.join(_glob.escape(here), "liborvx.so.*")), reverse=True)
     library = _installed("LIBRARY")  # where cmake --install put the library
     if library:
         yield library

@@ -371,7 +371,7 @@ int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_list* lis
     const std::string_view name = e.Name();
     const auto sizes = e.Sizes();
     list->tray = e.Named() ? -1 : e.key;
-    std::memcpy(list->name, name.data(), name.size());  // both fit: a block holds at most 255 bytes
+    if (!name.empty()) std::memcpy(list->name, name.data(), name.size());  // both fit: a block holds at most 255 bytes
     list->name[name.size()] = '\0';
     list->size_count = sizes.size();
     if (!sizes.empty()) std::memcpy(list->sizes, sizes.data(), sizes.size());

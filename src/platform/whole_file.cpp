@@ -93,18 +93,8 @@ Error ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t l
   return error;
 }
 
-Error IdentifyFile(const std::string& path, FileIdentity& identity) {
-  // The system would read the path only up to the zero byte: another file.
-  if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
-  os::FileHandle file = os::kNoFile;
-  if (Error error = detail::OpenForReading(path, file); error.Failed()) return error;
-  const os::FileStamp stamp = os::Stamp(file);
-  os::CloseFile(file);
-  identity = {stamp.device, stamp.inode};
-  return {};
-}
-
 Error StatFile(const std::string& path, FileState& state) {
+  // The system would read the path only up to the zero byte: another file.
   if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
   os::FileStamp stamp;
   if (Error error = os::StatPath(path.c_str(), stamp); error.Failed())

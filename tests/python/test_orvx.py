@@ -222,10 +222,11 @@ class Package(unittest.TestCase):
         with tempfile.TemporaryDirectory() as work:
             build, venv, python = (os.path.join(work, *p) for p in (["build"], ["venv"], ["venv", "bin", "python"]))
             shutil.copytree(os.environ["ORVX_PIP_SOURCE"], build, ignore=shutil.ignore_patterns("pip", "_install.py"))
-            shutil.copy(os.environ["ORVX_LIBRARY"], os.path.join(build, "liborvx.so.0"))
+            library = os.path.basename(os.environ["ORVX_LIBRARY"])
+            shutil.copy(os.environ["ORVX_LIBRARY"], os.path.join(build, library))
             shutil.copy(SAMPLE, os.path.join(build, "ORVDB.dat"))
             with open(os.path.join(build, "orvx", "_install.py"), "w") as f:
-                f.write("LIBRARY = '../liborvx.so.0'\nSAMPLE = '../ORVDB.dat'\n")
+                f.write(f"LIBRARY = '../{library}'\nSAMPLE = '../ORVDB.dat'\n")
             env = {k: v for k, v in os.environ.items() if k not in ("ORVX_LIBRARY", "PYTHONPATH", "LD_LIBRARY_PATH")}
             for command in ([sys.executable, "-m", "venv", venv], [python, "-m", "pip", "install", "-q", "--no-index", build]):
                 subprocess.run(command, check=True, env=env, cwd=work)

@@ -29,6 +29,8 @@ no_temporary_files() { ! ls -A . .. | grep -q '\.tmp-' || fail "temporary files 
 # Answers and exit codes.
 t 0 'tray "Cassette 1": 01 02 03' '' show --db "$DB" 'Vantor LP-1200'
 t 0 'Other Printer' '' show --db "$DB" 'no such model'
+echo '{"models":[{"ModelName":"F","InTraySPSZSizeList":[8,10,5,67,97,243,0,1]}]}' >f.json && "$ORVDB" build f.json -o f.dat 2>/dev/null
+t 0 'tray "Ca\xf3": 01' '' show --db f.dat F   # a tray name's unprintable byte, as lint writes it
 t 1 '' '' show --strict --db "$DB" 'no such model'
 t 0 'Vantor LP-1300C' '' show --strict --db "$DB" 'prefix Vantor LP-1300C suffix'
 t 0 '"match":"substring"' '' show --json --db "$DB" 'Vantor LP-1200 PCL6'

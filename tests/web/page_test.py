@@ -82,6 +82,13 @@ try:
     driver.find_element(By.CSS_SELECTOR, "#lookup-result button").click()
     title = driver.find_element(By.ID, "model-title").text
     check(title.startswith(answer["modelName"]), f"model view shows {title!r}")
+    # Each field's meaning in the model view is the line orvdb show prints for it.
+    notes = driver.execute_script("""const v = document.getElementById('model-view'), note = (e) => e.querySelector('.note')?.textContent;
+        return Object.fromEntries([['InTraySPSZSizeList', note(v.querySelector('.sizes caption'))], ...[...v.querySelectorAll('.fields dt')].map((dt) =>
+          [dt.textContent, note(dt.nextElementSibling)]), ...[...v.querySelectorAll('.info tbody tr')].map((tr) => [tr.cells[1].firstChild.data,
+          note(tr.cells[1]) ?? note(v.querySelector('.info caption'))])]);""")
+    shown = {l.split()[0]: l.split("  # ")[1] for l in run("show", "--db", sample_db, query).stdout.splitlines() if "  # " in l}
+    check(notes == shown, f"field meanings: page {notes}, orvdb show {shown}")
 
     # Random machines over every sample model, from the names the rules know and a few they do not.
     rnd = random.Random(27)

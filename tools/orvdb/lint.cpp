@@ -31,8 +31,8 @@ std::string_view Trim(std::string_view s) {
 
 std::string Quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
 
-// The byte where `s` stops being printable text (a control character, or a
-// byte that is not UTF-8), or npos.
+}  // namespace
+
 std::size_t Unprintable(std::string_view s) {
   for (std::size_t at = 0; at < s.size();) {
     const std::size_t here = at;
@@ -42,8 +42,6 @@ std::size_t Unprintable(std::string_view s) {
   return std::string_view::npos;
 }
 
-// `s` quoted, each byte that is not printable ASCII written as \xNN, so
-// that the message itself stays printable.
 std::string Escaped(std::string_view s) {
   std::string out = "\"";
   for (const char c : s) {
@@ -55,6 +53,8 @@ std::string Escaped(std::string_view s) {
   }
   return out + "\"";
 }
+
+namespace {
 
 // A record's size-list block: broken entries, unnamed entries before named
 // ones, and trays listed twice.

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "orvx/database.h"
@@ -18,6 +19,13 @@ struct Finding {
   std::string code;      // e.g. "duplicate-name"
   std::string message;
 };
+
+// The byte where `s` stops being printable text (a control character, or a
+// byte that is not UTF-8), or npos.
+std::size_t Unprintable(std::string_view s);
+// `s` quoted, each byte that is not printable ASCII written as \xNN, so that
+// a message or listing that shows a stored name stays printable text.
+std::string Escaped(std::string_view s);
 
 // Findings about the records of `db`, in record order.
 std::vector<Finding> LintRecords(const orvx::ModelDatabase& db);

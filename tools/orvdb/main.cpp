@@ -57,7 +57,9 @@ void PrintSizeLists(std::ostream& out, std::span<const BYTE> block) {
   for (orvx::SizeListEntry e; reader.Next(e);) {
     const auto sizes = e.Sizes();
     if (e.Named())
-      out << "    tray \"" << e.Name() << "\": " << Hex(sizes.data(), sizes.size()) << "\n";
+      out << "    tray "  // printable text as it is, anything else escaped as lint shows it
+          << (orvdb::Unprintable(e.Name()) == std::string_view::npos ? '"' + std::string(e.Name()) + '"' : orvdb::Escaped(e.Name()))
+          << ": " << Hex(sizes.data(), sizes.size()) << "\n";
     else
       out << "    tray " << int(e.key) << ": " << Hex(sizes.data(), sizes.size()) << "\n";
   }

@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "field_notes.h"
 #include "lint.h"
 #include "orvx/db_form.h"
 #include "orvx/orvx.h"
@@ -204,11 +205,17 @@ char* orvx_web_lint(orvx_web_db* w) {
   return Answer(all);
 }
 
-// What the module knows without a database: the version and the flags.
+// What the module knows without a database: the version, the flags, and the
+// one-line meaning of every field of a record (the table `orvdb show` prints),
+// with the note that most information fields share.
 char* orvx_web_about(void) {
   Json flags = Json::array();
   for (std::size_t i = 0; i < orvx_flag_count(); ++i) flags.push_back({{"name", orvx_flag_name(i)}, {"bit", orvx_flag_bit(i)}});
-  return Answer({{"version", orvx_version()}, {"flags", std::move(flags)}});
+  Json notes = Json::object();
+  for (const auto& n : orvdb::kFieldNotes) notes[std::string(n.field)] = n.note;
+  for (const auto& d : orvx::RecordFields()) notes[std::string(d.name)] = orvdb::FieldNoteOf(d.name);
+  return Answer({{"version", orvx_version()}, {"flags", std::move(flags)}, {"fieldNotes", std::move(notes)},
+                 {"hostValueNote", orvdb::kHostValueNote}});
 }
 
 }  // extern "C"

@@ -26,9 +26,6 @@ struct FileIdentity {
   std::uint64_t device = 0, inode = 0;
   bool operator==(const FileIdentity&) const = default;
 };
-// The identity of the regular file `path` names, symbolic links followed. It
-// fails as ReadWholeFile does, and on a path that holds a zero byte.
-Error IdentifyFile(const std::string& path, FileIdentity& identity);
 
 // Which file a path names and how it last changed: a content rewritten in
 // place or replaced at the path gives another state, unless it comes within
@@ -41,7 +38,7 @@ struct FileState {
 };
 // The state of the regular file `path` names, links followed, from one stat
 // of the path on POSIX (Windows opens it for its attributes only). It fails
-// as IdentifyFile does.
+// as ReadWholeFile does, and on a path that holds a zero byte.
 Error StatFile(const std::string& path, FileState& state);
 
 // Makes `path` hold exactly `bytes`. A new file is created; an existing
