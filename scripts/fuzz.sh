@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${1:-30}"
 jobs="${2:-1}"
-targets=(fuzz_database fuzz_attach fuzz_size_list fuzz_registry fuzz_picture fuzz_lookup fuzz_json_import)
+targets=(fuzz_database fuzz_attach fuzz_size_list fuzz_registry fuzz_picture fuzz_lookup fuzz_json_import fuzz_json_reader)
 shift $(($# < 2 ? $# : 2))
 [[ $# -gt 0 ]] && targets=("$@")
 

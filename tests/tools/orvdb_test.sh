@@ -262,6 +262,7 @@ while read -r line; do
 done <<'END'
 {"op":"info","calls":[]} x -> more text after the value at byte 25
 {"op":"info","calls":[1,]} -> at byte 24
+{"op":"info","calls": -> an object that does not end at byte 21
 {"op":"info","calls":"a -> a string that does not end at byte 21
 {"op":"info","calls":"\ud800"} -> surrogate
 {"op":"info","calls":01} -> at byte 22

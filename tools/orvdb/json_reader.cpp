@@ -334,6 +334,7 @@ const char* Reader::ParseValue(const char* p, Value& out, int depth) {
             p = detail::SkipSpace(p, end_);
             if (p >= end_ || *p != ':') return FailAt(p, "a member name without a colon after it");
             p = detail::SkipSpace(p + 1, end_);
+            if (p >= end_) return FailAt(p, "an object that does not end");
             Value v;
             const char* valueStart = p;
             if (!(p = ParseValue(p, v, depth + 1))) return nullptr;

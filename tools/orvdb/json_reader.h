@@ -23,8 +23,10 @@ struct Value {
   bool IsInteger() const;  // a number without fraction or exponent
 };
 
-// The integer a value holds: false when it is no integer number. Integers past
-// the 64-bit range are clamped to it, so range checks still refuse them.
+// The integer a value holds: false when it is no integer number, or one past
+// the 64-bit range (a floating-point number to other JSON readers). Integers
+// above the signed range, within the unsigned one, are clamped to the signed
+// range, so range checks still refuse them.
 bool ToInteger(const Value& v, long long& out);
 // Appends the decoded string `v` (which must be a String) to `out`.
 void AppendString(const Value& v, std::string& out);
@@ -44,7 +46,7 @@ void ForEachMember(const Value& object, std::string& key, F f);
 class Reader {
  public:
   // Checks `text` as one JSON value. False with a message (what is wrong and
-  // at which byte) when it is not JSON.
+  // at which byte) when it is not JSON, or nests values more than 512 deep.
   bool Parse(std::string_view text);
   const std::string& Error() const { return error_; }
   const Value& Root() const { return root_; }
