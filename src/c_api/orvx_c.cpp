@@ -17,7 +17,7 @@
 #include "orvx/comm_store.h"
 #include "orvx/registry_check.h"
 #include "orvx/database.h"
-#include "orvx/db_loader.h"
+#include "model_db/db_loader.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
 #include "orvx/size_list.h"
@@ -63,11 +63,11 @@ int Guard(orvx_error* err, Body body) {
   }
 }
 
-int FromError(orvx_error* err, const orvx::Error& e) {
+int FromError(orvx_error* err, const orvx::Status& e) {
   switch (e.code) {
-    case orvx::Error::Format: return Fail(err, ORVX_E_FORMAT, e.message, static_cast<std::uint64_t>(e.where));
-    case orvx::Error::Memory: return Fail(err, ORVX_E_MEMORY, e.message);
-    case orvx::Error::NotFound: return Fail(err, ORVX_E_NOT_FOUND, e.message);
+    case orvx::Status::Format: return Fail(err, ORVX_E_FORMAT, e.message, static_cast<std::uint64_t>(e.where));
+    case orvx::Status::Memory: return Fail(err, ORVX_E_MEMORY, e.message);
+    case orvx::Status::NotFound: return Fail(err, ORVX_E_NOT_FOUND, e.message);
     default: return Fail(err, ORVX_E_IO, e.message);
   }
 }
@@ -79,7 +79,7 @@ int Open(bool haveSource, orvx_db** db, orvx_error* err, Load load) {
   if (!haveSource) return Fail(err, ORVX_E_ARGUMENT, "no path or data to open");
   return Guard(err, [&] {
     auto handle = std::make_unique<orvx_db>();
-    if (const orvx::Error e = load(handle->db); e.Failed()) return FromError(err, e);
+    if (const orvx::Status e = load(handle->db); e.Failed()) return FromError(err, e);
     *db = handle.release();
     return Ok(err);
   });

@@ -5,10 +5,10 @@
 #include <new>
 #include <utility>
 
-#include "../platform/read_file.h"
+#include "files/read_file.h"
 #include "orvx/db_form.h"
-#include "orvx/db_loader.h"
-#include "name_index.h"
+#include "model_db/db_loader.h"
+#include "model_db/name_index.h"
 #include "orvx/whole_file.h"
 
 namespace orvx {
@@ -78,12 +78,12 @@ void ReadDatabase(CArchive& ar, const RecordSink& sink, Framing& framing) {
   framing.bytesRead = ar.GetPosition();
 }
 
-Error LoadFailure(std::string_view source) {
+Status LoadFailure(std::string_view source) {
   const std::string name(source);
   try {
     throw;
   } catch (const CArchiveException& e) {
-    return {Error::Format,
+    return {Status::Format,
             name + ": a truncated or malformed model database (" +
                 (e.m_cause == CArchiveException::endOfFile ? "data ends early" : "malformed data") + " at byte " +
                 std::to_string(e.m_offset) + ")",
@@ -91,13 +91,13 @@ Error LoadFailure(std::string_view source) {
   } catch (const CFileException& e) {
     return About(name, "cannot read", FromException(e));
   } catch (const std::bad_alloc&) {
-    return {Error::Memory, name + ": not enough memory to load the database"};
+    return {Status::Memory, name + ": not enough memory to load the database"};
   }
 }
 
-Error OpenDatabase(const std::string& path, CFile& file) {
+Status OpenDatabase(const std::string& path, CFile& file) {
   // The system would read the path only up to the zero byte: another file.
-  if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
+  if (path.find('\0') != std::string::npos) return {Status::Argument, "a path that holds a zero byte"};
   CFileException cause(CFileException::none, 0, path);
   if (!file.Open(path.c_str(), CFile::modeRead | CFile::typeBinary, &cause))
     return About(path, "cannot open", FromException(cause));
@@ -108,7 +108,7 @@ Error OpenDatabase(const std::string& path, CFile& file) {
 namespace {
 
 // Reads the whole database in `file` into `db`, which keeps what it held on a failure.
-Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* framing) {
+Status Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* framing) {
   Framing local;
   Framing& f = framing ? *framing : local;
   f = {};
@@ -117,11 +117,11 @@ Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* fra
     CArchive ar(&file, CArchive::load, 64 * 1024);  // a file's reads as large as its read-ahead
     ReadDatabase(ar, [&](std::unique_ptr<CPrnStaticInfo> r) { loaded.Add(std::move(r)); }, f);
   } catch (...) {
-    Error e = LoadFailure(source);
-    if (e.code == Error::Format) f.bytesRead = static_cast<std::uint64_t>(e.where);
+    Status e = LoadFailure(source);
+    if (e.code == Status::Format) f.bytesRead = static_cast<std::uint64_t>(e.where);
     // The JSON form fails here (no JSON text has a count its bytes can hold):
     // say what it is. The count is the file's first four bytes.
-    if (e.code == Error::Format && f.count) {
+    if (e.code == Status::Format && f.count) {
       const auto c = static_cast<std::uint32_t>(*f.count);
       const std::uint8_t head[4] = {std::uint8_t(c), std::uint8_t(c >> 8), std::uint8_t(c >> 16), std::uint8_t(c >> 24)};
       if (GuessForm(head, f.length) == FileForm::Json)
@@ -130,7 +130,7 @@ Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* fra
     return e;
   }
   if (*f.count < 0)
-    return {Error::Format, std::string(source) + ": not a model database (record count " +
+    return {Status::Format, std::string(source) + ": not a model database (record count " +
                                std::to_string(static_cast<DWORD>(*f.count)) + " is negative as a signed number)"};
   db = std::move(loaded);
   return {};
@@ -138,13 +138,13 @@ Error Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* fra
 
 }  // namespace
 
-Error LoadFile(const std::string& path, ModelDatabase& db, Framing* framing) {
+Status LoadFile(const std::string& path, ModelDatabase& db, Framing* framing) {
   CFile file;
-  if (Error e = OpenDatabase(path, file); e.Failed()) return e;
+  if (Status e = OpenDatabase(path, file); e.Failed()) return e;
   return Load(file, path, db, framing);
 }
 
-Error LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing) {
+Status LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing) {
   SpanFile file(bytes);
   return Load(file, "buffer", db, framing);
 }
@@ -154,10 +154,10 @@ Error LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing*
 namespace {
 
 // What a caller of the public loaders is told.
-bool Report(const Error& e, LoadError& error) {
+bool Report(const Status& e, LoadError& error) {
   if (!e.Failed()) return true;
-  error = {e.code == Error::Format   ? LoadError::Format
-           : e.code == Error::Memory ? LoadError::Memory
+  error = {e.code == Status::Format   ? LoadError::Format
+           : e.code == Status::Memory ? LoadError::Memory
                                      : LoadError::Io,
            e.message, static_cast<std::uint64_t>(e.where)};
   return false;

@@ -1,4 +1,4 @@
-#include "name_index.h"
+#include "model_db/name_index.h"
 
 #include <algorithm>
 #include <chrono>

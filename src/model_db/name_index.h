@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-#include "../record/name_watch.h"
+#include "record/name_watch.h"
 #include "orvx/database.h"
 
 namespace orvx::detail {

@@ -1,7 +1,7 @@
 // The four picture-ID entry points and the one picture call: tray records
 // built from a caller's list, tray-name normalisation, and the choice of rule
 // by vendor and model group.
-#include "dispatch.h"
+#include "picture/dispatch.h"
 
 #include <cstdint>
 #include <map>
@@ -10,7 +10,7 @@
 
 #include "orvx/picture.h"
 #include "orvx/prn_static_info.h"
-#include "rules.h"
+#include "picture/rules.h"
 
 namespace orvx::picture {
 

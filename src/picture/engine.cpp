@@ -1,4 +1,4 @@
-#include "engine.h"
+#include "picture/engine.h"
 
 #include <string>
 #include <type_traits>

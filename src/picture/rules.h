@@ -2,7 +2,7 @@
 // The classic and the extended rule of a group may differ, hence two names.
 #pragma once
 
-#include "engine.h"
+#include "picture/engine.h"
 
 namespace orvx::picture {
 

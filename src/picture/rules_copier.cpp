@@ -1,6 +1,6 @@
 // Classic option rules of the copier line (vendor 2).
-#include "rules.h"
-#include "shared_rows.h"
+#include "picture/rules.h"
+#include "picture/shared_rows.h"
 
 namespace orvx::picture {
 

@@ -4,8 +4,8 @@
 #include <array>
 #include <string>
 
-#include "rules.h"
-#include "shared_rows.h"
+#include "picture/rules.h"
+#include "picture/shared_rows.h"
 
 namespace orvx::picture {
 

@@ -1,6 +1,6 @@
 // Extended option rules of the groups with finishers, job separators,
 // mailboxes and the document-unit bit pair.
-#include "rules.h"
+#include "picture/rules.h"
 
 namespace orvx::picture {
 

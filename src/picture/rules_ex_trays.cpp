@@ -1,7 +1,7 @@
 // Extended option rules of the groups that know trays, feeders and duplex
 // units only.
-#include "rules.h"
-#include "shared_rows.h"
+#include "picture/rules.h"
+#include "picture/shared_rows.h"
 
 namespace orvx::picture {
 

@@ -1,7 +1,7 @@
 // Rows that a group's classic and extended rules share word for word.
 #pragma once
 
-#include "engine.h"
+#include "picture/engine.h"
 
 namespace orvx::picture {
 

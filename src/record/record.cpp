@@ -5,8 +5,8 @@
 
 #include "orvx/prn_static_info.h"
 #include "orvx/record_fields.h"
-#include "field_table.h"
-#include "name_watch.h"
+#include "record/field_table.h"
+#include "record/name_watch.h"
 
 ORVX_IMPLEMENT_DYNCREATE(CPrnStaticInfo, CObject, 1)
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "field_table.h"
+#include "record/field_table.h"
 
 namespace orvx {
 

@@ -38,7 +38,7 @@ bool SizeListReader::Next(SizeListEntry& entry) {
   const std::size_t length = block_.size();
   if (problem_.Failed() || at_ >= length) return false;
   if (at_ + 2 > length || at_ + 2 + block_[at_ + 1] > length) {
-    problem_ = {Error::Format,
+    problem_ = {Status::Format,
                 "the entry at byte " + std::to_string(at_) + " (key " + std::to_string(block_[at_]) +
                     ") runs past the end of the block",
                 0, static_cast<long long>(at_)};

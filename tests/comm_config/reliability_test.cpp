@@ -93,7 +93,7 @@ TEST_F(Reliability, AWriterKilledAtAnyMomentLeavesOldOrNew) {
     int status = 0;
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
 
-    const orvx::Error e = orvx::registry::CheckFile(user_);
+    const orvx::Status e = orvx::registry::CheckFile(user_);
     ASSERT_FALSE(e.Failed()) << e.message << " at line " << e.where;
     std::vector<BYTE> loaded(256);
     ASSERT_EQ(ORVX_LoadCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(loaded.data())), 1);

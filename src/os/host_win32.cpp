@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "orvx/afx_host.h"
-#include "os_host.h"
+#include "os/os_host.h"
 
 namespace orvx::os {
 

@@ -1,4 +1,4 @@
-#include "reg_document.h"
+#include "registry/reg_document.h"
 
 #include "orvx/text.h"
 #include "orvx/registry_check.h"
@@ -59,26 +59,26 @@ bool ParseHexBytes(std::string_view s, std::vector<BYTE>& out) {
   }
 }
 
-Error ParseValue(std::string_view line, Value& v) {
+Status ParseValue(std::string_view line, Value& v) {
   // Only continuation lines joined to nothing (a lone \ before a blank line) leave it empty.
-  if (line.empty()) return {Error::Format, "a line continued with \\ holds no value"};
+  if (line.empty()) return {Status::Format, "a line continued with \\ holds no value"};
   std::string_view rest;
   if (line.front() == '@') {
     rest = line.substr(1);
   } else {
     const auto after = Quoted(line, v.name);
-    if (!after) return {Error::Format, "a value name must be quoted or @"};
+    if (!after) return {Status::Format, "a value name must be quoted or @"};
     rest = *after;
   }
   rest = Trim(rest);
-  if (rest.empty() || rest.front() != '=') return {Error::Format, "expected = after the value name"};
+  if (rest.empty() || rest.front() != '=') return {Status::Format, "expected = after the value name"};
   rest = Trim(rest.substr(1));
-  if (rest == "-") return {Error::Format, "value deletion entries are not supported"};
+  if (rest == "-") return {Status::Format, "value deletion entries are not supported"};
   if (!rest.empty() && rest.front() == '"') {
     std::string text;
     const auto after = Quoted(rest, text);
-    if (!after) return {Error::Format, "unterminated string"};
-    if (!Trim(*after).empty()) return {Error::Format, "unexpected text after the string"};
+    if (!after) return {Status::Format, "unterminated string"};
+    if (!Trim(*after).empty()) return {Status::Format, "unexpected text after the string"};
     v.type = REG_SZ;
     v.data.assign(text.begin(), text.end());
     v.data.push_back(0);
@@ -86,11 +86,11 @@ Error ParseValue(std::string_view line, Value& v) {
   }
   if (rest.starts_with("dword:")) {
     const std::string_view digits = Trim(rest.substr(6));
-    if (digits.empty() || digits.size() > 8) return {Error::Format, "a dword needs 1 to 8 hex digits"};
+    if (digits.empty() || digits.size() > 8) return {Status::Format, "a dword needs 1 to 8 hex digits"};
     DWORD d = 0;
     for (char c : digits) {
       const int x = orvx::text::HexDigit(c);
-      if (x < 0) return {Error::Format, "a dword needs 1 to 8 hex digits"};
+      if (x < 0) return {Status::Format, "a dword needs 1 to 8 hex digits"};
       d = d * 16 + static_cast<DWORD>(x);
     }
     v.type = REG_DWORD;
@@ -102,21 +102,21 @@ Error ParseValue(std::string_view line, Value& v) {
     v.type = REG_BINARY;
     if (!rest.empty() && rest.front() == '(') {
       const std::size_t close = rest.find(')');
-      if (close == std::string_view::npos || close == 1 || close > 9) return {Error::Format, "malformed hex(type)"};
+      if (close == std::string_view::npos || close == 1 || close > 9) return {Status::Format, "malformed hex(type)"};
       DWORD t = 0;
       for (char c : rest.substr(1, close - 1)) {
         const int x = orvx::text::HexDigit(c);
-        if (x < 0) return {Error::Format, "malformed hex(type)"};
+        if (x < 0) return {Status::Format, "malformed hex(type)"};
         t = t * 16 + static_cast<DWORD>(x);
       }
       v.type = t;
       rest.remove_prefix(close + 1);
     }
-    if (rest.empty() || rest.front() != ':') return {Error::Format, "expected : after hex"};
-    if (!ParseHexBytes(rest.substr(1), v.data)) return {Error::Format, "malformed hex bytes"};
+    if (rest.empty() || rest.front() != ':') return {Status::Format, "expected : after hex"};
+    if (!ParseHexBytes(rest.substr(1), v.data)) return {Status::Format, "malformed hex bytes"};
     return {};
   }
-  return {Error::Format, "unknown value form"};
+  return {Status::Format, "unknown value form"};
 }
 
 std::string QuotedText(std::string_view s) {
@@ -179,11 +179,11 @@ Key& AddSection(Document& doc, std::string path) {
 
 bool EqualNoCase(std::string_view a, std::string_view b) { return orvx::text::EqualNoCase(a, b); }
 
-static Error Malformed(long long line, std::string message) {
-  return {Error::Format, std::move(message), 0, line};
+static Status Malformed(long long line, std::string message) {
+  return {Status::Format, std::move(message), 0, line};
 }
 
-Error Parse(std::string_view bytes, Document& parsed) {
+Status Parse(std::string_view bytes, Document& parsed) {
   Document doc;
   doc.preamble.clear();
   std::string text;
@@ -262,7 +262,7 @@ Error Parse(std::string_view bytes, Document& parsed) {
       raw += lines[i];
     }
     Value v;
-    if (Error problem = ParseValue(logical, v); problem.Failed()) return Malformed(lineNo, std::move(problem.message));
+    if (Status problem = ParseValue(logical, v); problem.Failed()) return Malformed(lineNo, std::move(problem.message));
     // A name given twice (in any letter case) keeps its first spelling and
     // takes the later data, written anew; a first one keeps its text.
     if (FindValue(*key, v.name))
@@ -274,7 +274,7 @@ Error Parse(std::string_view bytes, Document& parsed) {
   return {};
 }
 
-Error Serialize(const Document& doc, std::string& bytes) {
+Status Serialize(const Document& doc, std::string& bytes) {
   const std::string_view eol = doc.crlf ? "\r\n" : "\n";
   std::string text = doc.header + std::string(eol);
   for (const auto& l : doc.preamble) text += l + std::string(eol);
@@ -295,7 +295,7 @@ Error Serialize(const Document& doc, std::string& bytes) {
     case Document::Encoding::Utf8Bom: bytes = "\xEF\xBB\xBF" + text; break;
     case Document::Encoding::Utf16:
       bytes = "\xFF\xFE";
-      if (!orvx::text::Utf8ToUtf16(text, bytes)) return {Error::Format, "a name or value is not UTF-8, so it cannot be written as UTF-16"};
+      if (!orvx::text::Utf8ToUtf16(text, bytes)) return {Status::Format, "a name or value is not UTF-8, so it cannot be written as UTF-16"};
       break;
   }
   return {};

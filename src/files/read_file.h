@@ -9,33 +9,33 @@
 #include <string_view>
 
 #include "orvx/afx_file.h"
-#include "orvx/error.h"
-#include "os_file.h"
+#include "orvx/status.h"
+#include "os/os_file.h"
 
 namespace orvx::detail {
 
 // `error`, from the OS seam or a CFile, said of `path` while `doing` (e.g.
 // "cannot read"): one wording per failure, whoever met it.
-Error About(const std::string& path, std::string_view doing, Error error);
+Status About(const std::string& path, std::string_view doing, Status error);
 // A file larger than `limit`, the most a file of its kind can hold.
-Error TooLarge(const std::string& path, std::uint64_t limit);
+Status TooLarge(const std::string& path, std::uint64_t limit);
 
 // CFile's exceptions are the host's side of a failure: these turn the
 // library's error into one and back. A failure with no cause of its own gets
 // `otherCause` (an open's is accessDenied). What is no regular file keeps
 // this system error code, which no system uses.
 constexpr int kNotRegularOsError = -2;
-CFileException ToException(const Error& error, std::string fileName, int otherCause = CFileException::generic);
-Error FromException(const CFileException& e);
+CFileException ToException(const Status& error, std::string fileName, int otherCause = CFileException::generic);
+Status FromException(const CFileException& e);
 
 // Opens `path` for reading. Fails, naming the path, when it is missing, is
 // no regular file, or cannot be opened.
-Error OpenForReading(const std::string& path, os::FileHandle& file);
+Status OpenForReading(const std::string& path, os::FileHandle& file);
 // Reads the open `file` whole into `bytes`; a file longer than `limit` is
 // refused before anything is read (and one that grows past it while read).
-Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes);
+Status ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes);
 // The file `path` names once its symbolic links are followed (`path` itself
 // when it is no link, or names nothing yet). Fails on a loop.
-Error ResolveLinks(const std::string& path, std::string& target);
+Status ResolveLinks(const std::string& path, std::string& target);
 
 }  // namespace orvx::detail

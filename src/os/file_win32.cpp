@@ -4,7 +4,7 @@
 #include <climits>
 
 #include "orvx/afx_file.h"
-#include "os_file.h"
+#include "os/os_file.h"
 
 namespace orvx::os {
 
@@ -14,17 +14,17 @@ HANDLE H(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
 
 namespace {
 // The error of the call that just failed, as GetLastError tells it.
-Error Failure() {
+Status Failure() {
   const DWORD e = ::GetLastError();
-  const Error::Code code = e == ERROR_FILE_NOT_FOUND || e == ERROR_PATH_NOT_FOUND     ? Error::NotFound
-                           : e == ERROR_SHARING_VIOLATION                             ? Error::Sharing
-                           : e == ERROR_DISK_FULL || e == ERROR_HANDLE_DISK_FULL      ? Error::DiskFull
-                                                                                      : Error::Io;
+  const Status::Code code = e == ERROR_FILE_NOT_FOUND || e == ERROR_PATH_NOT_FOUND     ? Status::NotFound
+                           : e == ERROR_SHARING_VIOLATION                             ? Status::Sharing
+                           : e == ERROR_DISK_FULL || e == ERROR_HANDLE_DISK_FULL      ? Status::DiskFull
+                                                                                      : Status::Io;
   return {code, ErrorText(static_cast<int>(e)), static_cast<int>(e)};
 }
 }  // namespace
 
-Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
+Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   file = kNoFile;
   DWORD access = GENERIC_READ;
   if ((openFlags & 3) == CFile::modeWrite) access = GENERIC_WRITE;
@@ -47,7 +47,7 @@ Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
     return NotRegularFile();
   }
   if (h == INVALID_HANDLE_VALUE) {
-    Error error = Failure();
+    Status error = Failure();
     const DWORD attributes = ::GetFileAttributesA(name);
     if (error.osError == ERROR_ACCESS_DENIED && attributes != INVALID_FILE_ATTRIBUTES &&
         (attributes & FILE_ATTRIBUTE_DIRECTORY))
@@ -58,18 +58,18 @@ Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   return {};
 }
 
-Error ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
+Status ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
   DWORD n = 0;
   const bool read = ::ReadFile(H(file), buffer, count, &n, nullptr);
   got = read ? n : 0;
-  return read ? Error{} : Failure();
+  return read ? Status{} : Failure();
 }
 
-Error WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
+Status WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
   DWORD n = 0;
   const bool written = ::WriteFile(H(file), buffer, count, &n, nullptr);
   put = written ? n : 0;
-  return written ? Error{} : Failure();
+  return written ? Status{} : Failure();
 }
 
 std::uint64_t FileLength(FileHandle file) {
@@ -78,7 +78,7 @@ std::uint64_t FileLength(FileHandle file) {
   return static_cast<std::uint64_t>(size.QuadPart);
 }
 
-Error FlushFile(FileHandle file) {
+Status FlushFile(FileHandle file) {
   if (::FlushFileBuffers(H(file))) return {};
   const DWORD error = ::GetLastError();
   if (error == ERROR_INVALID_HANDLE || error == ERROR_ACCESS_DENIED) return {};
@@ -88,17 +88,17 @@ Error FlushFile(FileHandle file) {
 
 void CloseFile(FileHandle file) { ::CloseHandle(H(file)); }
 
-Error CreateNewFile(const char* name, FileHandle& file) {
+Status CreateNewFile(const char* name, FileHandle& file) {
   const HANDLE h = ::CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   file = h == INVALID_HANDLE_VALUE ? kNoFile : reinterpret_cast<FileHandle>(h);
-  return h == INVALID_HANDLE_VALUE ? Failure() : Error{};
+  return h == INVALID_HANDLE_VALUE ? Failure() : Status{};
 }
 
-Error RenameOver(const char* from, const char* to) {
-  return ::MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ? Error{} : Failure();
+Status RenameOver(const char* from, const char* to) {
+  return ::MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ? Status{} : Failure();
 }
 
-Error SyncDirectory(const char*) { return {}; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
+Status SyncDirectory(const char*) { return {}; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
 namespace {
 // A FILETIME counts 100 ns from 1601; stamps count nanoseconds from 1970.
@@ -119,7 +119,7 @@ FileStamp Stamp(FileHandle file) {
 
 FileStamp StampPath(const char*) { return {}; }  // the file index needs an open handle
 
-Error StatPath(const char* name, FileStamp& stamp) {
+Status StatPath(const char* name, FileStamp& stamp) {
   // The file index needs a handle: one opened for the attributes only, which
   // reads nothing and shares everything.
   const HANDLE h = ::CreateFileA(name, FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -128,12 +128,12 @@ Error StatPath(const char* name, FileStamp& stamp) {
   const bool disk = ::GetFileType(h) == FILE_TYPE_DISK;
   stamp = Stamp(reinterpret_cast<FileHandle>(h));
   ::CloseHandle(h);
-  return disk && stamp.regular ? Error{} : NotRegularFile();
+  return disk && stamp.regular ? Status{} : NotRegularFile();
 }
 
-Error LockExclusive(FileHandle file) {
+Status LockExclusive(FileHandle file) {
   OVERLAPPED at{};
-  return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? Error{} : Failure();
+  return ::LockFileEx(H(file), LOCKFILE_EXCLUSIVE_LOCK, 0, MAXDWORD, MAXDWORD, &at) ? Status{} : Failure();
 }
 
 std::uint64_t CurrentProcessId() { return ::GetCurrentProcessId(); }
@@ -157,6 +157,6 @@ std::string ErrorText(int osError) {
   return s.empty() ? "system error " + std::to_string(osError) : s;
 }
 
-Error BadHandle() { return {Error::Io, ErrorText(ERROR_INVALID_HANDLE), ERROR_INVALID_HANDLE}; }
+Status BadHandle() { return {Status::Io, ErrorText(ERROR_INVALID_HANDLE), ERROR_INVALID_HANDLE}; }
 
 }  // namespace orvx::os

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "orvx/afx_registry.h"
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvx::registry {
 
@@ -53,7 +53,7 @@ struct Document {
 struct Snapshot {
   bool exists = false;
   std::shared_ptr<const Document> doc;
-  Error error;
+  Status error;
 };
 // The file's content, parsed once for each state of it. A missing file's
 // `error` says so too.
@@ -63,10 +63,10 @@ Snapshot ReadStore(const std::string& file);
 void Remember(const std::string& file, std::shared_ptr<const Document> doc);
 
 // Fails with the line of the first fault in `where`; `parsed` is then unchanged.
-Error Parse(std::string_view bytes, Document& parsed);
+Status Parse(std::string_view bytes, Document& parsed);
 // The file's bytes. Fails when the text cannot be encoded as the document's
 // encoding asks (a UTF-16 file and a name that is not UTF-8).
-Error Serialize(const Document& doc, std::string& bytes);
+Status Serialize(const Document& doc, std::string& bytes);
 
 bool EqualNoCase(std::string_view a, std::string_view b);
 

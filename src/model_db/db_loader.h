@@ -13,7 +13,7 @@
 #include <string_view>
 
 #include "orvx/database.h"
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvx::detail {
 
@@ -36,17 +36,17 @@ void ReadDatabase(CArchive& ar, const RecordSink& sink, Framing& framing);
 // Call only inside a catch block: the archive, file or allocation failure in
 // flight, worded once for every reader (`where` is the byte for damaged
 // data). Rethrows anything else.
-Error LoadFailure(std::string_view source);
+Status LoadFailure(std::string_view source);
 
 // Open `path` as a database file: a path with a zero byte, anything that is
 // not a regular file, and a file larger than a database can be are refused.
-Error OpenDatabase(const std::string& path, CFile& file);
+Status OpenDatabase(const std::string& path, CFile& file);
 
 // Replace the content of `db` with the database in `path` or `bytes`. A
 // negative record count is refused (the library entry reads it as no
 // record). On failure `db` is as it was. `framing`, when given, says how far
 // the read got, failed or not.
-Error LoadFile(const std::string& path, ModelDatabase& db, Framing* framing = nullptr);
-Error LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing = nullptr);
+Status LoadFile(const std::string& path, ModelDatabase& db, Framing* framing = nullptr);
+Status LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing = nullptr);
 
 }  // namespace orvx::detail

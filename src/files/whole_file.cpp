@@ -7,8 +7,8 @@
 #include <system_error>
 
 #include "orvx/afx_file.h"
-#include "os_file.h"
-#include "read_file.h"
+#include "os/os_file.h"
+#include "files/read_file.h"
 
 namespace orvx {
 namespace {
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 // The file a path names once its symbolic links are followed (the path
 // itself when it is no link). Fails on a loop.
-Error Resolve(const std::string& given, fs::path& target) {
+Status Resolve(const std::string& given, fs::path& target) {
   fs::path path = given;
   for (int hops = 0; hops < 40; ++hops) {
     std::error_code ec;
@@ -26,10 +26,10 @@ Error Resolve(const std::string& given, fs::path& target) {
       return {};
     }
     const fs::path next = fs::read_symlink(path, ec);
-    if (ec) return {Error::Io, given + ": " + ec.message(), ec.value()};
+    if (ec) return {Status::Io, given + ": " + ec.message(), ec.value()};
     path = next.is_absolute() ? next : path.parent_path() / next;
   }
-  return {Error::Io, given + ": too many levels of symbolic links"};
+  return {Status::Io, given + ": too many levels of symbolic links"};
 }
 
 // Temporary files are named ".<target>.tmp-<writer's process ID>-<random>",
@@ -61,9 +61,9 @@ void RemoveStaleTemps(const fs::path& target) {
 }
 
 // Writes `bytes` into a new temporary file; its name in `temp`.
-Error WriteTemp(const std::string& path, const fs::path& target, std::string_view bytes, std::string& temp) {
+Status WriteTemp(const std::string& path, const fs::path& target, std::string_view bytes, std::string& temp) {
   os::FileHandle file = os::kNoFile;
-  Error error;
+  Status error;
   for (int attempt = 0; attempt < 8 && file == os::kNoFile; ++attempt) {
     temp = TempName(target);
     error = os::CreateNewFile(temp.c_str(), file);
@@ -74,7 +74,7 @@ Error WriteTemp(const std::string& path, const fs::path& target, std::string_vie
     const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, UINT_MAX));
     std::uint64_t n = 0;
     error = os::WriteSome(file, bytes.data() + done, chunk, n);
-    if (!error.Failed() && n == 0) error = {Error::Io, "nothing written"};
+    if (!error.Failed() && n == 0) error = {Status::Io, "nothing written"};
     done += static_cast<std::size_t>(n);
   }
   if (!error.Failed()) error = os::FlushFile(file);
@@ -84,29 +84,29 @@ Error WriteTemp(const std::string& path, const fs::path& target, std::string_vie
 
 }  // namespace
 
-Error ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t limit) {
+Status ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t limit) {
   bytes.clear();
   os::FileHandle file = os::kNoFile;
-  if (Error error = detail::OpenForReading(path, file); error.Failed()) return error;
-  Error error = detail::ReadOpenFile(path, file, limit, bytes);
+  if (Status error = detail::OpenForReading(path, file); error.Failed()) return error;
+  Status error = detail::ReadOpenFile(path, file, limit, bytes);
   os::CloseFile(file);
   return error;
 }
 
-Error StatFile(const std::string& path, FileState& state) {
+Status StatFile(const std::string& path, FileState& state) {
   // The system would read the path only up to the zero byte: another file.
-  if (path.find('\0') != std::string::npos) return {Error::Argument, "a path that holds a zero byte"};
+  if (path.find('\0') != std::string::npos) return {Status::Argument, "a path that holds a zero byte"};
   os::FileStamp stamp;
-  if (Error error = os::StatPath(path.c_str(), stamp); error.Failed())
+  if (Status error = os::StatPath(path.c_str(), stamp); error.Failed())
     return detail::About(path, "cannot open", std::move(error));
   state = {{stamp.device, stamp.inode}, stamp.size, stamp.modified, stamp.changed};
   return {};
 }
 
-Error ReplaceFile(const std::string& path, std::string_view bytes) {
-  if (path.empty()) return {Error::Argument, "an empty path"};
+Status ReplaceFile(const std::string& path, std::string_view bytes) {
+  if (path.empty()) return {Status::Argument, "an empty path"};
   fs::path target;
-  if (Error e = Resolve(path, target); e.Failed()) return e;
+  if (Status e = Resolve(path, target); e.Failed()) return e;
 
   std::error_code ec;
   const fs::file_status st = fs::status(target, ec);
@@ -116,79 +116,79 @@ Error ReplaceFile(const std::string& path, std::string_view bytes) {
     const fs::file_status folder = fs::status(target.parent_path(), ec);
     // A path that goes on through a file ("afile/", "afile/x") can name nothing.
     if (fs::exists(folder) && !fs::is_directory(folder))
-      return {Error::Argument, path + ": " + target.parent_path().string() + " is a file, not a folder"};
+      return {Status::Argument, path + ": " + target.parent_path().string() + " is a file, not a folder"};
     if (!fs::is_directory(folder))
-      return {Error::NotFound, path + ": the folder " + target.parent_path().string() + " does not exist"};
+      return {Status::NotFound, path + ": the folder " + target.parent_path().string() + " does not exist"};
   }
 
   RemoveStaleTemps(target);
   std::string temp;
-  Error error = WriteTemp(path, target, bytes, temp);
+  Status error = WriteTemp(path, target, bytes, temp);
   if (!error.Failed() && exists) {
     fs::permissions(temp, st.permissions(), fs::perm_options::replace, ec);
-    if (ec) error = {Error::Io, path + ": cannot keep the file's permissions (" + ec.message() + ")", ec.value()};
+    if (ec) error = {Status::Io, path + ": cannot keep the file's permissions (" + ec.message() + ")", ec.value()};
   }
   // The folder is synced before the rename too: a folder that cannot be
   // synced fails the call while the old file is still in place.
   const fs::path parent = target.parent_path();
   const std::string dir = parent.empty() ? "." : parent.string();
   if (!error.Failed())
-    if (Error e = os::SyncDirectory(dir.c_str()); e.Failed()) error = detail::About(path, "cannot sync its folder", e);
+    if (Status e = os::SyncDirectory(dir.c_str()); e.Failed()) error = detail::About(path, "cannot sync its folder", e);
   if (!error.Failed())
-    if (Error e = os::RenameOver(temp.c_str(), target.string().c_str()); e.Failed())
+    if (Status e = os::RenameOver(temp.c_str(), target.string().c_str()); e.Failed())
       error = detail::About(path, "cannot replace", e);
   if (error.Failed()) {
     fs::remove(temp, ec);
     return error;
   }
-  if (Error e = os::SyncDirectory(dir.c_str()); e.Failed())
+  if (Status e = os::SyncDirectory(dir.c_str()); e.Failed())
     return detail::About(path, "replaced, but its folder cannot be synced, so the change may not survive a power cut", e);
   return {};
 }
 
 namespace detail {
 
-Error About(const std::string& path, std::string_view doing, Error error) {
+Status About(const std::string& path, std::string_view doing, Status error) {
   switch (error.code) {
-    case Error::NotFound: error.message = path + ": no such file"; break;
-    case Error::NotRegular: error.message = path + ": is " + os::NotRegularFile().message; break;
+    case Status::NotFound: error.message = path + ": no such file"; break;
+    case Status::NotRegular: error.message = path + ": is " + os::NotRegularFile().message; break;
     default: error.message = path + ": " + std::string(doing) + " (" + error.message + ")"; break;
   }
   return error;
 }
 
-Error TooLarge(const std::string& path, std::uint64_t limit) {
+Status TooLarge(const std::string& path, std::uint64_t limit) {
   const bool gb = limit % (std::uint64_t{1} << 30) == 0;
-  return {Error::TooLarge, path + ": larger than " + std::to_string(gb ? limit >> 30 : limit >> 20) +
+  return {Status::TooLarge, path + ": larger than " + std::to_string(gb ? limit >> 30 : limit >> 20) +
                                (gb ? " GB" : " MB") + ", more than a file of its kind can hold"};
 }
 
-CFileException ToException(const Error& error, std::string fileName, int otherCause) {
+CFileException ToException(const Status& error, std::string fileName, int otherCause) {
   switch (error.code) {
-    case Error::NotFound: return {CFileException::fileNotFound, error.osError, std::move(fileName)};
-    case Error::Sharing: return {CFileException::sharingViolation, error.osError, std::move(fileName)};
-    case Error::DiskFull: return {CFileException::diskFull, error.osError, std::move(fileName)};
-    case Error::NotRegular: return {CFileException::accessDenied, kNotRegularOsError, std::move(fileName)};
+    case Status::NotFound: return {CFileException::fileNotFound, error.osError, std::move(fileName)};
+    case Status::Sharing: return {CFileException::sharingViolation, error.osError, std::move(fileName)};
+    case Status::DiskFull: return {CFileException::diskFull, error.osError, std::move(fileName)};
+    case Status::NotRegular: return {CFileException::accessDenied, kNotRegularOsError, std::move(fileName)};
     default: return {otherCause, error.osError, std::move(fileName)};
   }
 }
 
-Error FromException(const CFileException& e) {
+Status FromException(const CFileException& e) {
   const int os = static_cast<int>(e.m_lOsError);
   if (os == kNotRegularOsError) return os::NotRegularFile();
-  const Error::Code code = e.m_cause == CFileException::fileNotFound       ? Error::NotFound
-                           : e.m_cause == CFileException::sharingViolation ? Error::Sharing
-                           : e.m_cause == CFileException::diskFull         ? Error::DiskFull
-                                                                          : Error::Io;
+  const Status::Code code = e.m_cause == CFileException::fileNotFound       ? Status::NotFound
+                           : e.m_cause == CFileException::sharingViolation ? Status::Sharing
+                           : e.m_cause == CFileException::diskFull         ? Status::DiskFull
+                                                                          : Status::Io;
   return {code, os ? os::ErrorText(os) : "file error " + std::to_string(e.m_cause), os};
 }
 
-Error OpenForReading(const std::string& path, os::FileHandle& file) {
-  Error error = os::OpenFile(path.c_str(), CFile::modeRead, file);
+Status OpenForReading(const std::string& path, os::FileHandle& file) {
+  Status error = os::OpenFile(path.c_str(), CFile::modeRead, file);
   return error.Failed() ? About(path, "cannot open", std::move(error)) : error;
 }
 
-Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes) {
+Status ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t limit, std::string& bytes) {
   bytes.clear();
   const std::uint64_t length = os::FileLength(file);
   if (length != UINT64_MAX && length > limit) return TooLarge(path, limit);
@@ -196,7 +196,7 @@ Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t l
   char buffer[64 * 1024];
   for (;;) {
     std::uint64_t n = 0;
-    if (Error e = os::ReadSome(file, buffer, sizeof buffer, n); e.Failed()) {
+    if (Status e = os::ReadSome(file, buffer, sizeof buffer, n); e.Failed()) {
       bytes.clear();
       return About(path, "cannot read", std::move(e));
     }
@@ -210,9 +210,9 @@ Error ReadOpenFile(const std::string& path, os::FileHandle file, std::uint64_t l
   }
 }
 
-Error ResolveLinks(const std::string& path, std::string& target) {
+Status ResolveLinks(const std::string& path, std::string& target) {
   fs::path resolved;
-  if (Error e = Resolve(path, resolved); e.Failed()) return e;
+  if (Status e = Resolve(path, resolved); e.Failed()) return e;
   target = resolved.string();
   return {};
 }

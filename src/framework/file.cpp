@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <cstring>
 
-#include "os_file.h"
-#include "read_file.h"
+#include "os/os_file.h"
+#include "files/read_file.h"
 
 namespace os = orvx::os;
-using orvx::Error;
+using orvx::Status;
 
 CFileException::CFileException(int cause, int osError, std::string fileName)
     : CException("file error " + std::to_string(cause) +
@@ -35,7 +35,7 @@ CFile::~CFile() {
 BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
   Close();
   os::FileHandle file = os::kNoFile;
-  const Error e = fileName ? os::OpenFile(fileName, openFlags, file) : Error(Error::NotFound, "no file name");
+  const Status e = fileName ? os::OpenFile(fileName, openFlags, file) : Status(Status::NotFound, "no file name");
   if (e.Failed()) {
     if (error) *error = orvx::detail::ToException(e, fileName ? fileName : "", CFileException::accessDenied);
     return FALSE;
@@ -82,7 +82,7 @@ UINT CFile::ReadRaw(void* buffer, UINT count) {
   UINT done = 0;
   while (done < count) {
     std::uint64_t n = 0;
-    if (const Error e = os::ReadSome(fd_, out + done, count - done, n); e.Failed())
+    if (const Status e = os::ReadSome(fd_, out + done, count - done, n); e.Failed())
       throw orvx::detail::ToException(e, path_);
     if (n == 0) break;
     done += static_cast<UINT>(n);
@@ -97,7 +97,7 @@ void CFile::Write(const void* buffer, UINT count) {
   UINT done = 0;
   while (done < count) {
     std::uint64_t n = 0;
-    if (const Error e = os::WriteSome(fd_, in + done, count - done, n); e.Failed())
+    if (const Status e = os::WriteSome(fd_, in + done, count - done, n); e.Failed())
       throw orvx::detail::ToException(e, path_);
     done += static_cast<UINT>(n);
   }
@@ -110,7 +110,7 @@ std::uint64_t CFile::GetLength() const { return fd_ == os::kNoFile ? UINT64_MAX 
 
 void CFile::Flush() {
   if (fd_ == os::kNoFile) return;
-  if (const Error e = os::FlushFile(fd_); e.Failed()) throw orvx::detail::ToException(e, path_);
+  if (const Status e = os::FlushFile(fd_); e.Failed()) throw orvx::detail::ToException(e, path_);
 }
 
 void CFile::Close() {

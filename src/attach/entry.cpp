@@ -3,7 +3,7 @@
 #include <string>
 
 #include "orvx/afx_host.h"
-#include "orvx/db_loader.h"
+#include "model_db/db_loader.h"
 #include "orvx/model_db.h"
 
 namespace {
@@ -26,7 +26,7 @@ BOOL Attach(void* hModule) {
 
   // Whatever kept the file from opening, the host is told it is not found.
   CFile file;
-  if (const orvx::Error e = orvx::detail::OpenDatabase(kDatabaseFile, file); e.Failed())
+  if (const orvx::Status e = orvx::detail::OpenDatabase(kDatabaseFile, file); e.Failed())
     return fail(file.IsOpen() ? "Initialize Error: " + e.message : "Initialize Error: ORVDB.dat not found");
 
   BYTE buffer[1024];

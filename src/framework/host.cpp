@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "orvx/afx_host.h"
-#include "os_host.h"
+#include "os/os_host.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <memory>
 #include <string_view>
 
-#include "orvx/db_loader.h"
-#include "name_index.h"
+#include "model_db/db_loader.h"
+#include "model_db/name_index.h"
 #include "orvx/model_db.h"
 
 CPtrArray CPrnStaticInfoArray;

@@ -11,7 +11,7 @@
 
 namespace orvx {
 
-struct Error {
+struct Status {
   enum Code : std::uint8_t {
     None,
     NotFound,    // nothing at the path
@@ -25,8 +25,8 @@ struct Error {
     Argument,  // a path or name no file or key can have (a zero byte, a line break)
   };
 
-  Error() = default;
-  Error(Code c, std::string text, int system = 0, long long at = 0)
+  Status() = default;
+  Status(Code c, std::string text, int system = 0, long long at = 0)
       : code(c), message(std::move(text)), osError(system), where(at) {}
 
   Code code = None;

@@ -7,8 +7,8 @@
 
 #include "orvx/afx_registry.h"
 #include "orvx/whole_file.h"
-#include "read_file.h"
-#include "reg_document.h"
+#include "files/read_file.h"
+#include "registry/reg_document.h"
 
 namespace orvx::registry {
 namespace {
@@ -42,8 +42,8 @@ Snapshot ReadStore(const std::string& file) {
     if (it != TheCache().entries.end() && it->second.first == seen) return it->second.second;
   }
   os::FileHandle fd = os::kNoFile;
-  if (Error error = detail::OpenForReading(file, fd); error.Failed())
-    return {error.code != Error::NotFound, nullptr, std::move(error)};
+  if (Status error = detail::OpenForReading(file, fd); error.Failed())
+    return {error.code != Status::NotFound, nullptr, std::move(error)};
   const os::FileStamp stamp = os::Stamp(fd);
   {
     std::lock_guard lock(TheCache().mutex);
@@ -73,7 +73,7 @@ void Remember(const std::string& file, std::shared_ptr<const Document> doc) {
   Keep(file, stamp, {true, std::move(doc), {}});
 }
 
-Error CheckFile(const std::string& path) {
+Status CheckFile(const std::string& path) {
   Snapshot snap = ReadStore(path);
   return std::move(snap.error);
 }

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "orvx/afx_types.h"
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvx {
 
@@ -39,12 +39,12 @@ class SizeListReader {
   bool Next(SizeListEntry& entry);
   // Why the walk stopped early: a Format error whose `where` is the offset
   // of the entry that runs past the end of the block. None after a complete walk.
-  const Error& Problem() const { return problem_; }
+  const Status& Problem() const { return problem_; }
 
  private:
   std::span<const BYTE> block_;
   std::size_t at_ = 1;
-  Error problem_;
+  Status problem_;
 };
 
 // The size list of input tray `trayNumber` (a numbered entry; 0 to 255), or

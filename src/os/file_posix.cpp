@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "orvx/afx_file.h"
-#include "os_file.h"
+#include "os/os_file.h"
 
 namespace orvx::os {
 namespace {
@@ -26,13 +26,13 @@ auto Retry(Call call) {
 
 namespace {
 // The error of the call that just failed and left errno.
-Error Failure() {
+Status Failure() {
   const int e = errno;
-  return {e == ENOENT ? Error::NotFound : e == ENOSPC ? Error::DiskFull : Error::Io, std::strerror(e), e};
+  return {e == ENOENT ? Status::NotFound : e == ENOSPC ? Status::DiskFull : Status::Io, std::strerror(e), e};
 }
 }  // namespace
 
-Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
+Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   file = kNoFile;
   // Non-blocking, so that the open of a FIFO returns at once and is refused below.
   int flags = O_CLOEXEC | O_NONBLOCK;
@@ -56,16 +56,16 @@ Error OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   return {};
 }
 
-Error ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
+Status ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
   const ssize_t n = Retry([&] { return ::read(static_cast<int>(file), buffer, count); });
   got = n < 0 ? 0 : static_cast<std::uint64_t>(n);
-  return n < 0 ? Failure() : Error{};
+  return n < 0 ? Failure() : Status{};
 }
 
-Error WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
+Status WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
   const ssize_t n = Retry([&] { return ::write(static_cast<int>(file), buffer, count); });
   put = n < 0 ? 0 : static_cast<std::uint64_t>(n);
-  return n < 0 ? Failure() : Error{};
+  return n < 0 ? Failure() : Status{};
 }
 
 std::uint64_t FileLength(FileHandle file) {
@@ -74,22 +74,22 @@ std::uint64_t FileLength(FileHandle file) {
   return static_cast<std::uint64_t>(st.st_size);
 }
 
-Error FlushFile(FileHandle file) { return ::fsync(static_cast<int>(file)) != 0 && errno != EINVAL ? Failure() : Error{}; }
+Status FlushFile(FileHandle file) { return ::fsync(static_cast<int>(file)) != 0 && errno != EINVAL ? Failure() : Status{}; }
 
 void CloseFile(FileHandle file) { ::close(static_cast<int>(file)); }
 
-Error CreateNewFile(const char* name, FileHandle& file) {
+Status CreateNewFile(const char* name, FileHandle& file) {
   const int fd = Retry([&] { return ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); });
   file = fd < 0 ? kNoFile : fd;
-  return fd < 0 ? Failure() : Error{};
+  return fd < 0 ? Failure() : Status{};
 }
 
-Error RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? Error{} : Failure(); }
+Status RenameOver(const char* from, const char* to) { return ::rename(from, to) == 0 ? Status{} : Failure(); }
 
-Error SyncDirectory(const char* dir) {
+Status SyncDirectory(const char* dir) {
   const int fd = Retry([&] { return ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
   if (fd < 0) return Failure();
-  const Error error = ::fsync(fd) == 0 ? Error{} : Failure();
+  const Status error = ::fsync(fd) == 0 ? Status{} : Failure();
   ::close(fd);
   return error;
 }
@@ -115,7 +115,7 @@ FileStamp StampPath(const char* name) {
   return ::stat(name, &st) == 0 ? StampOf(st) : FileStamp{};
 }
 
-Error StatPath(const char* name, FileStamp& stamp) {
+Status StatPath(const char* name, FileStamp& stamp) {
   struct stat st {};
   if (::stat(name, &st) != 0) return Failure();
   if (!S_ISREG(st.st_mode)) return NotRegularFile();
@@ -123,8 +123,8 @@ Error StatPath(const char* name, FileStamp& stamp) {
   return {};
 }
 
-Error LockExclusive(FileHandle file) {
-  return Retry([&] { return ::flock(static_cast<int>(file), LOCK_EX); }) == 0 ? Error{} : Failure();
+Status LockExclusive(FileHandle file) {
+  return Retry([&] { return ::flock(static_cast<int>(file), LOCK_EX); }) == 0 ? Status{} : Failure();
 }
 
 std::uint64_t CurrentProcessId() { return static_cast<std::uint64_t>(::getpid()); }
@@ -134,6 +134,6 @@ bool ProcessExists(std::uint64_t pid) {
   return ::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH;
 }
 
-Error BadHandle() { return {Error::Io, std::strerror(EBADF), EBADF}; }
+Status BadHandle() { return {Status::Io, std::strerror(EBADF), EBADF}; }
 
 }  // namespace orvx::os

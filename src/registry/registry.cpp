@@ -17,9 +17,9 @@
 #include "orvx/afx_registry.h"
 #include "orvx/registry_check.h"
 #include "orvx/whole_file.h"
-#include "os_file.h"
-#include "read_file.h"
-#include "reg_document.h"
+#include "os/os_file.h"
+#include "files/read_file.h"
+#include "registry/reg_document.h"
 
 struct HKEY__ {
   HKEY hive;

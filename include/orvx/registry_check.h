@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvx::registry {
 // Checks that a store file parses. A failure's `where` is the line (from 1)
 // of the problem, or 0 when the file could not be read.
-Error CheckFile(const std::string& path);
+Status CheckFile(const std::string& path);
 // Why a key path or value name cannot be written to a store file (it holds a
 // line break or another control character but a tab, which would break its
 // line); empty when it can. `what` starts the message ("the application name").

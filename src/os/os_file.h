@@ -5,7 +5,7 @@
 #include <string>
 
 #include "orvx/afx_types.h"
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvx::os {
 
@@ -18,29 +18,29 @@ constexpr FileHandle kNoFile = -1;
 // the path and what they were doing.
 
 // What an open of anything but a regular file answers, on every platform.
-inline Error NotRegularFile(int osError = 0) {
-  return {Error::NotRegular, "not a regular file (a directory, a device, a FIFO or a socket)", osError};
+inline Status NotRegularFile(int osError = 0) {
+  return {Status::NotRegular, "not a regular file (a directory, a device, a FIFO or a socket)", osError};
 }
 
 // Opens the regular file `name` with CFile's open flags into `file`. Anything
 // that is not a regular file is refused at once (NotRegular), without waiting
 // for a FIFO's other end or a device.
-Error OpenFile(const char* name, UINT openFlags, FileHandle& file);
+Status OpenFile(const char* name, UINT openFlags, FileHandle& file);
 // Reads up to `count` bytes; `got` is 0 at the end of the file.
-Error ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got);
+Status ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got);
 // Writes up to `count` bytes; `put` says how many.
-Error WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put);
+Status WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put);
 // Length of a regular file, or UINT64_MAX.
 std::uint64_t FileLength(FileHandle file);
 // A file that cannot be synced is not an error.
-Error FlushFile(FileHandle file);
+Status FlushFile(FileHandle file);
 void CloseFile(FileHandle file);
 // Creates `name`, which must not exist yet, for writing.
-Error CreateNewFile(const char* name, FileHandle& file);
+Status CreateNewFile(const char* name, FileHandle& file);
 // Renames `from` over `to` in one step.
-Error RenameOver(const char* from, const char* to);
+Status RenameOver(const char* from, const char* to);
 // Makes the entries of `dir` durable, where the platform needs that.
-Error SyncDirectory(const char* dir);
+Status SyncDirectory(const char* dir);
 
 // What tells one state of a file's content from another.
 struct FileStamp {
@@ -57,15 +57,15 @@ FileStamp StampPath(const char* name);
 // The stamp of the regular file `name` names (links followed), read without
 // opening it where the platform can (POSIX: one stat). Fails as OpenFile does
 // on a missing path and on anything but a regular file.
-Error StatPath(const char* name, FileStamp& stamp);
+Status StatPath(const char* name, FileStamp& stamp);
 // Waits for an exclusive advisory lock on `file`. Closing the file releases it.
-Error LockExclusive(FileHandle file);
+Status LockExclusive(FileHandle file);
 // The system's text for its error code.
 std::string ErrorText(int osError);
 std::uint64_t CurrentProcessId();
 // False only when no process `pid` exists (one we may not signal still does).
 bool ProcessExists(std::uint64_t pid);
 // The error of a call on a file that is not open.
-Error BadHandle();
+Status BadHandle();
 
 }  // namespace orvx::os

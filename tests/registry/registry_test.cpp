@@ -76,7 +76,7 @@ TEST_F(Store, WrittenFilesParseAndRewriteUnchanged) {
   Put(kUser, "Software\\\\App\\Com",
       {BinaryValue("COM3", big), StringValue("", "line\nbreak"), {"Raw", 11, {big.begin(), big.begin() + 8}}});
   EXPECT_EQ(Values(kUser, "Software\\App\\Com").size(), 3u);
-  const orvx::Error e = orvx::registry::CheckFile(user_);
+  const orvx::Status e = orvx::registry::CheckFile(user_);
   EXPECT_FALSE(e.Failed()) << e.message << " at line " << e.where;
   const std::string before = Read(user_);
   ASSERT_EQ(Set(kUser, "Software\\App\\Com", BinaryValue("COM3", big)), ERROR_SUCCESS);
@@ -175,7 +175,7 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
   for (const auto& [bytes, line] : cases) {
     SCOPED_TRACE(testing::PrintToString(bytes));
     Write(user_, bytes);
-    const orvx::Error e = orvx::registry::CheckFile(user_);
+    const orvx::Status e = orvx::registry::CheckFile(user_);
     EXPECT_TRUE(e.Failed());
     EXPECT_EQ(e.where, line) << e.message;
     EXPECT_EQ(Open(kUser, "A"), ERROR_FILE_NOT_FOUND);
