@@ -2,7 +2,7 @@
 // text that parses to the same keys and values, and writing is stable.
 #include <cstdlib>
 
-#include "platform/reg_document.h"
+#include "registry/reg_document.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ bool SameContent(const Document& a, const Document& b) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Document doc;
-  if (const orvx::Error error = orvx::registry::Parse(std::string_view(reinterpret_cast<const char*>(data), size), doc);
+  if (const orvx::Status error = orvx::registry::Parse(std::string_view(reinterpret_cast<const char*>(data), size), doc);
       error.Failed()) {
     if (error.where < 1) abort();
     return 0;

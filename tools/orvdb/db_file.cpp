@@ -27,7 +27,7 @@ void BinaryStream(std::FILE* stream) {
 #endif
 }
 
-orvx::Error WriteOutput(const std::string& path, std::string_view bytes) {
+orvx::Status WriteOutput(const std::string& path, std::string_view bytes) {
   if (path == "-") {
     std::cout.flush();
     BinaryStream(stdout);

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "orvx/database.h"
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvdb {
 
@@ -16,7 +16,7 @@ std::string DatabaseBytes(const orvx::ModelDatabase& db);
 // Writes `bytes` as the file `path`, or to standard output for "-". Only a
 // new file or a regular one is written (a symbolic link's target); a failure
 // leaves any old file as it was.
-orvx::Error WriteOutput(const std::string& path, std::string_view bytes);
+orvx::Status WriteOutput(const std::string& path, std::string_view bytes);
 
 // Puts standard input or output into binary mode where the platform has text modes.
 void BinaryStream(std::FILE* stream);

@@ -235,28 +235,28 @@ orvx::ModelDatabase ModelsFromJsonText(std::string_view text) {
   return out;
 }
 
-orvx::Error ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db) {
+orvx::Status ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db) {
   try {
     db = ModelsFromJsonText(text);
   } catch (const Json::parse_error& e) {
     const std::string what = e.what();
-    return {orvx::Error::Format, source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")"};
+    return {orvx::Status::Format, source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")"};
   } catch (const ImportError& e) {
-    return {orvx::Error::Format, source + ": " + e.what()};
+    return {orvx::Status::Format, source + ": " + e.what()};
   }
   return {};
 }
 
-orvx::Error ReadModels(const std::string& source, orvx::ModelDatabase& db) {
+orvx::Status ReadModels(const std::string& source, orvx::ModelDatabase& db) {
   std::string text;
-  if (orvx::Error e = orvx::ReadWholeFile(source, text); e.Failed()) return e;
+  if (orvx::Status e = orvx::ReadWholeFile(source, text); e.Failed()) return e;
   return ModelsFromText(source, text, db);
 }
 
-orvx::Error LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing) {
+orvx::Status LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing) {
   // Only the first four bytes are read to tell the forms apart.
   CFile file;
-  if (orvx::Error e = orvx::detail::OpenDatabase(path, file); e.Failed()) return e;
+  if (orvx::Status e = orvx::detail::OpenDatabase(path, file); e.Failed()) return e;
   std::uint8_t head[4];
   std::size_t got = 0;
   try {

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "orvx/database.h"
-#include "orvx/db_loader.h"
-#include "orvx/error.h"
+#include "model_db/db_loader.h"
+#include "orvx/status.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvdb {
@@ -53,13 +53,13 @@ bool DecodeSizeList(std::span<const BYTE> block, std::vector<TraySizes>& out);
 std::string TrayLabel(const TraySizes& t);
 
 // A database from the JSON text `text` of `source`; a failure names `source`.
-orvx::Error ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db);
+orvx::Status ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db);
 // A database from its JSON source file.
-orvx::Error ReadModels(const std::string& source, orvx::ModelDatabase& db);
+orvx::Status ReadModels(const std::string& source, orvx::ModelDatabase& db);
 // A database file or its JSON form, told apart by orvx::GuessForm (a byte-order
 // mark before the JSON is skipped). A database file is read through the loader, never held whole, and
 // `framing` (when given) receives how far its read got.
-orvx::Error LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing = nullptr);
+orvx::Status LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing = nullptr);
 
 
 }  // namespace orvdb

@@ -136,9 +136,9 @@ std::vector<bool> KeptOrder(const std::vector<std::size_t>& order) {
 }
 
 // Lines of a text file (names or requests); a CR before the line end goes.
-orvx::Error ReadLines(const std::string& path, std::vector<std::string>& lines) {
+orvx::Status ReadLines(const std::string& path, std::vector<std::string>& lines) {
   std::string text;
-  if (orvx::Error e = orvx::ReadWholeFile(path, text); e.Failed()) return e;
+  if (orvx::Status e = orvx::ReadWholeFile(path, text); e.Failed()) return e;
   for (std::size_t at = 0; at < text.size();) {
     std::size_t end = text.find('\n', at);
     if (end == std::string::npos) end = text.size();
@@ -173,21 +173,21 @@ std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
 // each database. Eval reads the request; "db", "vendor" and "group" are left
 // out, as the databases are the two being compared, and eval is given a fresh
 // record instead, whose answer is not used.
-orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b, Report& report) {
+orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b, Report& report) {
   std::vector<std::string> lines;
-  if (orvx::Error e = ReadLines(path, lines); e.Failed()) return e;
+  if (orvx::Status e = ReadLines(path, lines); e.Failed()) return e;
   Evaluator evaluator;
   json::Reader reader;
   PictureCaller caller;
   for (std::size_t n = 0; n < lines.size(); ++n) {
     const std::string where = path + ":" + std::to_string(n + 1) + ": ";
     if (lines[n].find_first_not_of(" \t") == std::string::npos) continue;
-    if (!reader.Parse(lines[n])) return {orvx::Error::Format, where + reader.Error()};
+    if (!reader.Parse(lines[n])) return {orvx::Status::Format, where + reader.Status()};
     const json::Value* op = reader.Find("op");
     const json::Value* model = reader.Find("model");
     if (reader.Root().kind != json::Kind::Object || !op || op->kind != json::Kind::String ||
         json::String(*op) != "picture" || !model || model->kind != json::Kind::String)
-      return {orvx::Error::Format, where + "expected a picture request naming a \"model\""};
+      return {orvx::Status::Format, where + "expected a picture request naming a \"model\""};
     const std::string name = json::String(*model);
     std::string request = "{";
     for (std::size_t m = 0; m < reader.MemberCount(); ++m) {
@@ -200,7 +200,7 @@ orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::
     }
     request += "\"vendor\":0,\"group\":0}";
     const std::string answer = evaluator.Answer(request);
-    if (answer.rfind("{\"error\"", 0) == 0) return {orvx::Error::Format, where + answer};
+    if (answer.rfind("{\"error\"", 0) == 0) return {orvx::Status::Format, where + answer};
     const PictureRequest& q = evaluator.LastPictureRequest();
     struct Result {
       std::ptrdiff_t index = -1;
@@ -267,10 +267,10 @@ orvx::Error PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::
 int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
   orvx::ModelDatabase a, b;
   for (auto [path, db] : {std::pair{&o.oldPath, &a}, std::pair{&o.newPath, &b}})
-    if (const orvx::Error e = LoadEitherForm(*path, *db); e.Failed()) return error = e.message, 2;
+    if (const orvx::Status e = LoadEitherForm(*path, *db); e.Failed()) return error = e.message, 2;
   std::vector<std::string> extraNames;
   if (!o.namesFile.empty())
-    if (const orvx::Error e = ReadLines(o.namesFile, extraNames); e.Failed()) return error = e.message, 2;
+    if (const orvx::Status e = ReadLines(o.namesFile, extraNames); e.Failed()) return error = e.message, 2;
 
   // Pairing: the n-th record of a name in OLD with the n-th of that name in NEW.
   std::vector<std::size_t> partner(a.size(), kNone), partnerOf(b.size(), kNone);
@@ -377,7 +377,7 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     if (!n.empty()) drift(std::move(n));
   report.lines.insert(report.lines.end(), report.newNameLines.begin(), report.newNameLines.end());
   if (!o.configsFile.empty())
-    if (const orvx::Error e = PictureDrift(o.configsFile, a, b, report); e.Failed()) return error = e.message, 2;
+    if (const orvx::Status e = PictureDrift(o.configsFile, a, b, report); e.Failed()) return error = e.message, 2;
 
   const std::size_t counts[] = {report.added.size(),   report.removed.size(),  report.changed.size(),
                                 report.moved.size(),   report.lookups.size(),  report.newNames.size(),

@@ -116,7 +116,7 @@ void AppendJsonString(std::string& out, std::string_view s) {
 
 orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
   orvx::FileState state;
-  if (const orvx::Error e = orvx::StatFile(path, state); e.Failed()) throw RequestError(e.message);
+  if (const orvx::Status e = orvx::StatFile(path, state); e.Failed()) throw RequestError(e.message);
   ++uses_;
   Cached* slot = nullptr;
   for (Cached& c : databases_) {
@@ -133,7 +133,7 @@ orvx::ModelDatabase& Evaluator::Load(const std::string& path) {
   const std::int64_t now =
       std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
   orvx::ModelDatabase db;
-  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) throw RequestError(e.message);
+  if (const orvx::Status e = orvx::detail::LoadFile(path, db); e.Failed()) throw RequestError(e.message);
   if (!slot)
     slot = databases_.size() < kCachedDatabases
                ? &databases_.emplace_back()
@@ -366,7 +366,7 @@ void Evaluator::Lookup(std::string& out) {
 void Evaluator::Answer(std::string_view line, std::string& out) {
   const std::size_t start = out.size();
   try {
-    if (!reader_.Parse(line)) throw RequestError("not JSON: " + reader_.Error());
+    if (!reader_.Parse(line)) throw RequestError("not JSON: " + reader_.Status());
     if (reader_.Root().kind != Kind::Object) throw RequestError("a request must be a JSON object");
     const Value* op = reader_.Find("op");
     if (!op) throw RequestError("missing \"op\"");

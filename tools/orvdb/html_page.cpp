@@ -59,12 +59,12 @@ std::string DataScript(const std::string& id, const std::string& name, std::stri
 
 std::vector<std::string> DefaultWebDirs() { return {ORVX_WEB_INSTALL_DIR, ORVX_WEB_BUILD_DIR}; }
 
-orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html) {
+orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html) {
   // The page would only say what is wrong; say it here and write nothing.
   orvx::ModelDatabase check;
-  if (orvx::Error e = LoadEitherForm(dbPath, check); e.Failed()) return e;
+  if (orvx::Status e = LoadEitherForm(dbPath, check); e.Failed()) return e;
   std::string db;
-  if (orvx::Error e = orvx::ReadWholeFile(dbPath, db); e.Failed()) return e;
+  if (orvx::Status e = orvx::ReadWholeFile(dbPath, db); e.Failed()) return e;
   struct Asset {
     const char* file;
     const char* tag;     // what index.html has in its place
@@ -80,19 +80,19 @@ orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, s
   const std::string dir = webDir + "/";
   std::string page, sample;
   for (const char* file : {"index.html", "sample.json"}) {
-    if (orvx::Error e = orvx::ReadWholeFile(dir + file, file[0] == 'i' ? page : sample); e.Failed()) return e;
+    if (orvx::Status e = orvx::ReadWholeFile(dir + file, file[0] == 'i' ? page : sample); e.Failed()) return e;
   }
   const std::string marker = "<!-- orvx:data -->";
   const std::size_t dataAt = page.find(marker);
-  if (dataAt == std::string::npos) return {orvx::Error::Format, dir + "index.html: no \"" + marker + "\" line: not the orvx page"};
+  if (dataAt == std::string::npos) return {orvx::Status::Format, dir + "index.html: no \"" + marker + "\" line: not the orvx page"};
   const std::string name = dbPath.substr(dbPath.find_last_of('/') == std::string::npos ? 0 : dbPath.find_last_of('/') + 1);
   page.replace(dataAt, marker.size(),
                DataScript("orvx-db", name, db) + "\n" + DataScript("orvx-sample", "sample (models.json)", sample));
   for (const Asset& a : kAssets) {
     std::string text;
-    if (orvx::Error e = orvx::ReadWholeFile(dir + a.file, text); e.Failed()) return e;
+    if (orvx::Status e = orvx::ReadWholeFile(dir + a.file, text); e.Failed()) return e;
     const std::size_t at = page.find(a.tag);
-    if (at == std::string::npos) return {orvx::Error::Format, dir + "index.html: no " + a.tag + ": not the orvx page"};
+    if (at == std::string::npos) return {orvx::Status::Format, dir + "index.html: no " + a.tag + ": not the orvx page"};
     page.replace(at, std::string_view(a.tag).size(), a.before + ScriptText(std::move(text)) + a.after);
   }
   html = std::move(page);

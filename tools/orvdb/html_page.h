@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvx/error.h"
+#include "orvx/status.h"
 
 namespace orvdb {
 
@@ -16,6 +16,6 @@ std::vector<std::string> DefaultWebDirs();
 // The page for database `dbPath` (its file layout or JSON form), from the
 // web assets in `webDir`, into `html`. Fails when an asset is missing or the
 // database cannot be read.
-orvx::Error MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html);
+orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html);
 
 }  // namespace orvdb

@@ -43,7 +43,7 @@ constexpr int kExitWrongType = 5;   // comcfg load: the stored value is no binar
 constexpr int kExitEmptyValue = 6;  // comcfg load: the stored value is empty
 constexpr int kExitTooLarge = 7;    // comcfg load: the stored value is too large to load
 
-int Error(const std::string& message) {
+int Status(const std::string& message) {
   std::cerr << "orvdb: " << message << "\n";
   return kExitUsage;
 }
@@ -120,9 +120,9 @@ std::string JsonText(const orvdb::Json& j) { return j.dump(-1, ' ', false, orvdb
 
 int Show(const std::string& path, const std::string& name, bool strict, bool json) {
   orvx::ModelDatabase db;
-  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
+  if (const orvx::Status e = orvx::detail::LoadFile(path, db); e.Failed()) return Status(e.message);
   const orvx::LookupResult found = db.Lookup(name);
-  if (found.index < 0) return Error(path + ": the database holds no models");
+  if (found.index < 0) return Status(path + ": the database holds no models");
   const CPrnStaticInfo& r = db[static_cast<std::size_t>(found.index)];
   const bool fellBack = found.how == orvx::Match::Default;
   if (json) {
@@ -143,7 +143,7 @@ int Show(const std::string& path, const std::string& name, bool strict, bool jso
 
 int List(const std::string& path, bool json) {
   orvx::ModelDatabase db;
-  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
+  if (const orvx::Status e = orvx::detail::LoadFile(path, db); e.Failed()) return Status(e.message);
   orvdb::Json all = orvdb::Json::array();
   for (std::size_t i = 0; i < db.size(); ++i) {
     const CPrnStaticInfo& r = db[i];
@@ -163,7 +163,7 @@ int List(const std::string& path, bool json) {
 // Every model whose name contains `text`, ignoring letter case.
 int Find(const std::string& path, const std::string& text) {
   orvx::ModelDatabase db;
-  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
+  if (const orvx::Status e = orvx::detail::LoadFile(path, db); e.Failed()) return Status(e.message);
   const auto lower = [](std::string_view s) { return orvx::text::FoldCase(s); };
   const std::string needle = lower(text);
   bool any = false;
@@ -178,7 +178,7 @@ int Find(const std::string& path, const std::string& text) {
 
 int Export(const std::string& path) {
   orvx::ModelDatabase db;
-  if (const orvx::Error e = orvx::detail::LoadFile(path, db); e.Failed()) return Error(e.message);
+  if (const orvx::Status e = orvx::detail::LoadFile(path, db); e.Failed()) return Status(e.message);
   // One record at a time, one key a line (values on one line each, size
   // lists one tray a line): line-oriented diffs of two exports read well.
   std::cout << "{\"models\": [";
@@ -235,8 +235,8 @@ int Lint(const std::string& path, bool json) {
   orvx::ModelDatabase db;
   std::vector<orvdb::Finding> findings;
   orvx::detail::Framing framing;
-  const orvx::Error load = orvdb::LoadEitherForm(path, db, &framing);
-  if (!orvdb::LintFraming(load, framing, findings)) return Error(load.message);
+  const orvx::Status load = orvdb::LoadEitherForm(path, db, &framing);
+  if (!orvdb::LintFraming(load, framing, findings)) return Status(load.message);
   const auto records = orvdb::LintRecords(db);
   findings.insert(findings.end(), records.begin(), records.end());
   PrintFindings(path, findings, json, nullptr);
@@ -245,11 +245,11 @@ int Lint(const std::string& path, bool json) {
 
 int Build(const std::string& source, const std::string& output, bool strict) {
   orvx::ModelDatabase db;
-  if (const orvx::Error e = orvdb::ReadModels(source, db); e.Failed()) return Error(e.message);
+  if (const orvx::Status e = orvdb::ReadModels(source, db); e.Failed()) return Status(e.message);
   const auto findings = orvdb::LintRecords(db);
   PrintFindings(source, findings, false, strict ? "orvdb: error: " : "orvdb: warning: ");
   if (strict && !findings.empty()) return kExitFallback;
-  if (const orvx::Error e = orvdb::WriteOutput(output, orvdb::DatabaseBytes(db)); e.Failed()) return Error(e.message);
+  if (const orvx::Status e = orvdb::WriteOutput(output, orvdb::DatabaseBytes(db)); e.Failed()) return Status(e.message);
   return kExitOk;
 }
 
@@ -264,11 +264,11 @@ int Html(const std::string& dbPath, const std::string& output, const std::string
       continue;
     }
     std::string html;
-    if (const orvx::Error e = orvdb::MakeHtmlPage(dir, dbPath, html); e.Failed()) return Error(e.message);
-    if (const orvx::Error e = orvdb::WriteOutput(output, html); e.Failed()) return Error(e.message);
+    if (const orvx::Status e = orvdb::MakeHtmlPage(dir, dbPath, html); e.Failed()) return Status(e.message);
+    if (const orvx::Status e = orvdb::WriteOutput(output, html); e.Failed()) return Status(e.message);
     return kExitOk;
   }
-  return Error("no web assets (orvx_wasm.js) in " + tried +
+  return Status("no web assets (orvx_wasm.js) in " + tried +
                ": build them with scripts/install-deps.sh --web && cmake --workflow --preset wasm, "
                "install them with cmake --install build/wasm, or name their folder with --web DIR");
 }
@@ -335,8 +335,8 @@ void PrintTrace(const orvx::PictureTrace& trace, DWORD pictureId) {
 
 int Picture(const PictureOptions& o) {
   const bool fresh = o.vendor >= 0 || o.group >= 0;
-  if (fresh == !o.model.empty()) return Error("give either MODEL or --vendor and --group");
-  if (fresh && (o.vendor < 0 || o.group < 0)) return Error("--vendor and --group go together");
+  if (fresh == !o.model.empty()) return Status("give either MODEL or --vendor and --group");
+  if (fresh && (o.vendor < 0 || o.group < 0)) return Status("--vendor and --group go together");
   orvdb::PictureRequest r;
   r.extended = !o.classic;
   for (const auto& n : o.in) r.AddIn().name = n;
@@ -349,7 +349,7 @@ int Picture(const PictureOptions& o) {
     const auto eq = s.find('=');
     DWORD id = 0;
     if (eq == std::string::npos || !ParseDescriptor(s.substr(0, eq), id))
-      return Error("--string: \"" + s + "\" is not ID=TEXT");
+      return Status("--string: \"" + s + "\" is not ID=TEXT");
     r.strings[id] = s.substr(eq + 1);
   }
 
@@ -362,9 +362,9 @@ int Picture(const PictureOptions& o) {
     own.SetModelGroupID(static_cast<WORD>(o.group));
     if (!o.modelName.empty()) own.SetModelName(o.modelName);
   } else {
-    if (const orvx::Error e = orvx::detail::LoadFile(o.db, db); e.Failed()) return Error(e.message);
+    if (const orvx::Status e = orvx::detail::LoadFile(o.db, db); e.Failed()) return Status(e.message);
     const orvx::LookupResult found = db.Lookup(o.model);
-    if (found.index < 0) return Error(o.db + ": the database holds no models");
+    if (found.index < 0) return Status(o.db + ": the database holds no models");
     record = &db[static_cast<std::size_t>(found.index)];
     fellBack = found.how == orvx::Match::Default;
   }
@@ -442,8 +442,8 @@ int Picture(const PictureOptions& o) {
 // The rules of a model or of a vendor and group; without either, every pair and rule.
 int Rules(const PictureOptions& o, bool json) {
   const bool fresh = o.vendor >= 0 || o.group >= 0;
-  if (fresh && !o.model.empty()) return Error("give either MODEL or --vendor and --group");
-  if (fresh && (o.vendor < 0 || o.group < 0)) return Error("--vendor and --group go together");
+  if (fresh && !o.model.empty()) return Status("give either MODEL or --vendor and --group");
+  if (fresh && (o.vendor < 0 || o.group < 0)) return Status("--vendor and --group go together");
   if (!fresh && o.model.empty()) {
     orvdb::PrintAllRules(std::cout, json);
     return kExitOk;
@@ -455,9 +455,9 @@ int Rules(const PictureOptions& o, bool json) {
     record.SetVenderID(static_cast<WORD>(o.vendor));
     record.SetModelGroupID(static_cast<WORD>(o.group));
   } else {
-    if (const orvx::Error e = orvx::detail::LoadFile(o.db, db); e.Failed()) return Error(e.message);
+    if (const orvx::Status e = orvx::detail::LoadFile(o.db, db); e.Failed()) return Status(e.message);
     const orvx::LookupResult found = db.Lookup(o.model);
-    if (found.index < 0) return Error(o.db + ": the database holds no models");
+    if (found.index < 0) return Status(o.db + ": the database holds no models");
     record.SetVenderID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetVenderID()));
     record.SetModelGroupID(static_cast<WORD>(db[static_cast<std::size_t>(found.index)].GetModelGroupID()));
     name = db[static_cast<std::size_t>(found.index)].GetModelName().str();
@@ -477,7 +477,7 @@ int Supported(const std::string& model, DWORD interfaceNumber, const std::string
     std::cerr << "orvdb: no registry store file " << store << " (set ORVX_HKLM_FILE)\n";
     return kExitNoStore;
   }
-  if (const orvx::Error e = orvx::registry::CheckFile(store); e.Failed()) {
+  if (const orvx::Status e = orvx::registry::CheckFile(store); e.Failed()) {
     std::cerr << "orvdb: " << (e.where ? store + ":" + std::to_string(e.where) + ": " : "") << e.message << "\n";
     return e.where ? kExitBadStore : kExitUsage;
   }
@@ -497,12 +497,12 @@ int Supported(const std::string& model, DWORD interfaceNumber, const std::string
 }
 
 int RegistryCheck(const std::string& file) {
-  const orvx::Error e = orvx::registry::CheckFile(file);
+  const orvx::Status e = orvx::registry::CheckFile(file);
   if (!e.Failed()) {
     std::cout << file << ": ok\n";
     return kExitOk;
   }
-  if (e.where == 0) return Error(e.message);
+  if (e.where == 0) return Status(e.message);
   std::cerr << file << ":" << e.where << ": " << e.message << "\n";
   return kExitFallback;
 }
@@ -528,7 +528,7 @@ std::string UserStoreProblem() {
   const std::string store = orvx::host::RegistryFile(HKEY_CURRENT_USER);
   std::error_code ec;
   if (!std::filesystem::exists(std::filesystem::symlink_status(store, ec))) return {};
-  const orvx::Error e = orvx::registry::CheckFile(store);  // parsed once: the registry calls share it
+  const orvx::Status e = orvx::registry::CheckFile(store);  // parsed once: the registry calls share it
   if (!e.Failed()) return {};
   return e.where ? store + ":" + std::to_string(e.where) + ": " + e.message : e.message;
 #endif
@@ -542,33 +542,33 @@ int ComCfgSave(DWORD port, bool hex) {
   std::cin.read(input.data(), static_cast<std::streamsize>(input.size()));
   input.resize(static_cast<std::size_t>(std::cin.gcount()));
   if (input.size() > limit)
-    return Error("standard input: more than " + std::to_string(limit) + (hex ? " characters of hex text" : " bytes") +
+    return Status("standard input: more than " + std::to_string(limit) + (hex ? " characters of hex text" : " bytes") +
                  "; a configuration has at most " + std::to_string(orvx::kCommConfigMax) + " bytes");
   std::vector<BYTE> bytes;
   if (hex) {
-    if (!ParseHex(input, bytes)) return Error("standard input: not a sequence of hex byte pairs");
+    if (!ParseHex(input, bytes)) return Status("standard input: not a sequence of hex byte pairs");
   } else {
     bytes.assign(input.begin(), input.end());
   }
   DWORD size = 0;
-  if (bytes.size() < sizeof size) return Error("standard input: a configuration needs at least its 4-byte dwSize");
+  if (bytes.size() < sizeof size) return Status("standard input: a configuration needs at least its 4-byte dwSize");
   std::memcpy(&size, bytes.data(), sizeof size);
   if (size < sizeof size || size > bytes.size())
-    return Error("standard input: dwSize is " + std::to_string(size) + " but " + std::to_string(bytes.size()) +
+    return Status("standard input: dwSize is " + std::to_string(size) + " but " + std::to_string(bytes.size()) +
                  " bytes were given");
   if (size > orvx::kCommConfigMax)
-    return Error("standard input: a configuration of " + std::to_string(size) + " bytes could never be loaded back (at most " +
+    return Status("standard input: a configuration of " + std::to_string(size) + " bytes could never be loaded back (at most " +
                  std::to_string(orvx::kCommConfigMax) + ")");
   const std::string value = "COM" + std::to_string((port >> 4) & 0xF);
   if (orvx::SaveCommConfig(port, {bytes.data(), size}) == ERROR_SUCCESS) {
     std::cerr << "orvdb: stored " << value << " (" << size << " bytes)\n";
     return kExitOk;
   }
-  if (const std::string problem = UserStoreProblem(); !problem.empty()) return Error(problem);
+  if (const std::string problem = UserStoreProblem(); !problem.empty()) return Status(problem);
 #if defined(_WIN32)
-  return Error("could not write the configuration to the registry");
+  return Status("could not write the configuration to the registry");
 #else
-  return Error("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
+  return Status("could not write the configuration to " + orvx::host::RegistryFile(HKEY_CURRENT_USER));
 #endif
 }
 
@@ -592,7 +592,7 @@ int ComCfgLoad(DWORD port, bool hex) {
   DWORD size = 0, type = REG_NONE;
   const LONG r = orvx::LoadCommConfig(port, buffer, size, &type);
   if (const std::string problem = r == ERROR_SUCCESS ? "" : UserStoreProblem(); !problem.empty())
-    return Error(problem);
+    return Status(problem);
   if (r == ERROR_FILE_NOT_FOUND) {
     std::cerr << "orvdb: no configuration stored for " << value << "\n";
     return kExitFallback;
@@ -602,7 +602,7 @@ int ComCfgLoad(DWORD port, bool hex) {
               << orvx::kCommConfigMax << ")\n";
     return kExitTooLarge;
   }
-  if (r != ERROR_SUCCESS) return Error("could not read " + value + " from the registry (error " + std::to_string(r) + ")");
+  if (r != ERROR_SUCCESS) return Status("could not read " + value + " from the registry (error " + std::to_string(r) + ")");
   if (type != REG_BINARY) {
     std::cerr << "orvdb: " << value << " holds a value of type " << TypeName(type) << " (" << type
               << "), not a configuration (REG_BINARY)\n";
@@ -816,12 +816,12 @@ int Run(int argc, char** argv) {
   if (argc > 1 && argv[1][0] != '-') {
     bool known = false;
     for (const auto* sub : app.get_subcommands({})) known = known || sub->get_name() == argv[1];
-    if (!known) return Error(std::string("unknown command \"") + argv[1] + "\"; see orvdb --help");
+    if (!known) return Status(std::string("unknown command \"") + argv[1] + "\"; see orvdb --help");
   }
   // Name an unknown option before CLI11 complains about what is missing.
   if (const std::string unknown = UnknownOption(app, argc, argv); !unknown.empty())
-    return Error("unknown option \"" + unknown + "\"; see orvdb " + (argc > 1 ? std::string(argv[1]) + " " : "") + "--help");
-  if (const std::string problem = MissingValue(app, argc, argv); !problem.empty()) return Error(problem);
+    return Status("unknown option \"" + unknown + "\"; see orvdb " + (argc > 1 ? std::string(argv[1]) + " " : "") + "--help");
+  if (const std::string problem = MissingValue(app, argc, argv); !problem.empty()) return Status(problem);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -831,7 +831,7 @@ int Run(int argc, char** argv) {
   } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    return Error(e.what());
+    return Status(e.what());
   }
 
   if (*show) return Show(db, name, strict, json);
@@ -846,7 +846,7 @@ int Run(int argc, char** argv) {
   if (*diff) {
     std::string error;
     const int status = orvdb::Diff(diffOptions, std::cout, error);
-    return status == kExitUsage ? Error(error) : status;
+    return status == kExitUsage ? Status(error) : status;
   }
   if (*eval) {
     std::ios::sync_with_stdio(false);
@@ -856,14 +856,14 @@ int Run(int argc, char** argv) {
   }
   // Both name a registry key: what would break the store's lines is refused here.
   for (const auto& [option, name] : {std::pair{"--app: the application name", &appName}, {"--key: the registry key", &registryKey}})
-    if (const std::string problem = orvx::registry::NameProblem(*name, option); !problem.empty()) return Error(problem);
+    if (const std::string problem = orvx::registry::NameProblem(*name, option); !problem.empty()) return Status(problem);
   orvx::host::SetAppName(appName);
   orvx::host::SetRegistryKey(registryKey);
   if (*supported) return Supported(model, interfaceNumber, regPath, direct, json);
   if (*check) return RegistryCheck(storeFile);
   if (*comcfg) {
     DWORD port = 0;
-    if (!ParseDescriptor(portText, port)) return Error("--port: \"" + portText + "\" is not a number");
+    if (!ParseDescriptor(portText, port)) return Status("--port: \"" + portText + "\" is not a number");
     return action == "save" ? ComCfgSave(port, hex) : ComCfgLoad(port, hex);
   }
   return kExitUsage;
@@ -878,7 +878,7 @@ int main(int argc, char** argv) {
   try {
     status = Run(argc, argv);
   } catch (const std::exception& e) {
-    status = Error(std::string("unexpected failure: ") + e.what());
+    status = Status(std::string("unexpected failure: ") + e.what());
   }
   std::cout.flush();
   if (!std::cout.good() || std::fflush(stdout) != 0 || std::ferror(stdout)) {

@@ -104,14 +104,14 @@ char* orvx_web_open(const char* data, std::size_t size, orvx_web_db** out) {
     w->form = orvx::GuessForm(head, bytes.size()) == orvx::FileForm::Json ? "json" : "dat";
     if (w->form == "json") {
       orvx::ModelDatabase models;
-      if (const orvx::Error e = orvdb::ModelsFromText("models", bytes, models); e.Failed()) return ErrorAnswer(e.message);
+      if (const orvx::Status e = orvdb::ModelsFromText("models", bytes, models); e.Failed()) return ErrorAnswer(e.message);
       bytes = orvdb::DatabaseBytes(models);
     }
     orvx_error err{};
     if (orvx_db_open_memory(bytes.data(), bytes.size(), &w->c, &err) != ORVX_OK)
       return Answer({{"error", err.message}, {"offset", err.offset}});
     orvx::detail::Framing framing;
-    const orvx::Error load =
+    const orvx::Status load =
         orvx::detail::LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, w->model, &framing);
     if (!orvdb::LintFraming(load, framing, w->findings)) return ErrorAnswer(load.message);
     const auto records = orvdb::LintRecords(w->model);
