@@ -184,7 +184,7 @@ struct Walk {
 
 // The byte a refusal names ("... at byte N").
 std::size_t ErrorByte(const Reader& reader) {
-  const std::string& e = reader.Status();
+  const std::string& e = reader.Error();
   const std::size_t at = e.rfind(" at byte ");
   Require(at != std::string::npos);
   return std::strtoull(e.c_str() + at + 9, nullptr, 10);
@@ -202,9 +202,9 @@ void Check(Reader& reader, std::string_view text) {
   if (value.substr(0, 3) == "\xEF\xBB\xBF") value.remove_prefix(3);
   if (!ours) {
     const std::size_t at = ErrorByte(reader);
-    if (reader.Status().find("nested too deeply") != std::string::npos) return Require(Depth(value) > kReaderMaxDepth);
+    if (reader.Error().find("nested too deeply") != std::string::npos) return Require(Depth(value) > kReaderMaxDepth);
     const bool mark = at == 0 && value.data() != text.data();
-    const bool zero = at < text.size() && text[at] == '\0' && reader.Status().find("more text after the value") == 0;
+    const bool zero = at < text.size() && text[at] == '\0' && reader.Error().find("more text after the value") == 0;
     Require((mark || zero) && reader.Parse(value));
   }
   Require(Depth(value) <= kReaderMaxDepth);

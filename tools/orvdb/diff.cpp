@@ -182,7 +182,7 @@ orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx:
   for (std::size_t n = 0; n < lines.size(); ++n) {
     const std::string where = path + ":" + std::to_string(n + 1) + ": ";
     if (lines[n].find_first_not_of(" \t") == std::string::npos) continue;
-    if (!reader.Parse(lines[n])) return {orvx::Status::Format, where + reader.Status()};
+    if (!reader.Parse(lines[n])) return {orvx::Status::Format, where + reader.Error()};
     const json::Value* op = reader.Find("op");
     const json::Value* model = reader.Find("model");
     if (reader.Root().kind != json::Kind::Object || !op || op->kind != json::Kind::String ||

@@ -366,7 +366,7 @@ void Evaluator::Lookup(std::string& out) {
 void Evaluator::Answer(std::string_view line, std::string& out) {
   const std::size_t start = out.size();
   try {
-    if (!reader_.Parse(line)) throw RequestError("not JSON: " + reader_.Status());
+    if (!reader_.Parse(line)) throw RequestError("not JSON: " + reader_.Error());
     if (reader_.Root().kind != Kind::Object) throw RequestError("a request must be a JSON object");
     const Value* op = reader_.Find("op");
     if (!op) throw RequestError("missing \"op\"");

@@ -48,7 +48,7 @@ class Reader {
   // Checks `text` as one JSON value. False with a message (what is wrong and
   // at which byte) when it is not JSON, or nests values more than 512 deep.
   bool Parse(std::string_view text);
-  const std::string& Status() const { return error_; }
+  const std::string& Error() const { return error_; }
   const Value& Root() const { return root_; }
 
   // For an object root: its members, last one winning for a repeated key.
