@@ -7,11 +7,15 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <map>
+#include <stdexcept>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "picture_call.h"
+#include "orvx/database.h"
+#include "picture_codec.h"
 
 namespace {
 
@@ -19,32 +23,35 @@ struct Prepared {
   enum { Picture, Info, SizeList } kind;
   orvdb::PictureRequest picture;
   WORD vendor = 0, group = 0;
+  const orvx::ModelDatabase* db = nullptr;  // a database's model: looked up as eval does, per request
   std::vector<std::array<long long, 3>> calls;  // get: {0,key}, set: {1,key,value}
   std::vector<BYTE> block;
   int tray = -1;
   std::string trayName;
 };
 
-Prepared Prepare(const nlohmann::json& j) {
+std::map<std::string, std::unique_ptr<orvx::ModelDatabase>> databases;
+
+// A picture request is read with eval's own decoder; the others as plain JSON.
+Prepared Prepare(const std::string& line, orvdb::PictureCodec& codec) {
+  const nlohmann::json j = nlohmann::json::parse(line);
   Prepared p;
   const std::string op = j["op"];
   if (op == "picture") {
     p.kind = Prepared::Picture;
-    p.vendor = j.value("vendor", 0);
-    p.group = j.value("group", 0);
-    auto& r = p.picture;
-    r.extended = j.value("entry", std::string("GetPictureIDEx")) == "GetPictureIDEx";
-    r.byNames = j.value("form", std::string("trays")) == "names";
-    for (const char* key : {"inTrays", "outTrays"}) {
-      for (const auto& t : j.value(key, nlohmann::json::array())) {
-        auto& tray = key[0] == 'i' ? r.AddIn() : r.AddOut();
-        tray.name = t.is_string() ? t.get<std::string>() : t.value("name", std::string());
-        if (t.is_object()) tray.id = t.value("id", -1), tray.derivery = t.value("derivery", 2);
+    orvdb::json::Reader reader;
+    orvdb::ParseRequest(reader, line);
+    codec.Decode(reader, p.picture, orvdb::RecordFrom::Request);
+    p.vendor = static_cast<WORD>(p.picture.vendor);
+    p.group = static_cast<WORD>(p.picture.group);
+    if (p.picture.hasDb) {
+      auto& db = databases[p.picture.db];
+      if (!db) {
+        db = std::make_unique<orvx::ModelDatabase>();
+        if (const orvx::Status error = db->LoadFile(p.picture.db); error.Failed()) throw std::runtime_error(error.message);
       }
+      p.db = db.get();
     }
-    for (const auto& n : j.value("options", nlohmann::json::array())) r.AddOption() = n.get<std::string>();
-    for (const auto& n : j.value("docOptions", nlohmann::json::array())) r.AddDocOption() = n.get<std::string>();
-    r.duplexUnit = j.value("duplexUnit", 0);
   } else if (op == "info") {
     p.kind = Prepared::Info;
     for (const auto& c : j["calls"])
@@ -67,10 +74,10 @@ int main(int argc, char** argv) {
   }
   std::ifstream in(argv[1]);
   std::vector<Prepared> requests;
-  for (std::string line; std::getline(in, line);) requests.push_back(Prepare(nlohmann::json::parse(line)));
+  orvdb::PictureCodec codec;
+  for (std::string line; std::getline(in, line);) requests.push_back(Prepare(line, codec));
   if (requests.empty()) return 2;
 
-  orvdb::PictureCaller caller;
   CPrnStaticInfo record;
   BYTE out[256];
   long long sink = 0;
@@ -78,9 +85,13 @@ int main(int argc, char** argv) {
   for (const Prepared& p : requests) {
     switch (p.kind) {
       case Prepared::Picture:
+        if (p.db) {
+          sink += codec.Run((*p.db)[static_cast<std::size_t>(p.db->Lookup(p.picture.model).index)], p.picture);
+          break;
+        }
         record.SetVenderID(p.vendor);
         record.SetModelGroupID(p.group);
-        sink += caller.Call(record, p.picture);
+        sink += codec.Run(record, p.picture);
         break;
       case Prepared::Info:
         record.Fields() = PrnStaticFields{};

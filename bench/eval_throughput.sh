@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Throughput of `orvdb eval` on requests read from a file, per request kind,
 # beside what the library calls alone cost for the same requests, measured in
-# the same run (bench/eval_library_cost): the typical picture mix, info and
-# sizelist requests, picture requests of 8 and of 9 to 12 members, and
-# lookups in one database file.
+# the same run (bench/eval_library_cost): the typical (light) picture mix, a
+# heavy one, info and sizelist requests, picture requests of 8 and of 9 to 12
+# members, and lookups in one database file.
 # Usage: bench/eval_throughput.sh [BUILD_DIR] [REQUESTS]
 set -euo pipefail
 build="${1:-build/default}"
@@ -29,6 +29,18 @@ awk -v n="$count" 'BEGIN {
   for (i = 0; i < n; i++) print r[i % 3];
 }' > "$work/info.jsonl"
 
+# The heavy mix: 5 in-trays, 2 out-trays, 3 options and 2 document units a
+# request, a third of them naming a model of the sample database.
+awk -v n="$count" -v db="$build/ORVDB.dat" 'BEGIN {
+  body[0] = "\"inTrays\":[\"Bypass\",\"Cassette 1\",\"Optional Cassette 2\",{\"name\":\"Cassette 3\",\"id\":-1},\"Large Capacity Tray\"],\"outTrays\":[\"Face Down Tray\",{\"name\":\"Finisher Tray A\",\"addUnit\":0}],\"options\":[\"HH-418\",\"GX-268\",\"Duplex Unit\"],\"docOptions\":[\"NMFR-8\",\"HG-976\"]";
+  body[1] = "\"inTrays\":[\"Multi Purpose Tray\",\"Tray 1\",\"Tray 2\",\"Tray 3\",\"Default Tray\"],\"outTrays\":[\"Top Tray\",\"Face-d\"],\"options\":[\"HI-331\",\"RJ-7\",\"FU-404\"],\"docOptions\":[\"Doc-1\",\"NMFR-9\"]";
+  rec[0] = "\"vendor\":1,\"group\":0"; rec[1] = "\"vendor\":2,\"group\":16";
+  rec[2] = "\"db\":\"" db "\",\"model\":\"Vantor Selby DC-2200\"";
+  rec[3] = "\"vendor\":1,\"group\":20"; rec[4] = "\"vendor\":2,\"group\":21";
+  rec[5] = "\"db\":\"" db "\",\"model\":\"Vantor LP-3000 PCL6\"";
+  for (i = 0; i < n; i++) printf "{\"op\":\"picture\",%s,%s}\n", rec[i % 6], body[i % 2];
+}' > "$work/heavy.jsonl"
+
 # The members a picture request may have, 8 and 9 to 12 of them: the check
 # for repeated members must cost as little per member above 8 as below.
 awk -v n="$count" 'BEGIN {
@@ -53,7 +65,7 @@ awk -v n="$count" -v db="$work/lookup.dat" 'BEGIN {
 sleep 3  # a database changed in the last seconds is read anew for each request
 
 # Wall-clock time on a shared machine varies: the best of five runs.
-for kind in picture info eight wide lookup; do
+for kind in picture heavy info eight wide lookup; do
   best=""
   for run in 1 2 3 4 5; do
     start=$(date +%s.%N)

@@ -95,9 +95,8 @@ void BM_LoadCold(benchmark::State& state) {
       const long rssBefore = ResidentBytes();
       const auto start = std::chrono::steady_clock::now();
       orvx::ModelDatabase db;
-      orvx::LoadError error;
       if (state.range(1) == 0) LoadFile(path);
-      else if (!db.LoadFile(path.string(), error)) _exit(1);
+      else if (db.LoadFile(path.string()).Failed()) _exit(1);
       const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
       rusage usage{};
       getrusage(RUSAGE_SELF, &usage);
@@ -220,8 +219,7 @@ void BM_FirstLookup100k(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
     orvx::ModelDatabase db;
-    orvx::LoadError error;
-    if (!db.LoadFile(path.string(), error)) state.SkipWithError(error.message.c_str());
+    if (const orvx::Status error = db.LoadFile(path.string()); error.Failed()) state.SkipWithError(error.message.c_str());
     state.ResumeTiming();
     benchmark::DoNotOptimize(db.Lookup("Selby DC-2000 unknown"));
   }

@@ -31,8 +31,7 @@ const std::filesystem::path& Dir() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   orvx::ModelDatabase db;
-  orvx::LoadError error;
-  const bool loaded = db.LoadBytes({data, size}, error);
+  const bool loaded = !db.LoadBytes({data, size}).Failed();
   const bool negative = size >= 4 && (data[3] & 0x80);  // attach reads a negative count as no records
   {
     std::ofstream file(Dir() / "ORVDB.dat", std::ios::binary | std::ios::trunc);

@@ -23,9 +23,8 @@ std::vector<std::uint8_t> Store(const orvx::ModelDatabase& db) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   orvx::ModelDatabase db;
-  orvx::LoadError error;
   std::uint64_t consumed = 0;
-  if (!db.LoadBytes({data, size}, error, &consumed)) return 0;
+  if (db.LoadBytes({data, size}, &consumed).Failed()) return 0;
   // Whatever loads is taken for a database by the form decision.
   if (orvx::GuessForm({data, size}, size) != orvx::FileForm::Database) abort();
 
@@ -38,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (stored.size() >= consumed) abort();
   // Byte comparisons through memcmp: an inlined loop would be traced byte by byte.
   orvx::ModelDatabase again;
-  if (!again.LoadBytes(stored, error)) abort();
+  if (again.LoadBytes(stored).Failed()) abort();
   const auto restored = Store(again);
   if (restored.size() != stored.size() || std::memcmp(restored.data(), stored.data(), stored.size()) != 0) abort();
   return 0;

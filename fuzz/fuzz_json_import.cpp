@@ -11,12 +11,9 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto document = orvdb::Json::parse(data, data + size, nullptr, false);
   if (document.is_discarded()) return 0;
-  orvx::ModelDatabase db;
-  try {
-    db = orvdb::ModelsFromJson(document);
-  } catch (const orvdb::ImportError&) {
-    return 0;
-  }
+  orvx::Result<orvx::ModelDatabase> models = orvdb::ModelsFromJson(document);
+  if (!models) return 0;
+  const orvx::ModelDatabase& db = models.value();
   const std::string bytes = orvdb::DatabaseBytes(db);
   // The form decision takes what build accepts for JSON, and its database for one.
   if (orvx::GuessForm({data, size}, size) != orvx::FileForm::Json) abort();
@@ -24,22 +21,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (orvx::GuessForm({stored, bytes.size()}, bytes.size()) != orvx::FileForm::Database) abort();
 
   // Read one model at a time, the same records (a repeated "models" it refuses).
-  try {
-    if (orvdb::DatabaseBytes(orvdb::ModelsFromJsonText({reinterpret_cast<const char*>(data), size})) != bytes) abort();
-  } catch (const orvdb::ImportError& e) {
-    if (std::string(e.what()).find("given twice") == std::string::npos) abort();
-  }
+  const auto read = orvdb::ModelsFromJsonText({reinterpret_cast<const char*>(data), size});
+  if (read ? orvdb::DatabaseBytes(read.value()) != bytes : read.status().message.find("given twice") == std::string::npos)
+    abort();
 
   // Loaded back, the database stores to the same bytes.
   orvx::ModelDatabase loaded;
-  orvx::LoadError error;
-  if (!loaded.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, error)) abort();
+  if (loaded.LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}).Failed()) abort();
   if (loaded.size() != db.size()) abort();
 
   // Export and import again: the same records.
   orvx::ModelDatabase again;
-  for (std::size_t i = 0; i < loaded.size(); ++i)
-    again.Add(orvdb::RecordFromJson(orvdb::Json::parse(orvdb::RecordToJson(loaded[i]).dump()), i));
+  for (std::size_t i = 0; i < loaded.size(); ++i) {
+    auto record = orvdb::RecordFromJson(orvdb::Json::parse(orvdb::RecordToJson(loaded[i]).dump()), i);
+    if (!record) abort();
+    again.Add(std::move(record).value());
+  }
   if (orvdb::DatabaseBytes(again) != bytes) abort();
   return 0;
 }

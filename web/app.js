@@ -32,11 +32,13 @@ const EXAMPLES = {
   docOptions: ["Document Feeder"],
 };
 const LISTS = [
-  ["inTrays", "inTray"],
-  ["outTrays", "outTray"],
+  ["inTrays", "in-tray"],
+  ["outTrays", "out-tray"],
   ["options", "option"],
-  ["docOptions", "docOption"],
+  ["docOptions", "doc-option"],
 ];
+// The host strings the rules read, by the names the module gives their numbers.
+const HOST_STRINGS = ["manualTray", "defaultTray"];
 
 const state = {
   db: null,
@@ -270,7 +272,7 @@ function renderPictureForm() {
   const c = state.config;
   const vocab = vocabulary();
   $("picture-title").textContent = `Picture calculator: ${r.name}`;
-  $("rule-name").textContent = vocab.rule ? `rule ${vocab.rule}` : `no rule runs: the answer is always ${hex(vocab.fixed, 1)}`;
+  $("rule-name").textContent = vocab.rule ? `rule ${vocab.rule}` : `no rule runs: the answer is always ${hex(vocab.fixedResult, 1)}`;
   for (const input of document.querySelectorAll('input[name="entry"]')) input.checked = input.value === c.entry;
   for (const el of document.querySelectorAll("[data-entry]")) el.hidden = el.dataset.entry !== c.entry;
   for (const [list, table] of LISTS) {
@@ -289,8 +291,10 @@ function renderPictureForm() {
   }
   $("duplex").checked = !!c.duplexUnit;
   $("output-unit").value = c.outputUnit;
-  $("string-9481").value = c.strings["9481"] || "";
-  $("string-9482").value = c.strings["9482"] || "";
+  for (const k of HOST_STRINGS) {
+    $(`number-${k}`).textContent = orvx.hostStrings[k];
+    $(`string-${k}`).value = c.strings[orvx.hostStrings[k]] || "";
+  }
   renderPicture();
 }
 
@@ -328,7 +332,7 @@ function renderPicture() {
   const q = request();
   let a;
   try {
-    a = state.db.picture(r.index, q);
+    a = state.db.picture(r.index, { ...q, explain: true });
   } catch (e) {
     $("picture-summary").innerHTML = `<span class="error">${esc(e.message)}</span>`;
     $("picture-result").innerHTML = "";
@@ -341,21 +345,20 @@ function renderPicture() {
     const by = a.trace.filter((s) => (s.added & bit) !== 0).map((s) => s.name || s.test);
     bits.push(`<li><code>${hex(bit)}</code> bit ${b}${by.length ? ` from ${by.map(esc).join(", ")}` : ""}</li>`);
   }
-  const trays = [...a.inTrays.map((t) => ["in", t]), ...a.outTrays.map((t) => ["out", t])];
-  const kinds = { option: "option", docOption: "document unit", inTray: "input tray", outTray: "output tray", rule: "rule" };
+  const trays = [...a.inTrays.map((t, i) => ["in-tray", i, q.inTrays[i], t]), ...a.outTrays.map((t, i) => ["out-tray", i, q.outTrays[i], t])];
   $("picture-summary").innerHTML = `Picture ID <output id="picture-id">${hex(a.pictureId)}</output>
     <span class="muted">= ${a.pictureId} · ${a.rule ? `rule ${esc(a.rule)}` : "no rule ran"} · details below the form</span>`;
   $("picture-result").innerHTML = `
     <h3>Bits</h3><ul class="bits">${bits.join("") || '<li class="muted">no bit set</li>'}</ul>
     <h3>Trays</h3>
     <table class="trays"><thead><tr><th>Tray</th><th>Given name</th><th>Final name</th><th>ID</th></tr></thead><tbody>
-      ${trays.map(([k, t]) => `<tr><td>${k}</td><td>${esc(t.input)}</td><td>${esc(t.name)}${t.nameCut ? "…" : ""}</td><td>${t.id}</td></tr>`).join("") ||
+      ${trays.map(([k, i, given, t]) => `<tr><td>${k} ${i + 1}</td><td>${esc(given)}</td><td>${esc(t.name)}</td><td>${t.id}</td></tr>`).join("") ||
         '<tr><td colspan="4" class="muted">no trays</td></tr>'}</tbody></table>
     <h3>Explanation</h3>
     <div class="table-wrap"><table class="trace"><thead><tr><th>Step</th><th>Name</th><th>Row</th><th>Test</th><th>Bits added</th><th>ID</th></tr></thead><tbody>
-      ${a.trace.map((s) => `<tr${s.row < 0 && s.kind !== "rule" ? ' class="muted"' : ""}><td>${kinds[s.kind] || s.kind}</td>` +
-        `<td>${esc(s.name)}${s.input && s.input !== s.name ? ` <span class="muted">(given “${esc(s.input)}”)</span>` : ""}</td>` +
-        `<td>${s.row < 0 ? "none" : s.row}</td><td>${esc(s.test || (s.row < 0 ? "no row matched" : ""))}</td>` +
+      ${a.trace.map((s) => `<tr${s.row === null && s.kind !== "rule" ? ' class="muted"' : ""}><td>${s.kind}${s.tray === undefined ? "" : ` ${s.tray + 1}`}</td>` +
+        `<td>${esc(s.name ?? "")}${s.input && s.input !== s.name ? ` <span class="muted">(given “${esc(s.input)}”)</span>` : ""}</td>` +
+        `<td>${s.row === null ? "none" : s.row}</td><td>${esc(s.test || (s.row === null ? "no row matched" : ""))}</td>` +
         `<td>${s.added ? hex(s.added) : ""}</td><td>${s.id >= 0 ? s.id : ""}</td></tr>`).join("") ||
         '<tr><td colspan="6" class="muted">The rule tested nothing.</td></tr>'}</tbody></table></div>`;
   // A database file's model is named by the file and the model, when the
@@ -510,7 +513,7 @@ function wire() {
     }
     c.duplexUnit = $("duplex").checked ? 1 : 0;
     c.outputUnit = Math.trunc(+$("output-unit").value) || 0;
-    c.strings = { 9481: $("string-9481").value, 9482: $("string-9482").value };
+    c.strings = Object.fromEntries(HOST_STRINGS.map((k) => [orvx.hostStrings[k], $(`string-${k}`).value]));
     renderPicture();
   });
   $("copy-line").addEventListener("click", async () => {

@@ -83,10 +83,10 @@ class Database {
   lint() {
     return call("lint", this._live());
   }
-  // A picture call on record `index`; `request` has the members of an `orvdb eval` picture request
-  // (entry, inTrays, outTrays, duplexUnit, outputUnit, options, docOptions, strings). Answer:
-  // {pictureId, entry, rule, inTrays/outTrays [{input, name, nameCut, id}], trace [{kind, name, input,
-  // final, row, test, added, id}]}.
+  // A picture call on record `index`: `request` is an `orvdb eval` picture request without the
+  // members that choose a record, read by eval's own decoder, and the answer is eval's:
+  // {pictureId, rule, inTrays/outTrays [{name, id}], trace (with explain: true) [{kind, tray, input,
+  // name, final, row, test, added, id}]}; a refused request throws orvx.Error with eval's message.
   picture(index, request) {
     return withString(JSON.stringify(request), (p) => call("picture", this._live(), index, p));
   }
@@ -100,6 +100,7 @@ const orvx = {
   Error: OrvxError,
   version: null,
   flags: [],  // [{name, bit}] of the thirteen capability flags
+  hostStrings: {},  // {manualTray, defaultTray}: the numbers of the host strings the rules read
   fieldNotes: {},      // {field: its one-line meaning} for every field of a record, as `orvdb show` gives them
   hostValueNote: "",   // the meaning most information fields share
   ready: null,
@@ -117,8 +118,9 @@ const orvx = {
       M._free(out);
     }
   },
-  // The rules of a vendor/group pair in both entry points: {GetPictureID: {rule, fixed?, rows}, GetPictureIDEx: ...};
-  // each row {table: "option" | "docOption" | "inTray" | "outTray" | "rule", index, test, literals, bits, id, effect}.
+  // The rules of a vendor/group pair in both entry points, as `orvdb rules --json` gives them:
+  // {vendor, group, GetPictureID: {rule, fixedResult, rows}, GetPictureIDEx: ...}; each row
+  // {table: "option" | "doc-option" | "in-tray" | "out-tray" | "rule", index, test, literals, bits, id, effect}.
   vocabulary(vendor, group) {
     return call("vocabulary", vendor, group);
   },
@@ -167,6 +169,7 @@ orvx.ready = (async () => {
   orvx.flags = about.flags;
   orvx.fieldNotes = about.fieldNotes;
   orvx.hostValueNote = about.hostValueNote;
+  orvx.hostStrings = about.hostStrings;
   return orvx;
 })();
 

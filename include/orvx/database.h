@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 
 #include "orvx/export.h"
 #include "orvx/prn_static_info.h"
+#include "orvx/status.h"
 
 namespace orvx {
 
@@ -37,13 +39,6 @@ struct LookupResult {
   Match how = Match::Default;
 };
 
-// Why a load failed.
-struct LoadError {
-  enum Kind : std::uint8_t { None, Io, Format, Memory } kind = None;
-  std::string message;       // names the file (or "buffer") and the problem
-  std::uint64_t offset = 0;  // Format: the byte where the data ended or went wrong
-};
-
 class ORVX_API ModelDatabase {
  public:
   ModelDatabase();
@@ -53,14 +48,16 @@ class ORVX_API ModelDatabase {
   ModelDatabase& operator=(const ModelDatabase&) = delete;
   ~ModelDatabase();
 
-  // Replace the content with the records of a database file or buffer. On
-  // failure they return false, fill `error` and leave the database as it was.
-  // Unlike the library entry, they refuse a record count with its top bit set
-  // (a negative count, which would otherwise read as an empty database).
+  // Replace the content with the records of a database file or buffer. A
+  // failure leaves the database as it was; its message names the file (or
+  // "buffer") and the problem, and a damaged database's `where` is the byte
+  // where the data ended or went wrong (code Format). Unlike the library
+  // entry, they refuse a record count with its top bit set (a negative count,
+  // which would otherwise read as an empty database).
   // `consumed`, when given, receives the bytes the records took: a file may
   // hold more after its last record, which nothing reads.
-  bool LoadFile(const std::string& path, LoadError& error);
-  bool LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed = nullptr);
+  Status LoadFile(const std::string& path);
+  Status LoadBytes(std::span<const std::uint8_t> bytes, std::uint64_t* consumed = nullptr);
 
   std::size_t size() const { return records_.size(); }
   bool empty() const { return records_.empty(); }
@@ -91,5 +88,18 @@ class ORVX_API ModelDatabase {
   std::unique_ptr<detail::IndexSlot> slot_;
   std::vector<std::unique_ptr<CPrnStaticInfo>> records_;
 };
+
+// How far a read of a database got, failed or not: what a check of a file's
+// framing reports.
+struct Framing {
+  std::optional<std::int32_t> count;  // the stored record count, once its 4 bytes were read
+  std::uint64_t bytesRead = 0;        // what the count and the records took (a failed read: where it broke)
+  std::uint64_t length = 0;           // the whole input
+  std::uint64_t Trailing() const { return length > bytesRead ? length - bytesRead : 0; }
+};
+// ModelDatabase::LoadFile and LoadBytes into `db`, and, when `framing` is
+// given, how far the read got.
+ORVX_API Status LoadFile(const std::string& path, ModelDatabase& db, Framing* framing = nullptr);
+ORVX_API Status LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing = nullptr);
 
 }  // namespace orvx

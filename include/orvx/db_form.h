@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "orvx/export.h"
+#include "orvx/status.h"
 
 namespace orvx {
 
@@ -19,5 +21,8 @@ enum class FileForm : std::uint8_t { Database, Json };
 // database unless its first bytes are JSON's, and then fails to load with
 // what is wrong with it.
 ORVX_API FileForm GuessForm(std::span<const std::uint8_t> head, std::uint64_t length);
+// The form of the file `path`, from its first four bytes and its length. It
+// fails as a load of the file would when the file cannot be opened or read.
+ORVX_API Result<FileForm> FormOfFile(const std::string& path);
 
 }  // namespace orvx

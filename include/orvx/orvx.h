@@ -7,9 +7,11 @@
  * from liborvx.so and orvx.dll.
  *
  * Conventions:
- * - Functions that can fail return an orvx_status (ORVX_OK is 0) and take an
- *   optional `orvx_error*` (may be NULL) that receives the same status, a
- *   message and, for a damaged database, the byte offset where it went wrong.
+ * - Functions that can fail return an orvx_status (ORVX_OK is 0), one code
+ *   per kind of failure, and take an optional `orvx_error*` (may be NULL)
+ *   that receives the same status, a message and, for a damaged database,
+ *   the byte offset where it went wrong. orvx_status_text gives a code's
+ *   fixed text.
  * - Handles are opaque. An orvx_db belongs to the caller from a successful
  *   open until orvx_db_close. An orvx_record is borrowed from its database:
  *   it stays valid until that database is closed.
@@ -32,6 +34,7 @@
 #include <stdint.h>
 
 #include "orvx/export.h"
+#include "orvx/picture_values.h"
 #include "orvx/version.h"
 
 #ifdef __cplusplus
@@ -40,22 +43,40 @@ extern "C" {
 
 /* ---- status and errors ----------------------------------------------------- */
 
+/* Codes are only ever appended; a host should treat one it does not know as
+ * a failure (orvx_status_text gives NULL for it). */
 typedef enum orvx_status {
   ORVX_OK = 0,
-  ORVX_E_ARGUMENT = 1,    /* a required pointer is NULL or a value is out of range */
-  ORVX_E_IO = 2,          /* a file could not be opened or read */
-  ORVX_E_FORMAT = 3,      /* the database is truncated or malformed */
-  ORVX_E_MEMORY = 4,      /* not enough memory */
-  ORVX_E_REGISTRY = 5,    /* the registry could not be read or written */
-  ORVX_E_NOT_FOUND = 6,   /* there is no such value, or no file at the path */
-  ORVX_E_UNSUPPORTED = 7  /* not available on this platform */
+  ORVX_E_ARGUMENT = 1,         /* a required pointer is NULL, a value is out of range, or a name is
+                                  one no file or registry key can have */
+  ORVX_E_IO = 2,               /* the system refused to open, read or write a file, for a reason
+                                  with no code of its own */
+  ORVX_E_FORMAT = 3,           /* the database is truncated or malformed */
+  ORVX_E_MEMORY = 4,           /* not enough memory */
+  ORVX_E_REGISTRY = 5,         /* the registry refused, for a reason with no code of its own */
+  ORVX_E_NOT_FOUND = 6,        /* there is no such value, key or list, or no file at the path */
+  ORVX_E_UNSUPPORTED = 7,      /* not available on this platform */
+  ORVX_E_NOT_REGULAR = 8,      /* a directory, a device, a FIFO or a socket where a file belongs */
+  ORVX_E_TOO_LARGE = 9,        /* a file larger than one of its kind can be */
+  ORVX_E_SHARING = 10,         /* a file open elsewhere in a mode that shares nothing */
+  ORVX_E_DISK_FULL = 11,       /* no room left to write */
+  ORVX_E_NO_STORE = 12,        /* the registry store file is missing (POSIX) */
+  ORVX_E_BAD_STORE = 13,       /* the registry store file is malformed (POSIX): offset is its line */
+  ORVX_E_WRONG_TYPE = 14,      /* a stored value of another type than the one asked for */
+  ORVX_E_EMPTY_VALUE = 15,     /* a stored value that holds nothing */
+  ORVX_E_VALUE_TOO_LARGE = 16  /* a stored value larger than the room for it */
 } orvx_status;
 
 typedef struct orvx_error {
   int status;          /* an orvx_status */
-  uint64_t offset;     /* ORVX_E_FORMAT: byte of the database where it went wrong; else 0 */
+  uint64_t offset;     /* ORVX_E_FORMAT: byte of the database where it went wrong;
+                          ORVX_E_BAD_STORE: line of the store file; else 0 */
   char message[256];   /* NUL-terminated, cut to fit */
 } orvx_error;
+
+/* The fixed text of a code ("not found"), a static string, the same whatever
+ * failed; orvx_error.message says what did. NULL for a value that is no code. */
+ORVX_API const char* orvx_status_text(orvx_status status);
 
 /* ---- version --------------------------------------------------------------- */
 
@@ -195,6 +216,13 @@ ORVX_API int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_
 
 #define ORVX_TRAY_NAME_SIZE 256
 
+/* A new tray's values (ORVX_TRAY_NEW_*: orvx_tray_init starts a tray from
+ * them) and the host strings the rules read (ORVX_STRING_MANUAL_TRAY,
+ * ORVX_STRING_DEFAULT_TRAY) are in orvx/picture_values.h; the functions give
+ * the strings' numbers to callers that cannot read a macro. */
+ORVX_API unsigned orvx_manual_tray_string_id(void);
+ORVX_API unsigned orvx_default_tray_string_id(void);
+
 /* One installed tray of a particular printer. */
 typedef struct orvx_tray {
   const char* name;   /* in: the tray's name */
@@ -209,8 +237,8 @@ typedef struct orvx_tray {
                                            or more means final_name holds only its start */
 } orvx_tray;
 
-/* Fills *tray with a new tray's values: `name`, ID -1, add_unit 0, delivery
- * 2 and an empty result, the defaults of the library's own tray records.
+/* Fills *tray with a new tray's values: `name`, the ORVX_TRAY_NEW_ values
+ * above and an empty result.
  * Start every tray here: a zeroed orvx_tray has ID 0, which a rule that does
  * not recognise the tray hands back as if it were a picture slot. A NULL
  * `tray` is ignored. */
@@ -228,12 +256,13 @@ typedef struct orvx_picture_call {
   int duplex_unit;                 /* classic only: non-zero when a duplex unit is installed */
   int output_unit;                 /* classic only: the output unit's value (0: none); only the
                                       rules of vendor 1, groups 1, 3 and 4 read it */
-  const char* const* options;      /* extended only: names of the installed option units */
+  const char* const* options;      /* names of the installed option units; only GetPictureIDEx reads
+                                      them (the classic call's trace lists them as unread) */
   size_t option_count;
-  const char* const* doc_options;  /* extended only: names of the installed document units */
+  const char* const* doc_options;  /* names of the installed document units, the same way */
   size_t doc_option_count;
-  const char* manual_tray_name;    /* host string 9481, the name a manual tray is given; NULL: none */
-  const char* default_tray_name;   /* host string 9482, the name a default tray is given; NULL: none */
+  const char* manual_tray_name;    /* host string ORVX_STRING_MANUAL_TRAY; NULL: none */
+  const char* default_tray_name;   /* host string ORVX_STRING_DEFAULT_TRAY; NULL: none */
 } orvx_picture_call;
 
 /* What the rules did in one call, step by step. Owns its steps and strings. */
@@ -256,6 +285,10 @@ typedef enum orvx_step_kind {
                                or a step that sets none: an input the rule does not read (a duplex or
                                output unit), the step that leaves a result at 0 */
 } orvx_step_kind;
+
+/* The name of a step kind, as every face writes it: "option", "doc-option",
+ * "in-tray", "out-tray", "rule"; NULL for a value that is no kind. */
+ORVX_API const char* orvx_picture_step_name(int kind);
 
 typedef struct orvx_trace_step {
   int kind;                /* an orvx_step_kind */
@@ -321,8 +354,8 @@ ORVX_API int orvx_picture_id_ex_names(const orvx_record* r, const char* const* i
 /* ---- host settings -------------------------------------------------------------- */
 
 /* The host's string resources, which the fixed-shape picture calls read
- * (9481: the name of a manual tray, 9482: of a default tray); orvx_picture
- * takes them with the call instead. NULL text removes the string. */
+ * (ORVX_STRING_MANUAL_TRAY, ORVX_STRING_DEFAULT_TRAY); orvx_picture takes
+ * them with the call instead. NULL text removes the string. */
 ORVX_API int orvx_host_set_string(unsigned id, const char* text);
 ORVX_API void orvx_host_clear_strings(void);
 /* The host's application name and registry key, which name the registry keys
@@ -363,8 +396,9 @@ ORVX_API int orvx_check_model(const char* registry_path, const char* model, unsi
 ORVX_API int orvx_comm_config_save(uint32_t port, const void* config, size_t size, orvx_error* err);
 /* Reads that value into `config` (`capacity` bytes); *size receives its
  * length. ORVX_E_NOT_FOUND when there is none; ORVX_E_ARGUMENT, with *size
- * set and nothing copied, when it does not fit. On any other failure *size
- * is 0. */
+ * set and nothing copied, when it does not fit; ORVX_E_VALUE_TOO_LARGE, the
+ * same, when it is larger than ORVX_COMM_CONFIG_MAX. On any other failure
+ * *size is 0. */
 ORVX_API int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* size, orvx_error* err);
 
 #ifdef __cplusplus

@@ -14,12 +14,17 @@
 #include "orvx/afx_types.h"
 #include "orvx/export.h"
 #include "orvx/picture_trace.h"
+#include "orvx/picture_values.h"
 
 class CPrnStaticInfo;
 class COptInTray;
 class COptOutTray;
 
 namespace orvx {
+
+// The host strings the rules read (a renamed manual or default tray's name).
+inline constexpr UINT kManualTrayString = ORVX_STRING_MANUAL_TRAY;
+inline constexpr UINT kDefaultTrayString = ORVX_STRING_DEFAULT_TRAY;
 
 struct PictureRoute {
   const char* rule;   // e.g. "GetOptionFlagEx_Nightjar"; null when no rule runs
@@ -33,9 +38,9 @@ ORVX_API PictureRoute ChoosePictureRule(int vendor, int group, bool extended);
 // One tray as the caller describes it; the call builds its tray record.
 struct PictureTray {
   std::string_view name;
-  int id = -1;
-  int addUnit = 0;
-  int delivery = 2;  // out-trays only
+  int id = ORVX_TRAY_NEW_ID;
+  int addUnit = ORVX_TRAY_NEW_ADD_UNIT;
+  int delivery = ORVX_TRAY_NEW_DELIVERY;  // out-trays only
 };
 
 // One picture call. The host strings the rules read travel with it.
@@ -44,8 +49,8 @@ struct PictureCall {
   std::span<const PictureTray> in, out;
   int duplexUnit = 0, outputUnit = 0;                     // classic only
   std::span<const std::string_view> options, docOptions;  // extended only
-  std::optional<std::string_view> manualTrayName;         // host string 9481; none: a renamed tray's name is empty
-  std::optional<std::string_view> defaultTrayName;        // host string 9482
+  std::optional<std::string_view> manualTrayName;         // kManualTrayString; none: a renamed tray's name is empty
+  std::optional<std::string_view> defaultTrayName;        // kDefaultTrayString
 };
 
 // Makes picture calls. It keeps its tray records from one call to the next,

@@ -28,6 +28,9 @@ struct PictureTraceStep {
   int id = -1;            // trays: the tray's ID after the step
 };
 
+// The name of a step kind as every face writes it ("in-tray"); null for a value that is no kind.
+ORVX_API const char* PictureStepName(int kind);
+
 struct PictureTrace {
   std::string rule;  // the rule function that ran; "" when none did
   std::vector<PictureTraceStep> steps;

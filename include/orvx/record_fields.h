@@ -9,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "orvx/export.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvx {
@@ -32,23 +33,23 @@ struct FieldDesc {
 
 // All 57 numeric fields in stream order. The size-list block sits between
 // element kFieldsBeforeBlock - 1 and element kFieldsBeforeBlock.
-std::span<const FieldDesc> RecordFields();
+ORVX_API std::span<const FieldDesc> RecordFields();
 inline constexpr std::size_t kFieldsBeforeBlock = 51;
 // Bytes the fields take in the stream before and after the block.
 inline constexpr std::size_t kBytesBeforeBlock = 71;
 inline constexpr std::size_t kBytesAfterBlock = 10;
 
 // The field named `name`, or null.
-const FieldDesc* FindField(std::string_view name);
+ORVX_API const FieldDesc* FindField(std::string_view name);
 // The field an information key reads (or, with `forSetting`, also the
 // fields that keys only write); null when the key names none.
-const FieldDesc* FieldForKey(DWORD key, bool forSetting = false);
+ORVX_API const FieldDesc* FieldForKey(DWORD key, bool forSetting = false);
 // The value as stored: sign-extended for signed fields, zero-extended otherwise.
-std::int64_t ReadField(const PrnStaticFields& f, const FieldDesc& d);
+ORVX_API std::int64_t ReadField(const PrnStaticFields& f, const FieldDesc& d);
 // Stores the low bits of `value`.
-void WriteField(PrnStaticFields& f, const FieldDesc& d, std::int64_t value);
+ORVX_API void WriteField(PrnStaticFields& f, const FieldDesc& d, std::int64_t value);
 // True when `value` is representable in the field as stored (signed or not).
-bool FieldValueFits(const FieldDesc& d, std::int64_t value);
+ORVX_API bool FieldValueFits(const FieldDesc& d, std::int64_t value);
 
 // The thirteen capability flags, in bit order: the getter's name, the bit,
 // and the record's getter and setter.
@@ -58,7 +59,7 @@ struct FlagDesc {
   int (CPrnStaticInfo::*get)() const;
   void (CPrnStaticInfo::*set)(int);
 };
-std::span<const FlagDesc> RecordFlags();
+ORVX_API std::span<const FlagDesc> RecordFlags();
 // The bits of Flags that mean something.
 inline constexpr DWORD kDefinedFlagBits = 0x1FFF;
 

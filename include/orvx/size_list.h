@@ -11,13 +11,14 @@
 #include <string_view>
 
 #include "orvx/afx_types.h"
+#include "orvx/export.h"
 #include "orvx/status.h"
 
 namespace orvx {
 
 inline constexpr BYTE kNamedSizeList = 10;
 
-struct SizeListEntry {
+struct ORVX_API SizeListEntry {
   BYTE key = 0;
   std::span<const BYTE> payload;
   std::size_t offset = 0;  // of the key byte, within the block
@@ -30,7 +31,7 @@ struct SizeListEntry {
   std::span<const BYTE> Sizes() const;
 };
 
-class SizeListReader {
+class ORVX_API SizeListReader {
  public:
   // `block` as held: its first byte is its length, and only that many bytes are read.
   explicit SizeListReader(std::span<const BYTE> block);
@@ -52,7 +53,7 @@ class SizeListReader {
 // without regard to letter case, a stored name matching any request that
 // begins with it), in `block` as held. Nothing when no entry lists the tray;
 // an entry that lists it may hold no sizes.
-std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber);
-std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName);
+ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber);
+ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName);
 
 }  // namespace orvx

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "orvx/export.h"
 #include "orvx/status.h"
 
 namespace orvx {
@@ -18,7 +19,7 @@ inline constexpr std::uint64_t kStoreFileMax = std::uint64_t{256} << 20;
 // file, a directory, a FIFO (which would block) or a device fail at once with
 // a message that names the path, and so does a file larger than `limit`,
 // before anything is read; `bytes` is then empty.
-Status ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t limit = kDatabaseFileMax);
+ORVX_API Status ReadWholeFile(const std::string& path, std::string& bytes, std::uint64_t limit = kDatabaseFileMax);
 
 // What tells one file from another, whatever path names it: the device and
 // inode (on Windows the volume and the file index).
@@ -39,7 +40,7 @@ struct FileState {
 // The state of the regular file `path` names, links followed, from one stat
 // of the path on POSIX (Windows opens it for its attributes only). It fails
 // as ReadWholeFile does, and on a path that holds a zero byte.
-Status StatFile(const std::string& path, FileState& state);
+ORVX_API Status StatFile(const std::string& path, FileState& state);
 
 // Makes `path` hold exactly `bytes`. A new file is created; an existing
 // regular file is replaced and keeps its permissions; a symbolic link has the
@@ -47,7 +48,8 @@ Status StatFile(const std::string& path, FileState& state);
 // or any other special file is refused. The bytes go to a temporary file
 // beside the target, which is flushed and then renamed over it, so a failure
 // at any step leaves the old file as it was and no temporary file behind.
-// A failure's message names the path and the problem.
-Status ReplaceFile(const std::string& path, std::string_view bytes);
+// A failure's message names the path and the problem. (Not ReplaceFile:
+// <windows.h> makes that name a macro.)
+ORVX_API Status ReplaceWholeFile(const std::string& path, std::string_view bytes);
 
 }  // namespace orvx

@@ -23,21 +23,17 @@ import sys as _sys
 import threading as _threading
 
 __all__ = ["Database", "Record", "Tray", "TraceStep", "SizeList", "Error", "ArgumentError", "FileError",
-           "FormatError", "OutOfMemoryError", "RegistryError", "NotFoundError", "UnsupportedError", "Status",
+           "FormatError", "OutOfMemoryError", "RegistryError", "NotFoundError", "UnsupportedError",
+           "NotRegularError", "TooLargeError", "SharingError", "DiskFullError", "NoStoreError", "BadStoreError",
+           "WrongTypeError", "EmptyValueError", "ValueTooLargeError", "Status",
            "Match", "Flag", "FLAG_NAMES", "FIELDS", "version", "sample_database", "set_host_string",
-           "clear_host_strings", "__version__"]
+           "clear_host_strings", "MANUAL_TRAY_STRING", "DEFAULT_TRAY_STRING", "__version__"]
 
 
 class Status(_enum.IntEnum):
-    """The library's status codes (``orvx_status`` of the C interface), as
-    ``Error.status`` carries them:
-
-    OK (0) success; ARGUMENT (1) a required argument is missing or out of
-    range, or the database is closed; IO (2) a file could not be opened or
-    read; FORMAT (3) the database is truncated or malformed (``Error.offset``
-    says where); MEMORY (4) not enough memory; REGISTRY (5) the registry could
-    not be read or written; NOT_FOUND (6) there is no such value;
-    UNSUPPORTED (7) not available on this platform."""
+    """The library's status codes (``orvx_status`` of the C interface), one
+    per kind of failure, as ``Error.status`` carries them; ``text`` is a
+    code's fixed text ("not found"). Each has its exception class below."""
     OK = 0
     ARGUMENT = 1
     IO = 2
@@ -46,6 +42,20 @@ class Status(_enum.IntEnum):
     REGISTRY = 5
     NOT_FOUND = 6
     UNSUPPORTED = 7
+    NOT_REGULAR = 8
+    TOO_LARGE = 9
+    SHARING = 10
+    DISK_FULL = 11
+    NO_STORE = 12
+    BAD_STORE = 13
+    WRONG_TYPE = 14
+    EMPTY_VALUE = 15
+    VALUE_TOO_LARGE = 16
+
+    @property
+    def text(self):
+        """The library's fixed text for the code."""
+        return _status_text(self).decode()
 
 
 class Match(str, _enum.Enum):
@@ -82,7 +92,8 @@ class ArgumentError(Error, ValueError):
 
 
 class FileError(Error, OSError):
-    """A file could not be opened or read (something other than a missing file)."""
+    """The system refused to open, read or write a file; its subclasses say
+    why when the library knows (a missing file is ``NotFoundError``)."""
     status = Status.IO
 
 
@@ -109,8 +120,55 @@ class UnsupportedError(Error, NotImplementedError):
     status = Status.UNSUPPORTED
 
 
+class NotRegularError(FileError):
+    """A directory, a device, a FIFO or a socket where a file belongs."""
+    status = Status.NOT_REGULAR
+
+
+class TooLargeError(FileError):
+    """A file larger than one of its kind can be."""
+    status = Status.TOO_LARGE
+
+
+class SharingError(FileError):
+    """A file open elsewhere in a mode that shares nothing."""
+    status = Status.SHARING
+
+
+class DiskFullError(FileError):
+    status = Status.DISK_FULL
+
+
+class NoStoreError(RegistryError):
+    """The registry store file is missing."""
+    status = Status.NO_STORE
+
+
+class BadStoreError(RegistryError):
+    """The registry store file is malformed; ``offset`` is its line."""
+    status = Status.BAD_STORE
+
+
+class WrongTypeError(RegistryError):
+    """A stored value of another type than the one asked for."""
+    status = Status.WRONG_TYPE
+
+
+class EmptyValueError(RegistryError):
+    """A stored value that holds nothing."""
+    status = Status.EMPTY_VALUE
+
+
+class ValueTooLargeError(RegistryError):
+    """A stored value larger than the room for it."""
+    status = Status.VALUE_TOO_LARGE
+
+
+# The one table from a C code to its class.
 _ERRORS = {cls.status: cls for cls in (ArgumentError, FileError, FormatError, OutOfMemoryError, RegistryError,
-                                       NotFoundError, UnsupportedError)}
+                                       NotFoundError, UnsupportedError, NotRegularError, TooLargeError, SharingError,
+                                       DiskFullError, NoStoreError, BadStoreError, WrongTypeError, EmptyValueError,
+                                       ValueTooLargeError)}
 
 
 def _error(message, status, offset=0):
@@ -211,6 +269,7 @@ def _fn(name, restype, *argtypes):
 
 
 _version = _fn("orvx_version", _ctypes.c_char_p)
+_status_text = _fn("orvx_status_text", _ctypes.c_char_p, _ctypes.c_int)
 _open_file = _fn("orvx_db_open_file", _ctypes.c_int, _ctypes.c_char_p, _ctypes.POINTER(_P), _err)
 _open_memory = _fn("orvx_db_open_memory", _ctypes.c_int, _ctypes.c_char_p, _size, _ctypes.POINTER(_P), _err)
 _close = _fn("orvx_db_close", None, _P)
@@ -245,6 +304,8 @@ _trace_rule = _fn("orvx_trace_rule", _ctypes.c_char_p, _P)
 _trace_count = _fn("orvx_trace_count", _size, _P)
 _trace_step_at = _fn("orvx_trace_step_at", _ctypes.c_int, _P, _size, _ctypes.POINTER(_CStep))
 _trace_free = _fn("orvx_trace_free", None, _P)
+_tray_init = _fn("orvx_tray_init", None, _trays, _ctypes.c_char_p)
+_step_name = _fn("orvx_picture_step_name", _ctypes.c_char_p, _ctypes.c_int)
 _set_string = _fn("orvx_host_set_string", _ctypes.c_int, _ctypes.c_uint, _ctypes.c_char_p)
 _clear_strings = _fn("orvx_host_clear_strings", None)
 
@@ -308,8 +369,8 @@ def _text(raw):
     return raw.decode("utf-8", "surrogateescape")
 
 
-def _name_array(names):
-    raw = [_bytes(n) for n in names]
+def _name_array(names, what="a name"):
+    raw = [_bytes(n, what) for n in names]
     return (_ctypes.c_char_p * max(len(raw), 1))(*raw), len(raw)
 
 
@@ -346,13 +407,19 @@ def sample_database():
     raise NotFoundError("no sample database ships with this copy of orvx (build it, or install the package)")
 
 
-# The host strings picture calls take when they are not given one (9481, 9482).
+#: The host strings the picture rules read, by number: a manual tray's name
+#: and a default tray's (``Record.picture_id``'s manual_tray_name and
+#: default_tray_name, or ``set_host_string``).
+MANUAL_TRAY_STRING = _fn("orvx_manual_tray_string_id", _ctypes.c_uint)()
+DEFAULT_TRAY_STRING = _fn("orvx_default_tray_string_id", _ctypes.c_uint)()
+
+# The host strings picture calls take when they are not given one.
 _host_strings = {}
 
 
 def set_host_string(ident, text):
     """Sets (or, with None, removes) one of the host's string resources, which
-    picture rules read (9481: a manual tray's name, 9482: a default tray's).
+    picture rules read (MANUAL_TRAY_STRING, DEFAULT_TRAY_STRING).
     ``Record.picture_id`` takes them unless it is given its own."""
     if not isinstance(ident, int) or not 0 <= ident <= 0xFFFFFFFF:
         raise ValueError(f"a string resource number is an int from 0 to 0xFFFFFFFF, not {ident!r}")
@@ -371,10 +438,12 @@ def clear_host_strings():
 
 TraceStep = _collections.namedtuple("TraceStep", "kind name input_name final_name row test added id")
 TraceStep.__doc__ = """One step of a picture call's explanation: ``kind`` is "option",
-"doc_option", "in_tray", "out_tray" or "rule"; ``row`` the matching row of
+"doc-option", "in-tray", "out-tray" or "rule"; ``row`` the matching row of
 its table (-1: none); ``test`` that row's test, or what a rule step is;
 ``added`` the bits the step set; ``id`` a tray's ID after it (else -1)."""
-_STEP_KINDS = ("option", "doc_option", "in_tray", "out_tray", "rule")
+_STEP_KINDS = []
+while (_kind := _step_name(len(_STEP_KINDS))) is not None:
+    _STEP_KINDS.append(_kind.decode())
 
 SizeList = _collections.namedtuple("SizeList", "tray sizes")
 SizeList.__doc__ = """One entry of a record's size lists: ``tray`` is the input tray's
@@ -399,11 +468,16 @@ def _read_trace(handle):
 
 # ---- objects ---------------------------------------------------------------------
 
-class Tray:
-    """One installed tray of a particular printer. A picture call rewrites its
-    ``name`` and ``id`` as the rules leave them."""
+_NEW_TRAY = _CTray()
+_tray_init(_ctypes.byref(_NEW_TRAY), None)
 
-    def __init__(self, name, id=-1, add_unit=0, delivery=2):
+
+class Tray:
+    """One installed tray of a particular printer, with a new tray's values
+    unless given. A picture call rewrites its ``name`` and ``id`` as the
+    rules leave them."""
+
+    def __init__(self, name, id=_NEW_TRAY.id, add_unit=_NEW_TRAY.add_unit, delivery=_NEW_TRAY.delivery):
         _bytes(name, "a tray name")
         self.name = name
         self.id = id
@@ -716,8 +790,8 @@ class Record:
         with its final name and ID. ``classic`` calls GetPictureID
         (duplex_unit, output_unit) instead of GetPictureIDEx (options,
         doc_options). ``manual_tray_name`` and ``default_tray_name`` are the
-        host strings 9481 and 9482 (default: as ``set_host_string`` set
-        them). With ``explain=True`` the answer is ``(id, rule, steps)``:
+        host strings MANUAL_TRAY_STRING and DEFAULT_TRAY_STRING (default:
+        as ``set_host_string`` set them). With ``explain=True`` the answer is ``(id, rule, steps)``:
         the rule that ran (None: none) and a list of ``TraceStep``.
 
         A final tray name longer than 255 bytes raises ``Error`` rather than
@@ -727,23 +801,26 @@ class Record:
         options, doc_options = _name_list(options, "options"), _name_list(doc_options, "doc_options")
         result = _ctypes.c_uint32()
         err = _CError()
-        opts, n_opts = _name_array(options)
-        docs, n_docs = _name_array(doc_options)
+        opts, n_opts = _name_array(options, "an option name")
+        docs, n_docs = _name_array(doc_options, "an option name")
 
         def build(trays):
             objs = [t if isinstance(t, Tray) else Tray(t) for t in trays]
             names = [_bytes(t.name, "a tray name") for t in objs]  # kept alive through the call
             arr = (_CTray * max(len(objs), 1))()
             for c, t, n in zip(arr, objs, names):
-                c.name, c.id = n, _c_int(t.id, "a tray's id")
-                c.add_unit, c.delivery = _c_int(t.add_unit, "a tray's add_unit"), _c_int(t.delivery, "a tray's delivery")
+                # Checked and named as orvdb eval checks and names them.
+                c.name, c.id = n, _c_int(t.id, '"id"')
+                c.add_unit, c.delivery = _c_int(t.add_unit, '"addUnit"'), _c_int(t.delivery, '"delivery"')
             return objs, arr, names
         ins, cin, _keep_in = build(in_trays)
         outs, cout, _keep_out = build(out_trays)
-        manual = _host_strings.get(9481) if manual_tray_name is None else _bytes(manual_tray_name, "a host string")
-        default = _host_strings.get(9482) if default_tray_name is None else _bytes(default_tray_name, "a host string")
-        call = _CCall(0 if classic else 1, cin, len(ins), cout, len(outs), _c_int(duplex_unit, "duplex_unit"),
-                      _c_int(output_unit, "output_unit"), opts, n_opts, docs, n_docs, manual, default)
+        manual = (_host_strings.get(MANUAL_TRAY_STRING) if manual_tray_name is None
+                  else _bytes(manual_tray_name, "a host string"))
+        default = (_host_strings.get(DEFAULT_TRAY_STRING) if default_tray_name is None
+                   else _bytes(default_tray_name, "a host string"))
+        call = _CCall(0 if classic else 1, cin, len(ins), cout, len(outs), _c_int(duplex_unit, '"duplexUnit"'),
+                      _c_int(output_unit, '"outputUnit"'), opts, n_opts, docs, n_docs, manual, default)
         trace = _P()
         status = _picture(h, _ctypes.byref(call), _ctypes.byref(result), _ctypes.byref(trace) if explain else None,
                           _ctypes.byref(err))

@@ -30,7 +30,7 @@ void CPrnStaticInfoArray_Serialize(CArchive& ar) {
     return;
   }
   orvx::detail::DropIndex(g_index);
-  orvx::detail::Framing framing;
+  orvx::Framing framing;
   orvx::detail::ReadDatabase(ar, [](std::unique_ptr<CPrnStaticInfo> record) {
     CPrnStaticInfoArray.SetAtGrow(CPrnStaticInfoArray.GetSize(), record.get());
     record.release();

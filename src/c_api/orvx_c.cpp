@@ -9,7 +9,9 @@
 #include <memory>
 #include <optional>
 #include <new>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "orvx/afx_host.h"
@@ -17,6 +19,8 @@
 #include "orvx/comm_store.h"
 #include "orvx/registry_check.h"
 #include "orvx/database.h"
+#include "c_api/c_status.h"
+#include "framework/file_status.h"
 #include "model_db/db_loader.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
@@ -50,25 +54,44 @@ int Ok(orvx_error* err) {
   return ORVX_OK;
 }
 
-// Runs `body`, turning an escaping allocation failure into ORVX_E_MEMORY:
-// nothing thrown may cross into C.
+int FromError(orvx_error* err, const orvx::Status& e) {
+  const bool located = e.code == orvx::Status::Format || e.code == orvx::Status::BadStore;
+  return Fail(err, orvx::c_api::ToC(e.code), e.message, located ? static_cast<std::uint64_t>(e.where) : 0);
+}
+
+// What an exception that reached the C edge was, as a status. Nothing below
+// throws but for memory; the rest is kept apart rather than called an I/O error.
+orvx::Status Caught() {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return {orvx::Status::Memory, "not enough memory"};
+  } catch (const std::length_error& e) {  // a size past what a container can hold
+    return {orvx::Status::Memory, std::string("not enough memory: ") + e.what()};
+  } catch (const CArchiveException& e) {
+    return {orvx::Status::Format, "malformed data at byte " + std::to_string(e.m_offset), 0, static_cast<long long>(e.m_offset)};
+  } catch (const CFileException& e) {
+    orvx::Status s = orvx::detail::FromException(e);
+    s.message = e.m_strFileName + ": " + s.message;
+    return s;
+  } catch (const std::system_error& e) {
+    return {orvx::Status::Io, e.what(), e.code().value()};
+  } catch (const std::logic_error& e) {  // invalid_argument, out_of_range, domain_error
+    return {orvx::Status::Argument, e.what()};
+  } catch (const std::exception& e) {
+    return {orvx::Status::Io, std::string("unexpected failure: ") + e.what()};
+  } catch (...) {
+    return {orvx::Status::Io, "unexpected failure"};
+  }
+}
+
+// Runs `body`; nothing thrown may cross into C.
 template <typename Body>
 int Guard(orvx_error* err, Body body) {
   try {
     return body();
-  } catch (const std::bad_alloc&) {
-    return Fail(err, ORVX_E_MEMORY, "not enough memory");
-  } catch (const std::exception& e) {
-    return Fail(err, ORVX_E_IO, e.what());
-  }
-}
-
-int FromError(orvx_error* err, const orvx::Status& e) {
-  switch (e.code) {
-    case orvx::Status::Format: return Fail(err, ORVX_E_FORMAT, e.message, static_cast<std::uint64_t>(e.where));
-    case orvx::Status::Memory: return Fail(err, ORVX_E_MEMORY, e.message);
-    case orvx::Status::NotFound: return Fail(err, ORVX_E_NOT_FOUND, e.message);
-    default: return Fail(err, ORVX_E_IO, e.message);
+  } catch (...) {
+    return FromError(err, Caught());
   }
 }
 
@@ -144,13 +167,14 @@ int Picture(const orvx_record* r, const orvx_picture_call& c, uint32_t* pictureI
   if (trace) *trace = nullptr;
   if (pictureId) *pictureId = 0;
   if (!r || !pictureId) return Fail(err, ORVX_E_ARGUMENT, "no record or no result to fill");
-  if (!TraysValid(c.in, c.in_count) || !TraysValid(c.out, c.out_count) ||
-      (c.extended && (!NamesValid(c.options, c.option_count) || !NamesValid(c.doc_options, c.doc_option_count))))
+  if (!TraysValid(c.in, c.in_count) || !TraysValid(c.out, c.out_count) || !NamesValid(c.options, c.option_count) ||
+      !NamesValid(c.doc_options, c.doc_option_count))
     return Fail(err, ORVX_E_ARGUMENT, "a tray or name list, or a name in it, is NULL");
   return Guard(err, [&] {
     const std::vector<orvx::PictureTray> in = Trays(c.in, c.in_count), out = Trays(c.out, c.out_count);
-    std::vector<std::string_view> options, docOptions;
-    if (c.extended) options = Views(c.options, c.option_count), docOptions = Views(c.doc_options, c.doc_option_count);
+    // GetPictureID reads no unit names; the library still lists them in the trace as unread.
+    const std::vector<std::string_view> options = Views(c.options, c.option_count),
+                                        docOptions = Views(c.doc_options, c.doc_option_count);
     orvx::PictureCall call{c.extended != 0, in, out, c.duplex_unit, c.output_unit, options, docOptions, {}, {}};
     if (c.manual_tray_name) call.manualTrayName = c.manual_tray_name;
     if (c.default_tray_name) call.defaultTrayName = c.default_tray_name;
@@ -170,8 +194,8 @@ struct TableStrings {
   std::string manual, dflt;
   bool hasManual, hasDefault;
   TableStrings()
-      : hasManual(orvx::host::FindStringResource(9481, manual)),  // a manual tray's name
-        hasDefault(orvx::host::FindStringResource(9482, dflt)) {}   // a default tray's name
+      : hasManual(orvx::host::FindStringResource(orvx::kManualTrayString, manual)),
+        hasDefault(orvx::host::FindStringResource(orvx::kDefaultTrayString, dflt)) {}
   void Into(orvx_picture_call& c) const {
     c.manual_tray_name = hasManual ? manual.c_str() : nullptr;
     c.default_tray_name = hasDefault ? dflt.c_str() : nullptr;
@@ -223,18 +247,52 @@ int FindSizeList(const orvx_record* r, Key key, bool keyValid, unsigned char* ou
 }
 }  // namespace
 
+namespace orvx::c_api {
+
+orvx_status ToC(Status::Code code) {
+  switch (code) {
+    case Status::None: return ORVX_OK;
+    case Status::NotFound: return ORVX_E_NOT_FOUND;
+    case Status::NotRegular: return ORVX_E_NOT_REGULAR;
+    case Status::TooLarge: return ORVX_E_TOO_LARGE;
+    case Status::Sharing: return ORVX_E_SHARING;
+    case Status::DiskFull: return ORVX_E_DISK_FULL;
+    case Status::Io: return ORVX_E_IO;
+    case Status::Format: return ORVX_E_FORMAT;
+    case Status::Memory: return ORVX_E_MEMORY;
+    case Status::Argument: return ORVX_E_ARGUMENT;
+    case Status::NoStore: return ORVX_E_NO_STORE;
+    case Status::BadStore: return ORVX_E_BAD_STORE;
+    case Status::WrongType: return ORVX_E_WRONG_TYPE;
+    case Status::EmptyValue: return ORVX_E_EMPTY_VALUE;
+    case Status::ValueTooLarge: return ORVX_E_VALUE_TOO_LARGE;
+    case Status::Registry: return ORVX_E_REGISTRY;
+    case Status::Unsupported: return ORVX_E_UNSUPPORTED;
+  }
+  return ORVX_E_IO;  // no code is left out above; a compiler warns if one is
+}
+
+}  // namespace orvx::c_api
+
 extern "C" {
+
+const char* orvx_status_text(orvx_status status) {
+  for (int c = 0; c < orvx::Status::kCodes; ++c)
+    if (orvx::c_api::ToC(static_cast<orvx::Status::Code>(c)) == status)
+      return orvx::StatusName(static_cast<orvx::Status::Code>(c));
+  return nullptr;
+}
 
 const char* orvx_version(void) { return ORVX_VERSION_STRING; }
 uint32_t orvx_version_number(void) { return orvx::kVersionNumber; }
 
 int orvx_db_open_file(const char* path, orvx_db** db, orvx_error* err) {
-  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d) { return orvx::detail::LoadFile(path, d); });
+  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d) { return orvx::LoadFile(path, d); });
 }
 
 int orvx_db_open_memory(const void* data, size_t size, orvx_db** db, orvx_error* err) {
   return Open(data || !size, db, err, [&](orvx::ModelDatabase& d) {
-    return orvx::detail::LoadBytes({static_cast<const std::uint8_t*>(data), size}, d);
+    return orvx::LoadBytes({static_cast<const std::uint8_t*>(data), size}, d);
   });
 }
 
@@ -367,7 +425,7 @@ int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_list* lis
   if (!r) return ORVX_E_ARGUMENT;
   bool found = false;
   WalkSizeLists(r, [&](const orvx::SizeListEntry& e) {
-    if (i--) return true;
+    if (i != 0) return --i, true;
     const std::string_view name = e.Name();
     const auto sizes = e.Sizes();
     list->tray = e.Named() ? -1 : e.key;
@@ -376,20 +434,23 @@ int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_list* lis
     list->size_count = sizes.size();
     if (!sizes.empty()) std::memcpy(list->sizes, sizes.data(), sizes.size());
     found = true;
-    return false;
+    return false;  // stop here: with i at 0, each later entry would overwrite this one
   });
   return found ? ORVX_OK : ORVX_E_NOT_FOUND;
 }
 
 void orvx_tray_init(orvx_tray* tray, const char* name) {
   if (!tray) return;
-  const orvx::PictureTray defaults;  // the library's one set of tray defaults
   *tray = orvx_tray{};
   tray->name = name;
-  tray->id = defaults.id;
-  tray->add_unit = defaults.addUnit;
-  tray->delivery = defaults.delivery;
+  tray->id = ORVX_TRAY_NEW_ID;
+  tray->add_unit = ORVX_TRAY_NEW_ADD_UNIT;
+  tray->delivery = ORVX_TRAY_NEW_DELIVERY;
 }
+
+unsigned orvx_manual_tray_string_id(void) { return orvx::kManualTrayString; }
+unsigned orvx_default_tray_string_id(void) { return orvx::kDefaultTrayString; }
+const char* orvx_picture_step_name(int kind) { return orvx::PictureStepName(kind); }
 
 int orvx_picture(const orvx_record* r, const orvx_picture_call* call, uint32_t* picture_id, orvx_trace** trace,
                  orvx_error* err) {
@@ -467,7 +528,7 @@ int orvx_picture_id(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_t
 int orvx_picture_id_ex(const orvx_record* r, orvx_tray* in, size_t in_count, orvx_tray* out, size_t out_count,
                        const char* const* options, size_t option_count, const char* const* doc_options,
                        size_t doc_option_count, uint32_t* picture_id, orvx_error* err) {
-  orvx_picture_call call{1,       in,           in_count,    out,          out_count, 0, 0, options, option_count,
+  orvx_picture_call call{true,        in,          in_count,         out,     out_count, 0, 0, options, option_count,
                          doc_options, doc_option_count, nullptr, nullptr};
   return Guard(err, [&] {
     const TableStrings strings;  // lives through the call: the call points into it
@@ -566,11 +627,8 @@ int orvx_comm_config_save(uint32_t port, const void* config, size_t size, orvx_e
     return Fail(err, ORVX_E_ARGUMENT,
                 "the configuration says it is " + std::to_string(declared) + " bytes, not " + std::to_string(size));
   return Guard(err, [&] {
-    const LONG r = orvx::SaveCommConfig(port, {static_cast<const BYTE*>(config), size});
-    if (r == ERROR_INVALID_NAME)
-      return Fail(err, ORVX_E_ARGUMENT, "the host's names hold a character a registry store file cannot hold");
-    if (r != ERROR_SUCCESS) return Fail(err, ORVX_E_REGISTRY, "cannot write the registry (error " + std::to_string(r) + ")");
-    return Ok(err);
+    const orvx::Status e = orvx::SaveCommConfig(port, {static_cast<const BYTE*>(config), size});
+    return e.Failed() ? FromError(err, e) : Ok(err);
   });
 }
 
@@ -580,9 +638,9 @@ int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* 
   return Guard(err, [&] {
     BYTE buffer[orvx::kCommConfigMax];
     DWORD n = 0;
-    const LONG r = orvx::LoadCommConfig(port, buffer, n);
-    if (r == ERROR_FILE_NOT_FOUND) return Fail(err, ORVX_E_NOT_FOUND, "no configuration stored for this port");
-    if (r != ERROR_SUCCESS) return Fail(err, ORVX_E_REGISTRY, "cannot read the registry (error " + std::to_string(r) + ")");
+    const orvx::Status e = orvx::LoadCommConfig(port, buffer, n);
+    if (e.code == orvx::Status::ValueTooLarge) *size = n;
+    if (e.Failed()) return FromError(err, e);
     *size = n;
     if (n > capacity) return Fail(err, ORVX_E_ARGUMENT, "the buffer holds " + std::to_string(capacity) + " of " +
                                                             std::to_string(n) + " bytes");

@@ -1,14 +1,13 @@
 // Opening and reading the library's own files whole: anything that is not a
 // regular file is refused at once (a FIFO would block, a device never ends),
 // and nothing larger than its format allows is read. Also where a failure
-// gets its words, and where CFile's exceptions meet the library's error.
+// gets its words.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "orvx/afx_file.h"
 #include "orvx/status.h"
 #include "os/os_file.h"
 
@@ -19,14 +18,6 @@ namespace orvx::detail {
 Status About(const std::string& path, std::string_view doing, Status error);
 // A file larger than `limit`, the most a file of its kind can hold.
 Status TooLarge(const std::string& path, std::uint64_t limit);
-
-// CFile's exceptions are the host's side of a failure: these turn the
-// library's error into one and back. A failure with no cause of its own gets
-// `otherCause` (an open's is accessDenied). What is no regular file keeps
-// this system error code, which no system uses.
-constexpr int kNotRegularOsError = -2;
-CFileException ToException(const Status& error, std::string fileName, int otherCause = CFileException::generic);
-Status FromException(const CFileException& e);
 
 // Opens `path` for reading. Fails, naming the path, when it is missing, is
 // no regular file, or cannot be opened.

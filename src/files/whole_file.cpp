@@ -1,12 +1,13 @@
 #include "orvx/whole_file.h"
 
-#include <climits>
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <system_error>
 
-#include "orvx/afx_file.h"
 #include "os/os_file.h"
 #include "files/read_file.h"
 
@@ -71,7 +72,7 @@ Status WriteTemp(const std::string& path, const fs::path& target, std::string_vi
   if (error.Failed()) return detail::About(path, "cannot create a file beside it", std::move(error));
   std::size_t done = 0;
   while (done < bytes.size() && !error.Failed()) {
-    const UINT chunk = static_cast<UINT>(std::min<std::size_t>(bytes.size() - done, UINT_MAX));
+    const auto chunk = static_cast<std::uint32_t>(std::min<std::size_t>(bytes.size() - done, UINT32_MAX));
     std::uint64_t n = 0;
     error = os::WriteSome(file, bytes.data() + done, chunk, n);
     if (!error.Failed() && n == 0) error = {Status::Io, "nothing written"};
@@ -103,7 +104,7 @@ Status StatFile(const std::string& path, FileState& state) {
   return {};
 }
 
-Status ReplaceFile(const std::string& path, std::string_view bytes) {
+Status ReplaceWholeFile(const std::string& path, std::string_view bytes) {
   if (path.empty()) return {Status::Argument, "an empty path"};
   fs::path target;
   if (Status e = Resolve(path, target); e.Failed()) return e;
@@ -163,28 +164,8 @@ Status TooLarge(const std::string& path, std::uint64_t limit) {
                                (gb ? " GB" : " MB") + ", more than a file of its kind can hold"};
 }
 
-CFileException ToException(const Status& error, std::string fileName, int otherCause) {
-  switch (error.code) {
-    case Status::NotFound: return {CFileException::fileNotFound, error.osError, std::move(fileName)};
-    case Status::Sharing: return {CFileException::sharingViolation, error.osError, std::move(fileName)};
-    case Status::DiskFull: return {CFileException::diskFull, error.osError, std::move(fileName)};
-    case Status::NotRegular: return {CFileException::accessDenied, kNotRegularOsError, std::move(fileName)};
-    default: return {otherCause, error.osError, std::move(fileName)};
-  }
-}
-
-Status FromException(const CFileException& e) {
-  const int os = static_cast<int>(e.m_lOsError);
-  if (os == kNotRegularOsError) return os::NotRegularFile();
-  const Status::Code code = e.m_cause == CFileException::fileNotFound       ? Status::NotFound
-                           : e.m_cause == CFileException::sharingViolation ? Status::Sharing
-                           : e.m_cause == CFileException::diskFull         ? Status::DiskFull
-                                                                          : Status::Io;
-  return {code, os ? os::ErrorText(os) : "file error " + std::to_string(e.m_cause), os};
-}
-
 Status OpenForReading(const std::string& path, os::FileHandle& file) {
-  Status error = os::OpenFile(path.c_str(), CFile::modeRead, file);
+  Status error = os::OpenFile(path.c_str(), os::OpenMode{}, file);
   return error.Failed() ? About(path, "cannot open", std::move(error)) : error;
 }
 

@@ -34,9 +34,6 @@ void CPtrArray::RemoveAt(int i, int count) {
 
 void CPtrArray::SetSize(int size, int /*growBy*/) {
   Touch();
-  if (size <= 0) {
-    std::vector<void*>().swap(v_);
-    return;
-  }
-  v_.resize(static_cast<std::size_t>(size), nullptr);
+  v_.resize(static_cast<std::size_t>(std::max(size, 0)), nullptr);
+  if (v_.empty()) std::vector<void*>().swap(v_);  // and its storage goes
 }

@@ -5,11 +5,60 @@
 #include <cstdint>
 #include <cstring>
 
+#include "framework/file_status.h"
 #include "os/os_file.h"
-#include "files/read_file.h"
 
 namespace os = orvx::os;
 using orvx::Status;
+
+namespace orvx::detail {
+
+CFileException ToException(const Status& error, std::string fileName, int otherCause) {
+  switch (error.code) {
+    case Status::NotFound: return {CFileException::fileNotFound, error.osError, std::move(fileName)};
+    case Status::Sharing: return {CFileException::sharingViolation, error.osError, std::move(fileName)};
+    case Status::DiskFull: return {CFileException::diskFull, error.osError, std::move(fileName)};
+    case Status::NotRegular: return {CFileException::accessDenied, kNotRegularOsError, std::move(fileName)};
+    default: return {otherCause, error.osError, std::move(fileName)};
+  }
+}
+
+Status FromException(const CFileException& e) {
+  const int osError = static_cast<int>(e.m_lOsError);
+  if (osError == kNotRegularOsError) return os::NotRegularFile();
+  const Status::Code code = e.m_cause == CFileException::fileNotFound       ? Status::NotFound
+                           : e.m_cause == CFileException::sharingViolation ? Status::Sharing
+                           : e.m_cause == CFileException::diskFull         ? Status::DiskFull
+                                                                          : Status::Io;
+  return {code, osError ? os::ErrorText(osError) : "file error " + std::to_string(e.m_cause), osError};
+}
+
+}  // namespace orvx::detail
+
+namespace {
+
+// CFile's open flags in the OS seam's terms. The two low bits 3 name no
+// access mode: they open for reading, as they always did on Windows.
+os::OpenMode ModeOf(UINT flags) {
+  os::OpenMode mode;
+  switch (flags & 3) {
+    case CFile::modeWrite: mode.access = os::OpenMode::Write; break;
+    case CFile::modeReadWrite: mode.access = os::OpenMode::ReadWrite; break;
+    default: mode.access = os::OpenMode::Read; break;
+  }
+  // Compatibility mode (0) and the exclusive one share nothing.
+  switch (flags & 0x70) {
+    case CFile::shareDenyWrite: mode.share = os::OpenMode::DenyWrite; break;
+    case 0x30: mode.share = os::OpenMode::DenyRead; break;
+    case CFile::shareDenyNone: mode.share = os::OpenMode::DenyNone; break;
+    default: mode.share = os::OpenMode::DenyAll; break;
+  }
+  if (flags & CFile::modeCreate)
+    mode.create = (flags & CFile::modeNoTruncate) ? os::OpenMode::CreateOrKeep : os::OpenMode::Create;
+  return mode;
+}
+
+}  // namespace
 
 CFileException::CFileException(int cause, int osError, std::string fileName)
     : CException("file error " + std::to_string(cause) +
@@ -35,7 +84,7 @@ CFile::~CFile() {
 BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
   Close();
   os::FileHandle file = os::kNoFile;
-  const Status e = fileName ? os::OpenFile(fileName, openFlags, file) : Status(Status::NotFound, "no file name");
+  const Status e = fileName ? os::OpenFile(fileName, ModeOf(openFlags), file) : Status(Status::NotFound, "no file name");
   if (e.Failed()) {
     if (error) *error = orvx::detail::ToException(e, fileName ? fileName : "", CFileException::accessDenied);
     return FALSE;

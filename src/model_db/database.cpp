@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "files/read_file.h"
+#include "framework/file_status.h"
 #include "orvx/db_form.h"
 #include "model_db/db_loader.h"
 #include "model_db/name_index.h"
@@ -138,42 +139,26 @@ Status Load(CFile& file, std::string_view source, ModelDatabase& db, Framing* fr
 
 }  // namespace
 
+}  // namespace detail
+
 Status LoadFile(const std::string& path, ModelDatabase& db, Framing* framing) {
   CFile file;
-  if (Status e = OpenDatabase(path, file); e.Failed()) return e;
-  return Load(file, path, db, framing);
+  if (Status e = detail::OpenDatabase(path, file); e.Failed()) return e;
+  return detail::Load(file, path, db, framing);
 }
 
 Status LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing) {
   SpanFile file(bytes);
-  return Load(file, "buffer", db, framing);
+  return detail::Load(file, "buffer", db, framing);
 }
 
-}  // namespace detail
+Status ModelDatabase::LoadFile(const std::string& path) { return orvx::LoadFile(path, *this); }
 
-namespace {
-
-// What a caller of the public loaders is told.
-bool Report(const Status& e, LoadError& error) {
-  if (!e.Failed()) return true;
-  error = {e.code == Status::Format   ? LoadError::Format
-           : e.code == Status::Memory ? LoadError::Memory
-                                     : LoadError::Io,
-           e.message, static_cast<std::uint64_t>(e.where)};
-  return false;
-}
-
-}  // namespace
-
-bool ModelDatabase::LoadFile(const std::string& path, LoadError& error) {
-  return Report(detail::LoadFile(path, *this), error);
-}
-
-bool ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, LoadError& error, std::uint64_t* consumed) {
-  detail::Framing framing;
-  const bool loaded = Report(detail::LoadBytes(bytes, *this, &framing), error);
-  if (loaded && consumed) *consumed = framing.bytesRead;
-  return loaded;
+Status ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, std::uint64_t* consumed) {
+  Framing framing;
+  Status e = orvx::LoadBytes(bytes, *this, &framing);
+  if (!e.Failed() && consumed) *consumed = framing.bytesRead;
+  return e;
 }
 
 std::shared_ptr<const detail::NameIndex> ModelDatabase::Index() const {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "model_db/db_loader.h"
 #include "orvx/record_fields.h"
 #include "orvx/whole_file.h"
 
@@ -40,6 +41,19 @@ FileForm GuessForm(std::span<const std::uint8_t> head, std::uint64_t length) {
   // begin with any number of them.
   if (at == head.size()) return length > head.size() ? FileForm::Json : FileForm::Database;
   return head[at] == '{' ? FileForm::Json : FileForm::Database;
+}
+
+Result<FileForm> FormOfFile(const std::string& path) {
+  CFile file;
+  if (Status e = detail::OpenDatabase(path, file); e.Failed()) return e;
+  std::uint8_t head[4];
+  std::size_t got = 0;
+  try {
+    for (UINT n = 1; got < sizeof head && n != 0; got += n) n = file.Read(head + got, static_cast<UINT>(sizeof head - got));
+  } catch (...) {
+    return detail::LoadFailure(path);
+  }
+  return GuessForm({head, got}, file.GetLength());
 }
 
 }  // namespace orvx

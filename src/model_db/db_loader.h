@@ -1,5 +1,5 @@
 // Reading a model database: the one reader behind the library entry's
-// CPrnStaticInfoArray_Serialize, ModelDatabase, the tool and lint. A file is
+// CPrnStaticInfoArray_Serialize and the loads of orvx/database.h. A file is
 // read through the archive's buffer and never held whole; a buffer is read
 // where it lies.
 #pragma once
@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -16,14 +14,6 @@
 #include "orvx/status.h"
 
 namespace orvx::detail {
-
-// How far a read got: the facts lint reports about a file's framing.
-struct Framing {
-  std::optional<std::int32_t> count;  // the stored record count, once its 4 bytes were read
-  std::uint64_t bytesRead = 0;        // what the count and the records took (a failed read: where it broke)
-  std::uint64_t length = 0;           // the whole input
-  std::uint64_t Trailing() const { return length > bytesRead ? length - bytesRead : 0; }
-};
 
 using RecordSink = std::function<void(std::unique_ptr<CPrnStaticInfo>)>;
 
@@ -41,12 +31,5 @@ Status LoadFailure(std::string_view source);
 // Open `path` as a database file: a path with a zero byte, anything that is
 // not a regular file, and a file larger than a database can be are refused.
 Status OpenDatabase(const std::string& path, CFile& file);
-
-// Replace the content of `db` with the database in `path` or `bytes`. A
-// negative record count is refused (the library entry reads it as no
-// record). On failure `db` is as it was. `framing`, when given, says how far
-// the read got, failed or not.
-Status LoadFile(const std::string& path, ModelDatabase& db, Framing* framing = nullptr);
-Status LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing* framing = nullptr);
 
 }  // namespace orvx::detail

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "orvx/afx_file.h"
 #include "os/os_file.h"
 
 namespace orvx::os {
@@ -32,16 +31,16 @@ Status Failure() {
 }
 }  // namespace
 
-Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
+Status OpenFile(const char* name, OpenMode mode, FileHandle& file) {
   file = kNoFile;
   // Non-blocking, so that the open of a FIFO returns at once and is refused below.
   int flags = O_CLOEXEC | O_NONBLOCK;
-  switch (openFlags & 3) {
-    case CFile::modeRead: flags |= O_RDONLY; break;
-    case CFile::modeWrite: flags |= O_WRONLY; break;
-    default: flags |= O_RDWR; break;
+  switch (mode.access) {
+    case OpenMode::Read: flags |= O_RDONLY; break;
+    case OpenMode::Write: flags |= O_WRONLY; break;
+    case OpenMode::ReadWrite: flags |= O_RDWR; break;
   }
-  if (openFlags & CFile::modeCreate) flags |= O_CREAT | ((openFlags & CFile::modeNoTruncate) ? 0 : O_TRUNC);
+  if (mode.create != OpenMode::Existing) flags |= O_CREAT | (mode.create == OpenMode::Create ? O_TRUNC : 0);
   const int fd = Retry([&] { return ::open(name, flags, 0666); });
   // A FIFO without a reader (opened for writing), a directory opened for writing.
   if (fd < 0) return errno == ENXIO || errno == EISDIR ? NotRegularFile(errno) : Failure();
@@ -56,13 +55,13 @@ Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   return {};
 }
 
-Status ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
+Status ReadSome(FileHandle file, void* buffer, std::uint32_t count, std::uint64_t& got) {
   const ssize_t n = Retry([&] { return ::read(static_cast<int>(file), buffer, count); });
   got = n < 0 ? 0 : static_cast<std::uint64_t>(n);
   return n < 0 ? Failure() : Status{};
 }
 
-Status WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
+Status WriteSome(FileHandle file, const void* buffer, std::uint32_t count, std::uint64_t& put) {
   const ssize_t n = Retry([&] { return ::write(static_cast<int>(file), buffer, count); });
   put = n < 0 ? 0 : static_cast<std::uint64_t>(n);
   return n < 0 ? Failure() : Status{};

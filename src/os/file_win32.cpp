@@ -3,10 +3,16 @@
 
 #include <climits>
 
-#include "orvx/afx_file.h"
 #include "os/os_file.h"
+#include "os/win32_codes.h"
 
 namespace orvx::os {
+
+static_assert(win32::kFileNotFound == ERROR_FILE_NOT_FOUND && win32::kPathNotFound == ERROR_PATH_NOT_FOUND &&
+              win32::kAccessDenied == ERROR_ACCESS_DENIED && win32::kInvalidHandle == ERROR_INVALID_HANDLE &&
+              win32::kSharingViolation == ERROR_SHARING_VIOLATION && win32::kHandleDiskFull == ERROR_HANDLE_DISK_FULL &&
+              win32::kDiskFull == ERROR_DISK_FULL && win32::kDirectoryAttribute == FILE_ATTRIBUTE_DIRECTORY &&
+              win32::kNoAttributes == INVALID_FILE_ATTRIBUTES);
 
 namespace {
 HANDLE H(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
@@ -16,30 +22,26 @@ namespace {
 // The error of the call that just failed, as GetLastError tells it.
 Status Failure() {
   const DWORD e = ::GetLastError();
-  const Status::Code code = e == ERROR_FILE_NOT_FOUND || e == ERROR_PATH_NOT_FOUND     ? Status::NotFound
-                           : e == ERROR_SHARING_VIOLATION                             ? Status::Sharing
-                           : e == ERROR_DISK_FULL || e == ERROR_HANDLE_DISK_FULL      ? Status::DiskFull
-                                                                                      : Status::Io;
-  return {code, ErrorText(static_cast<int>(e)), static_cast<int>(e)};
+  return {win32::CodeOf(e), ErrorText(static_cast<int>(e)), static_cast<int>(e)};
 }
 }  // namespace
 
-Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
+Status OpenFile(const char* name, OpenMode mode, FileHandle& file) {
   file = kNoFile;
   DWORD access = GENERIC_READ;
-  if ((openFlags & 3) == CFile::modeWrite) access = GENERIC_WRITE;
-  if ((openFlags & 3) == CFile::modeReadWrite) access = GENERIC_READ | GENERIC_WRITE;
-  // Compatibility and exclusive modes share nothing: a file opened by another
-  // program with them cannot be opened, and the open fails.
+  if (mode.access == OpenMode::Write) access = GENERIC_WRITE;
+  if (mode.access == OpenMode::ReadWrite) access = GENERIC_READ | GENERIC_WRITE;
+  // DenyAll shares nothing: a file opened by another program that way cannot
+  // be opened, and the open fails.
   DWORD share = 0;
-  switch (openFlags & 0x70) {
-    case CFile::shareDenyWrite: share = FILE_SHARE_READ; break;
-    case 0x30: share = FILE_SHARE_WRITE; break;  // deny read
-    case CFile::shareDenyNone: share = FILE_SHARE_READ | FILE_SHARE_WRITE; break;
-    default: break;
+  switch (mode.share) {
+    case OpenMode::DenyWrite: share = FILE_SHARE_READ; break;
+    case OpenMode::DenyRead: share = FILE_SHARE_WRITE; break;
+    case OpenMode::DenyNone: share = FILE_SHARE_READ | FILE_SHARE_WRITE; break;
+    case OpenMode::DenyAll: break;
   }
   DWORD disposition = OPEN_EXISTING;
-  if (openFlags & CFile::modeCreate) disposition = (openFlags & CFile::modeNoTruncate) ? OPEN_ALWAYS : CREATE_ALWAYS;
+  if (mode.create != OpenMode::Existing) disposition = mode.create == OpenMode::Create ? CREATE_ALWAYS : OPEN_ALWAYS;
   const HANDLE h = ::CreateFileA(name, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (h != INVALID_HANDLE_VALUE && ::GetFileType(h) != FILE_TYPE_DISK) {
     // A device, a pipe or a console: never what a file name here should name.
@@ -48,9 +50,7 @@ Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   }
   if (h == INVALID_HANDLE_VALUE) {
     Status error = Failure();
-    const DWORD attributes = ::GetFileAttributesA(name);
-    if (error.osError == ERROR_ACCESS_DENIED && attributes != INVALID_FILE_ATTRIBUTES &&
-        (attributes & FILE_ATTRIBUTE_DIRECTORY))
+    if (win32::DeniedForADirectory(static_cast<DWORD>(error.osError), ::GetFileAttributesA(name)))
       return NotRegularFile(error.osError);
     return error;
   }
@@ -58,14 +58,14 @@ Status OpenFile(const char* name, UINT openFlags, FileHandle& file) {
   return {};
 }
 
-Status ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got) {
+Status ReadSome(FileHandle file, void* buffer, std::uint32_t count, std::uint64_t& got) {
   DWORD n = 0;
   const bool read = ::ReadFile(H(file), buffer, count, &n, nullptr);
   got = read ? n : 0;
   return read ? Status{} : Failure();
 }
 
-Status WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put) {
+Status WriteSome(FileHandle file, const void* buffer, std::uint32_t count, std::uint64_t& put) {
   DWORD n = 0;
   const bool written = ::WriteFile(H(file), buffer, count, &n, nullptr);
   put = written ? n : 0;
@@ -81,7 +81,7 @@ std::uint64_t FileLength(FileHandle file) {
 Status FlushFile(FileHandle file) {
   if (::FlushFileBuffers(H(file))) return {};
   const DWORD error = ::GetLastError();
-  if (error == ERROR_INVALID_HANDLE || error == ERROR_ACCESS_DENIED) return {};
+  if (win32::NothingToFlush(error)) return {};
   ::SetLastError(error);
   return Failure();
 }
@@ -100,11 +100,6 @@ Status RenameOver(const char* from, const char* to) {
 
 Status SyncDirectory(const char*) { return {}; }  // MOVEFILE_WRITE_THROUGH already waits for the rename
 
-namespace {
-// A FILETIME counts 100 ns from 1601; stamps count nanoseconds from 1970.
-std::int64_t Nanoseconds(std::int64_t fileTime) { return (fileTime - 116444736000000000) * 100; }
-}  // namespace
-
 FileStamp Stamp(FileHandle file) {
   BY_HANDLE_FILE_INFORMATION info;
   if (!::GetFileInformationByHandle(H(file), &info)) return {};
@@ -113,8 +108,8 @@ FileStamp Stamp(FileHandle file) {
   const auto join = [](DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; };
   return {!(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY), info.dwVolumeSerialNumber,
           join(info.nFileIndexHigh, info.nFileIndexLow), join(info.nFileSizeHigh, info.nFileSizeLow),
-          Nanoseconds(static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime))),
-          times ? Nanoseconds(basic.ChangeTime.QuadPart) : 0};
+          win32::Nanoseconds(static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime))),
+          times ? win32::Nanoseconds(basic.ChangeTime.QuadPart) : 0};
 }
 
 FileStamp StampPath(const char*) { return {}; }  // the file index needs an open handle
@@ -152,8 +147,7 @@ std::string ErrorText(int osError) {
   char text[256] = {};
   const DWORD n = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                    static_cast<DWORD>(osError), 0, text, sizeof text, nullptr);
-  std::string s(text, n);
-  while (!s.empty() && (s.back() == '\n' || s.back() == '\r' || s.back() == ' ' || s.back() == '.')) s.pop_back();
+  const std::string s = win32::TrimMessage(std::string(text, n));
   return s.empty() ? "system error " + std::to_string(osError) : s;
 }
 

@@ -2,16 +2,15 @@
 // program has no resources of its own: its strings come from its table.
 #include <cstdio>
 
-#include "orvx/afx_host.h"
 #include "os/os_host.h"
 
 namespace orvx::os {
 
-int ShowMessageBox(std::string_view text, UINT, const std::string&) {
+int ShowMessageBox(std::string_view text, unsigned, const std::string&) {
   std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
-  return IDOK;
+  return 1;  // OK
 }
 
-bool LoadModuleString(UINT, std::string&) { return false; }
+bool LoadModuleString(unsigned, std::string&) { return false; }
 
 }  // namespace orvx::os

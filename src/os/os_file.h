@@ -1,10 +1,11 @@
-// The system calls under CFile, one implementation per platform.
+// The system calls under CFile and the library's own file I/O, one
+// implementation per platform. The seam sits below the framework emulation:
+// it speaks in its own terms, which CFile maps its flags to.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "orvx/afx_types.h"
 #include "orvx/status.h"
 
 namespace orvx::os {
@@ -22,14 +23,24 @@ inline Status NotRegularFile(int osError = 0) {
   return {Status::NotRegular, "not a regular file (a directory, a device, a FIFO or a socket)", osError};
 }
 
-// Opens the regular file `name` with CFile's open flags into `file`. Anything
-// that is not a regular file is refused at once (NotRegular), without waiting
-// for a FIFO's other end or a device.
-Status OpenFile(const char* name, UINT openFlags, FileHandle& file);
+// How a file is opened.
+struct OpenMode {
+  enum Access : std::uint8_t { Read, Write, ReadWrite } access = Read;
+  // What other openers may do meanwhile; only Windows enforces it.
+  enum Share : std::uint8_t { DenyAll, DenyWrite, DenyRead, DenyNone } share = DenyAll;
+  // Create: a missing file is created, an existing one emptied; CreateOrKeep
+  // keeps its content.
+  enum Creation : std::uint8_t { Existing, Create, CreateOrKeep } create = Existing;
+};
+
+// Opens the regular file `name` into `file`. Anything that is not a regular
+// file is refused at once (NotRegular), without waiting for a FIFO's other
+// end or a device.
+Status OpenFile(const char* name, OpenMode mode, FileHandle& file);
 // Reads up to `count` bytes; `got` is 0 at the end of the file.
-Status ReadSome(FileHandle file, void* buffer, UINT count, std::uint64_t& got);
+Status ReadSome(FileHandle file, void* buffer, std::uint32_t count, std::uint64_t& got);
 // Writes up to `count` bytes; `put` says how many.
-Status WriteSome(FileHandle file, const void* buffer, UINT count, std::uint64_t& put);
+Status WriteSome(FileHandle file, const void* buffer, std::uint32_t count, std::uint64_t& put);
 // Length of a regular file, or UINT64_MAX.
 std::uint64_t FileLength(FileHandle file);
 // A file that cannot be synced is not an error.

@@ -5,13 +5,12 @@
 #include <string>
 #include <string_view>
 
-#include "orvx/afx_types.h"
-
 namespace orvx::os {
 
-// Shows `text` titled `caption` and returns the button pressed.
-int ShowMessageBox(std::string_view text, UINT type, const std::string& caption);
+// Shows `text` titled `caption` with the buttons and icon `type` (a message
+// box style of Windows) and returns the button pressed (1: OK).
+int ShowMessageBox(std::string_view text, unsigned type, const std::string& caption);
 // The string `id` of the host program's own resources, if it has one.
-bool LoadModuleString(UINT id, std::string& text);
+bool LoadModuleString(unsigned id, std::string& text);
 
 }  // namespace orvx::os

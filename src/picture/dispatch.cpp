@@ -3,7 +3,10 @@
 // by vendor and model group.
 #include "picture/dispatch.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <vector>
@@ -67,7 +70,7 @@ constexpr Route kExtended[] = {
 
 // The row that names the group on the vendor's line, else the line's row for
 // every other group, else none.
-const Route* Find(std::span<const Route> table, int vendor, int group) {
+const Route* ScanRoutes(std::span<const Route> table, int vendor, int group) {
   if (vendor != 1 && vendor != 2) return nullptr;
   const Route* others = nullptr;
   for (const Route& r : table) {
@@ -76,6 +79,24 @@ const Route* Find(std::span<const Route> table, int vendor, int group) {
     if (mask >> 63) others = &r;
   }
   return others;
+}
+
+// ScanRoutes' answer for every vendor and group, worked out once: each group a row
+// can name (0 to 62) has its slot, and every other group shares slot 63.
+const Route* Find(bool extended, int vendor, int group) {
+  using Line = std::array<const Route*, 64>;
+  static const std::array<std::array<Line, 2>, 2> kTable = [] {
+    std::array<std::array<Line, 2>, 2> t{};
+    for (int v = 1; v <= 2; ++v)
+      for (int g = 0; g < 64; ++g) {
+        t[0][v - 1][static_cast<std::size_t>(g)] = ScanRoutes(kClassic, v, g);
+        t[1][v - 1][static_cast<std::size_t>(g)] = ScanRoutes(kExtended, v, g);
+      }
+    return t;
+  }();
+  if (vendor != 1 && vendor != 2) return nullptr;
+  const auto slot = std::min<std::size_t>(static_cast<unsigned>(group), 63);  // a group below 0 reads as one past 62
+  return kTable[extended][static_cast<std::size_t>(vendor - 1)][slot];
 }
 
 // Strips a leading "Optional" or "Option" word and the character after it.
@@ -114,7 +135,7 @@ DWORD Dispatch(const CPrnStaticInfo& record, bool extended, const Lists& lists) 
   const int vendor = record.GetVenderID();
   if (extended || vendor == 1) Normalise(lists.in, lists.out);  // the classic copier line keeps "Option" names
   const Route* route =
-      extended ? Find(kExtended, vendor, record.GetModelGroupID()) : Find(kClassic, vendor, record.GetModelGroupID());
+      Find(extended, vendor, record.GetModelGroupID());
   Lists l = lists;
   if (extended) {
     l.duplexUnit = l.outputUnit = 0;
@@ -223,8 +244,7 @@ DWORD CPrnStaticInfo::GetPictureIDEx(CPtrArray& inTrays, CPtrArray& outTrays, CS
 }
 
 orvx::PictureRoute orvx::ChoosePictureRule(int vendor, int group, bool extended) {
-  const auto* r = extended ? picture::Find(picture::kExtended, vendor, group)
-                           : picture::Find(picture::kClassic, vendor, group);
+  const auto* r = picture::Find(extended, vendor, group);
   return {r ? r->name : nullptr, r ? r->fixed : 0};
 }
 
@@ -260,6 +280,12 @@ DWORD orvx::PictureCaller::Call(const CPrnStaticInfo& record, const PictureCall&
 }
 
 // ---- the rules' vocabulary ----------------------------------------------------------
+
+const char* orvx::PictureStepName(int kind) {
+  static constexpr const char* kNames[] = {"option", "doc-option", "in-tray", "out-tray", "rule"};
+  static_assert(std::size(kNames) == PictureTraceStep::Rule + 1);
+  return kind >= 0 && kind <= PictureTraceStep::Rule ? kNames[kind] : nullptr;
+}
 
 const std::vector<orvx::PictureRuleRoute>& orvx::PictureRoutes() {
   static const std::vector<PictureRuleRoute> routes = [] {

@@ -1,5 +1,6 @@
 #include "picture/engine.h"
 
+#include <algorithm>
 #include <string>
 #include <type_traits>
 
@@ -152,20 +153,14 @@ void ScanOptions(Scan& s, std::span<const NameRow> first, std::span<const NameRo
     int matched = 0;
     for (const auto& table : {first, second}) {
       const DWORD before = s.result;
-      int row = -1;
-      for (std::size_t i = 0; i < table.size(); ++i) {
-        if (table[i].test.Matches(name)) {
-          row = static_cast<int>(i);
-          s.result |= table[i].bits;
-          break;
-        }
-      }
-      if (row < 0) continue;
+      const auto hit = std::find_if(table.begin(), table.end(), [&](const NameRow& r) { return r.test.Matches(name); });
+      if (hit == table.end()) continue;
+      s.result |= hit->bits;
       ++matched;
       if (!s.trace) continue;
+      const int row = static_cast<int>(hit - table.begin());
       const int number = row + (table.data() == first.data() ? 0 : static_cast<int>(first.size()));
-      TraceName(s, PictureTraceStep::Option, name, number, DescribeTest(table[static_cast<std::size_t>(row)].test),
-                before);
+      TraceName(s, PictureTraceStep::Option, name, number, DescribeTest(hit->test), before);
     }
     if (!matched)
       TraceName(s, PictureTraceStep::Option, name, -1, first.empty() && second.empty() ? "not read by this rule" : "",

@@ -100,7 +100,7 @@ enum class Step : std::uint8_t {
 
 inline constexpr int kKeep = INT_MIN;  // the row does not write the tray's ID
 
-// The host strings a call brings with it (9481, 9482). Without them the
+// The host strings a call brings with it (kManualTray, kDefaultTray). Without them the
 // rules read the process-wide table, as the host framework's entry points do.
 struct HostNames {
   std::optional<std::string_view> manualTray, defaultTray;
@@ -191,8 +191,8 @@ struct Lists {
   const HostNames* names = nullptr;  // null: the process-wide string table
 };
 
-inline constexpr UINT kManualTray = 9481;
-inline constexpr UINT kDefaultTray = 9482;
+inline constexpr UINT kManualTray = kManualTrayString;
+inline constexpr UINT kDefaultTray = kDefaultTrayString;
 
 // A whole rule, run in this order: start value, option tables, document-unit
 // bit pair, in-trays, bits by drawer count, zero fallback, out-trays, final

@@ -90,8 +90,8 @@ constexpr Rule classic::Quail{.in = kQuailIn, .byCount = kQuailByCount, .out = k
 // Fifth tray "Cassette 4": cassettes are drawers up to four, then a side feeder.
 constexpr InRow kAukletFourCassettesIn[] = {
     {.test = Any(B("Bypa", 4)), .bits = 0x1000, .id = 31},
-    {.test = Any(B("Casse", 5)), .when = CountIs(4), .bits = 0x200, .id = 88},
     {.test = Any(B("Casse", 5)), .when = CountBelow(4), .step = Step::LowDrawer},
+    {.test = Any(B("Casse", 5)), .when = CountIs(4), .bits = 0x200, .id = 88},
     {.test = Any(B("NN-37", 5)), .bits = 0x200, .id = 88},
 };
 // Otherwise: the cassette table the extended rule shares (shared_rows.h).

@@ -1,6 +1,7 @@
 // Extended option rules that count units: a feeder-configuration table
 // (Plover), cassettes numbered by position (Auklet, Gannet) and counted
 // finisher trays.
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -77,16 +78,13 @@ static DWORD PloverByFeeders(const CPrnStaticInfo& record, const Lists& lists) {
   std::array<int, kPloverUnits> units{};
   lists.options.ForEach([&](std::string_view name) {
     const DWORD before = s.result;
-    for (std::size_t u = 0; u < units.size(); ++u) {
-      if (kPloverUnitRows[u].test.Matches(name)) {
-        ++units[u];
-        s.result |= kPloverUnitRows[u].bits;
-        if (s.trace)
-          TraceName(s, PictureTraceStep::Option, name, static_cast<int>(u), DescribeTest(kPloverUnitRows[u].test), before);
-        return;
-      }
-    }
-    TraceName(s, PictureTraceStep::Option, name, -1, {}, before);
+    const auto row = std::find_if(kPloverUnitRows.begin(), kPloverUnitRows.end(),
+                                  [&](const NameRow& r) { return r.test.Matches(name); });
+    if (row == kPloverUnitRows.end()) return TraceName(s, PictureTraceStep::Option, name, -1, {}, before);
+    const auto u = static_cast<std::size_t>(row - kPloverUnitRows.begin());
+    ++units[u];
+    s.result |= row->bits;
+    if (s.trace) TraceName(s, PictureTraceStep::Option, name, static_cast<int>(u), DescribeTest(row->test), before);
   });
   bool docUnit = false;
   lists.docOptions.ForEach([&](std::string_view name) {

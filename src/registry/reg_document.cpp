@@ -323,10 +323,9 @@ bool KeyExists(const Document& doc, std::string_view path) {
   if (path.find('\\') == std::string_view::npos) return true;  // a hive itself
   if (FindKey(doc, path)) return true;
   // Only a key with no section of its own needs the scan for one below it.
-  for (const auto& k : doc.keys) {
-    if (k.path.size() <= path.size() || k.path[path.size()] != '\\') continue;
-    if (EqualNoCase(std::string_view(k.path).substr(0, path.size()), path)) return true;
-  }
+  const std::string below = std::string(path) + '\\';
+  for (const auto& k : doc.keys)
+    if (EqualNoCase(std::string_view(k.path).substr(0, below.size()), below)) return true;
   return false;
 }
 

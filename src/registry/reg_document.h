@@ -48,15 +48,15 @@ struct Document {
   std::unordered_map<std::string, std::size_t> byPath;  // folded key path -> index into keys
 };
 
-// A store file as read: missing (not `exists`), read and parsed (`doc`), or
-// there but unreadable or malformed (`error` says why, with the line).
+// A store file as read: missing (not `exists`, `error` NoStore), read and
+// parsed (`doc`), or there but unreadable or malformed (`error` says why;
+// BadStore names the file and the line, also in `where`).
 struct Snapshot {
   bool exists = false;
   std::shared_ptr<const Document> doc;
   Status error;
 };
-// The file's content, parsed once for each state of it. A missing file's
-// `error` says so too.
+// The file's content, parsed once for each state of it.
 Snapshot ReadStore(const std::string& file);
 // Tells the cache that `file` now holds `doc`, just written under the
 // store's lock, so that the next read need not parse it again.

@@ -42,8 +42,10 @@ Snapshot ReadStore(const std::string& file) {
     if (it != TheCache().entries.end() && it->second.first == seen) return it->second.second;
   }
   os::FileHandle fd = os::kNoFile;
-  if (Status error = detail::OpenForReading(file, fd); error.Failed())
-    return {error.code != Status::NotFound, nullptr, std::move(error)};
+  if (Status error = detail::OpenForReading(file, fd); error.Failed()) {
+    if (error.code != Status::NotFound) return {true, nullptr, std::move(error)};
+    return {false, nullptr, {Status::NoStore, file + ": no such registry store file", error.osError}};
+  }
   const os::FileStamp stamp = os::Stamp(fd);
   {
     std::lock_guard lock(TheCache().mutex);
@@ -58,8 +60,10 @@ Snapshot ReadStore(const std::string& file) {
   os::CloseFile(fd);
   if (!snap.error.Failed()) {
     auto doc = std::make_shared<Document>();
-    snap.error = Parse(bytes, *doc);
-    if (!snap.error.Failed()) snap.doc = std::move(doc);
+    if (Status e = Parse(bytes, *doc); e.Failed())
+      snap.error = {Status::BadStore, file + ":" + std::to_string(e.where) + ": " + e.message, 0, e.where};
+    else
+      snap.doc = std::move(doc);
   }
   Keep(file, stamp, snap);
   return snap;
@@ -71,6 +75,13 @@ void Remember(const std::string& file, std::shared_ptr<const Document> doc) {
   const os::FileStamp stamp = os::Stamp(fd);
   os::CloseFile(fd);
   Keep(file, stamp, {true, std::move(doc), {}});
+}
+
+Status CheckStoreText(std::string_view text) {
+  Document doc;
+  if (Status e = Parse(text, doc); e.Failed())
+    return {Status::BadStore, "line " + std::to_string(e.where) + ": " + e.message, 0, e.where};
+  return {};
 }
 
 Status CheckFile(const std::string& path) {

@@ -1,10 +1,13 @@
 #include "orvx/text.h"
 
+#include <algorithm>
+
 namespace orvx::text {
 
 bool DecodeUtf8(std::string_view s, std::size_t& at, std::uint32_t& codePoint) {
-  if (at >= s.size()) return false;
-  const auto b = static_cast<unsigned char>(s[at]);
+  const std::string_view rest = s.substr(std::min(at, s.size()));
+  if (rest.empty()) return false;
+  const auto b = static_cast<unsigned char>(rest[0]);
   std::uint32_t c;
   std::size_t n;
   if (b < 0x80) { c = b; n = 0; }
@@ -12,9 +15,9 @@ bool DecodeUtf8(std::string_view s, std::size_t& at, std::uint32_t& codePoint) {
   else if ((b & 0xF0) == 0xE0) { c = b & 0x0F; n = 2; }
   else if ((b & 0xF8) == 0xF0) { c = b & 0x07; n = 3; }
   else return false;
-  if (n >= s.size() - at) return false;
+  if (n >= rest.size()) return false;
   for (std::size_t k = 1; k <= n; ++k) {
-    const auto d = static_cast<unsigned char>(s[at + k]);
+    const auto d = static_cast<unsigned char>(rest[k]);
     if ((d & 0xC0) != 0x80) return false;
     c = (c << 6) | (d & 0x3F);
   }

@@ -68,15 +68,22 @@ class EntryTest : public testing::Test {
 }  // namespace
 
 TEST_F(EntryTest, AttachLoadsTheDatabaseAndDetachEmptiesIt) {
-  const Bytes db = Database(3);
-  ASSERT_EQ(Attach(&db), TRUE);
+  // Three records; an empty and a negative count attach with an empty array.
+  for (const Bytes& file : {Database(3), Bytes{0, 0, 0, 0}, Bytes{0, 0, 0, 0x80, 1, 2, 3}}) {
+    ASSERT_EQ(Attach(&file), TRUE);
+    const int records = file.size() > 7 ? 3 : 0;
+    ASSERT_EQ(CPrnStaticInfoArray.GetSize(), records);
+    if (records) { EXPECT_EQ(GetPointerToCPrnStaticInfo("Model 2")->GetModelName(), "Model 2"); }
+    EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_ + 1);
+    EXPECT_EQ(ORVX_LibraryEntry(&handle_, ORVX_PROCESS_DETACH, nullptr), TRUE);
+    EXPECT_EQ(CPrnStaticInfoArray.GetSize() + orvx::host::LinkedModuleCount() - modulesBefore_, 0);
+  }
+  // No module handle: a silent failure; thread and unknown reasons do nothing.
+  EXPECT_EQ(ORVX_LibraryEntry(nullptr, ORVX_PROCESS_ATTACH, nullptr), FALSE);
+  for (const DWORD reason : {DWORD{ORVX_THREAD_ATTACH}, DWORD{ORVX_THREAD_DETACH}, DWORD{99}})
+    EXPECT_EQ(ORVX_LibraryEntry(nullptr, reason, nullptr), TRUE);
+  EXPECT_EQ(CPrnStaticInfoArray.GetSize() + orvx::host::LinkedModuleCount() - modulesBefore_, 0);
   EXPECT_TRUE(shown_.empty());
-  ASSERT_EQ(CPrnStaticInfoArray.GetSize(), 3);
-  EXPECT_EQ(GetPointerToCPrnStaticInfo("Model 2")->GetModelName(), "Model 2");
-  EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_ + 1);
-  EXPECT_EQ(ORVX_LibraryEntry(&handle_, ORVX_PROCESS_DETACH, nullptr), TRUE);
-  EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
-  EXPECT_EQ(orvx::host::LinkedModuleCount(), modulesBefore_);
 }
 
 TEST_F(EntryTest, AFailedAttachShowsOneStopMessageAndFreesEverything) {
@@ -110,21 +117,6 @@ TEST_F(EntryTest, AFailedAttachShowsOneStopMessageAndFreesEverything) {
   }
 }
 
-TEST_F(EntryTest, AttachesThatLoadNothing) {
-  // Empty and negative counts attach with an empty array.
-  for (const Bytes& file : {Bytes{0, 0, 0, 0}, Bytes{0, 0, 0, 0x80, 1, 2, 3}}) {
-    EXPECT_EQ(Attach(&file), TRUE);
-    EXPECT_EQ(CPrnStaticInfoArray.GetSize(), 0);
-    ORVX_LibraryEntry(&handle_, ORVX_PROCESS_DETACH, nullptr);
-  }
-  // No module handle: a silent failure; thread and unknown reasons do nothing.
-  EXPECT_EQ(ORVX_LibraryEntry(nullptr, ORVX_PROCESS_ATTACH, nullptr), FALSE);
-  for (const DWORD reason : {DWORD{ORVX_THREAD_ATTACH}, DWORD{ORVX_THREAD_DETACH}, DWORD{99}})
-    EXPECT_EQ(ORVX_LibraryEntry(nullptr, reason, nullptr), TRUE);
-  EXPECT_EQ(CPrnStaticInfoArray.GetSize() + orvx::host::LinkedModuleCount() - modulesBefore_, 0);
-  EXPECT_TRUE(shown_.empty());
-}
-
 #if !defined(_WIN32)
 TEST_F(EntryTest, SpecialFilesFailAtOnceAndNothingIsReadPastTheFormatsLimit) {
   namespace fs = std::filesystem;
@@ -132,7 +124,6 @@ TEST_F(EntryTest, SpecialFilesFailAtOnceAndNothingIsReadPastTheFormatsLimit) {
   const std::pair<std::function<void()>, std::string> cases[] = {  // how ORVDB.dat is made, the loader's error
       {[] { ::mkfifo("ORVDB.dat", 0600); }, notRegular},
       {[] { fs::create_symlink("/dev/zero", "ORVDB.dat"); }, notRegular},
-      {[] { fs::create_symlink("/dev/urandom", "ORVDB.dat"); }, notRegular},
       {[] { fs::create_directory("ORVDB.dat"); }, notRegular},
       {[] { std::ofstream("ORVDB.dat") << std::string(4, '\0'), fs::resize_file("ORVDB.dat", (2ull << 30) + 1); },
        "ORVDB.dat: larger than 2 GB, more than a file of its kind can hold"},
@@ -146,9 +137,7 @@ TEST_F(EntryTest, SpecialFilesFailAtOnceAndNothingIsReadPastTheFormatsLimit) {
     EXPECT_EQ(shown_.size(), 1u);  // the file's own text for what cannot be opened; its size otherwise
     EXPECT_EQ(shown_.empty() ? "" : shown_[0].text,
               "Initialize Error: " + (loadError == notRegular ? "ORVDB.dat not found" : loadError));
-    orvx::LoadError error;
-    EXPECT_FALSE(orvx::ModelDatabase().LoadFile("ORVDB.dat", error));
-    EXPECT_EQ(error.message, loadError);
+    EXPECT_EQ(orvx::ModelDatabase().LoadFile("ORVDB.dat").message, loadError);
   }
 }
 #endif

@@ -12,8 +12,8 @@
 
 TEST(CInterface, AgreesWithTheClassesOnEveryRecord) {
   orvx::ModelDatabase cxx;
-  orvx::LoadError loadError;
-  ASSERT_TRUE(cxx.LoadFile(ORVX_SAMPLE_DB, loadError)) << loadError.message;
+  const orvx::Status loaded = cxx.LoadFile(ORVX_SAMPLE_DB);
+  ASSERT_FALSE(loaded.Failed()) << loaded.message;
   orvx_db* c = nullptr;
   ASSERT_EQ(orvx_db_open_file(ORVX_SAMPLE_DB, &c, nullptr), ORVX_OK);
   ASSERT_EQ(orvx_db_count(c), cxx.size());

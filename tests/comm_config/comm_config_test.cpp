@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 
 #include "orvx/afx_host.h"
-#include "orvx/comm_config.h"
+#include "orvx/comm_store.h"
 #include "registry_fixture.h"
 
 namespace {
@@ -67,11 +68,37 @@ TEST_F(CommConfig, MissingKeyOrValueLeavesTheBufferAlone) {
   EXPECT_EQ(ORVX_LoadCommCfg(0x10, cfg), 0);
 }
 
+// What the host's calls take whatever its type and length, a caller that
+// wants a configuration is told apart.
+TEST_F(CommConfig, OnlyABinaryValueOfOneTo256BytesReadsAsAConfiguration) {
+  Put(HKEY_CURRENT_USER, ComKey(),
+      {orvx_test::BinaryValue("COM4", {8, 1, 0, 0, 1}), orvx_test::StringValue("COM5", "text"),
+       orvx_test::BinaryValue("COM6", {}), orvx_test::BinaryValue("COM7", std::vector<BYTE>(300, 1))});
+  using S = orvx::Status;
+  const std::tuple<DWORD, S::Code, std::string> rows[] = {
+      {0x40, S::None, ""},
+      {0x50, S::WrongType, "COM5 holds a value of type REG_SZ (1), not a configuration (REG_BINARY)"},
+      {0x60, S::EmptyValue, "COM6 holds an empty value, no configuration"},
+      {0x70, S::ValueTooLarge, "COM7 holds 300 bytes, too large to load (at most 256)"},
+      {0x80, S::NotFound, "no configuration stored for COM8"}};
+  for (const auto& [port, code, message] : rows) {
+    const auto read = orvx::ReadCommConfig(port);
+    EXPECT_EQ(read.status().code, code) << port;
+    EXPECT_EQ(read.status().message, message);
+  }
+  EXPECT_EQ(orvx::ReadCommConfig(0x40).value(), (std::vector<BYTE>{8, 1, 0, 0, 1}));
+}
+
 #if !defined(_WIN32)
 TEST_F(CommConfig, AMalformedStoreIsNotTouched) {
   Write(user_, "not a registry file\n");
   auto saved = Config(52, 1);
   EXPECT_EQ(ORVX_SaveCommCfg(0x10, reinterpret_cast<COMMCONFIG*>(saved.data())), 0);
   EXPECT_EQ(Read(user_), "not a registry file\n");
+  // The store says why, where the host's call says only 0.
+  DWORD size = 0;
+  const orvx::Status e = orvx::LoadCommConfig(0x10, saved, size);
+  EXPECT_EQ(e.code, orvx::Status::BadStore);
+  EXPECT_EQ(e.message, "cannot read COM1: " + user_ + ":1: expected the header \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\"");
 }
 #endif

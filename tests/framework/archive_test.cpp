@@ -2,9 +2,16 @@
 
 #include "orvx/afx_file.h"
 #include "orvx/whole_file.h"
+#include "os/win32_codes.h"
 #if !defined(_WIN32)
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <thread>
+
+#include "os/os_file.h"
 #endif
 #include "test_util.h"
 
@@ -117,6 +124,12 @@ TEST(File, ReadAheadKeepsPositionsAndBytesExact) {
     ASSERT_TRUE(f.Open("big.bin", CFile::modeCreate | CFile::modeWrite | CFile::typeBinary));
     f.Write(data.data(), static_cast<UINT>(data.size()));
   }
+  // Whole, the file fits a limit of its own size and no less.
+  std::string whole;
+  EXPECT_FALSE(orvx::ReadWholeFile("big.bin", whole, data.size()).Failed());
+  EXPECT_EQ(whole.size(), data.size());
+  EXPECT_EQ(orvx::ReadWholeFile("big.bin", whole, data.size() - 1).code, orvx::Status::TooLarge);
+  EXPECT_EQ(whole, "");
   CFile f;
   ASSERT_TRUE(f.Open("big.bin", CFile::modeRead | CFile::typeBinary));
   EXPECT_EQ(f.GetLength(), data.size());
@@ -150,7 +163,7 @@ TEST(File, DescriptorZeroIsAFile) {
   orvx_test::TempDir dir(true);
   const int saved = ::dup(0);
   ::close(0);
-  EXPECT_FALSE(orvx::ReplaceFile("zero.bin", "abc").Failed());  // its temporary file takes descriptor 0
+  EXPECT_FALSE(orvx::ReplaceWholeFile("zero.bin", "abc").Failed());  // its temporary file takes descriptor 0
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator("."), {}), 1);  // and was renamed, not left
   std::string bytes;
   ::close(0);
@@ -164,4 +177,40 @@ TEST(File, DescriptorZeroIsAFile) {
   ::dup2(saved, 0);
   ::close(saved);
 }
+
+// A wait for a lock that a signal interrupts goes on waiting.
+TEST(File, LockWaitOutlastsSignals) {
+  namespace os = orvx::os;
+  orvx_test::TempDir dir(true);
+  os::FileHandle holder, waiter;
+  ASSERT_FALSE(orvx::ReplaceWholeFile("lock", "").Failed() || os::OpenFile("lock", {}, holder).Failed() ||
+               os::OpenFile("lock", {}, waiter).Failed() || os::LockExclusive(holder).Failed());
+  struct sigaction quiet {}, old {};
+  quiet.sa_handler = [](int) {};  // without SA_RESTART: the wait fails with EINTR
+  ::sigaction(SIGUSR1, &quiet, &old);
+  orvx::Status locked(orvx::Status::Io, "still waiting");
+  std::thread wait([&] { locked = os::LockExclusive(waiter); });
+  for (int i = 0; i < 5; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(20)), ::pthread_kill(wait.native_handle(), SIGUSR1);
+  os::CloseFile(holder);
+  wait.join();
+  ::sigaction(SIGUSR1, &old, nullptr);
+  os::CloseFile(waiter);
+  EXPECT_FALSE(locked.Failed()) << locked.message;
+}
 #endif
+
+// The Windows error codes and attributes as the Win32 file calls read them.
+TEST(File, Win32AnswersAndWhatTheyMean) {
+  namespace w = orvx::os::win32;
+  using orvx::Status;
+  const std::pair<std::uint32_t, Status::Code> codes[] = {{2, Status::NotFound}, {3, Status::NotFound}, {5, Status::Io},
+                                                          {32, Status::Sharing}, {39, Status::DiskFull}, {112, Status::DiskFull}};
+  for (const auto& [error, code] : codes) EXPECT_EQ(w::CodeOf(error), code) << error;
+  for (const std::uint32_t error : {4u, 5u, 6u, 7u}) EXPECT_EQ(w::NothingToFlush(error), error == 5 || error == 6) << error;
+  // access denied, and the path's attributes: a directory, a read-only file, none (the query failed)
+  EXPECT_TRUE(w::DeniedForADirectory(5, 0x10));
+  EXPECT_FALSE(w::DeniedForADirectory(5, 0x01) || w::DeniedForADirectory(5, 0xFFFFFFFF) || w::DeniedForADirectory(32, 0x10));
+  EXPECT_EQ(w::Nanoseconds(116444736000000001), 100);  // 1970 and 100 ns
+  EXPECT_EQ(w::TrimMessage("Access is denied. \r\n") + w::TrimMessage(".") + w::TrimMessage("x"), "Access is deniedx");
+}

@@ -69,3 +69,34 @@ TEST(ExtensionModule, InitNeedsAModuleAndTermUnlinksItsLibraries) {
   AfxTermExtensionModule(state);
   EXPECT_EQ(orvx::host::LinkedModuleCount(), before);
 }
+
+// The pointer array's edits, arguments out of range included. Its stamp moves
+// exactly when its elements change: lookup indexes over it live that long.
+TEST(PtrArray, EditsAndTheirStamp) {
+  int slots[3];
+  void* const p[] = {nullptr, &slots[0], &slots[1], &slots[2]};  // 0 null, 1 2 3 the elements, 3 also the one added
+  struct Row {
+    char edit;  // RemoveAt(i, n), InsertAt(i, p[3], n), SetAtGrow(i, p[3]), SetSize(i)
+    int i, n;
+    std::vector<int> after;
+  };
+  const Row rows[] = {{'R', 0, 1, {2, 3}}, {'R', 1, 5, {1}},     {'R', 3, 1, {1, 2, 3}},       {'R', -1, 1, {1, 2, 3}},
+                      {'R', 1, 0, {1, 2, 3}}, {'I', 0, 2, {3, 3, 1, 2, 3}}, {'I', 3, 1, {1, 2, 3, 3}},
+                      {'I', 4, 1, {1, 2, 3, 0, 3}}, {'I', -1, 1, {1, 2, 3}}, {'I', 1, 0, {1, 2, 3}},
+                      {'G', 3, 0, {1, 2, 3, 3}}, {'G', 0, 0, {3, 2, 3}}, {'G', -1, 0, {1, 2, 3}},
+                      {'S', 4, 0, {1, 2, 3, 0}}, {'S', 1, 0, {1}}, {'S', 0, 0, {}}};
+  for (const Row& row : rows) {
+    CPtrArray array;
+    for (int k = 1; k <= 3; ++k) array.Add(p[k]);
+    const std::uint64_t before = array.Stamp();
+    if (row.edit == 'R') array.RemoveAt(row.i, row.n);
+    if (row.edit == 'I') array.InsertAt(row.i, p[3], row.n);
+    if (row.edit == 'G') array.SetAtGrow(row.i, p[3]);
+    if (row.edit == 'S') array.SetSize(row.i);
+    std::vector<void*> want;
+    for (const int k : row.after) want.push_back(p[k]);
+    SCOPED_TRACE(testing::Message() << row.edit << " " << row.i << " " << row.n);
+    EXPECT_EQ(std::vector<void*>(array.begin(), array.end()), want);
+    EXPECT_EQ(array.Stamp() != before, row.after != std::vector<int>({1, 2, 3}));
+  }
+}

@@ -65,8 +65,7 @@ TEST(Lookup, PassesFallbacksAndHowTheNameMatched) {
     SCOPED_TRACE(c.key);
     const Bytes bytes = DatabaseOf(c.records);
     orvx::ModelDatabase db;
-    orvx::LoadError error;
-    ASSERT_TRUE(db.LoadBytes(bytes, error)) << error.message;
+    ASSERT_FALSE(db.LoadBytes(bytes).Failed());
     const orvx::LookupResult found = db.Lookup(c.key);
     EXPECT_EQ(found.index, c.index);
     EXPECT_EQ(found.how, c.how);
@@ -85,24 +84,23 @@ TEST(Lookup, PassesFallbacksAndHowTheNameMatched) {
 TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
   const Bytes sample = orvx_test::ReadBytes(ORVX_SAMPLE_DB);
   orvx::ModelDatabase db;
-  orvx::LoadError error;
-  ASSERT_TRUE(db.LoadBytes(sample, error));
+  ASSERT_FALSE(db.LoadBytes(sample).Failed());
   const std::size_t count = db.size();
   // Every cut inside the data fails where the data ends.
   for (std::size_t n = 0; n < sample.size(); n += (n < 200 ? 1 : 97)) {
-    ASSERT_FALSE(db.LoadBytes(std::span(sample).first(n), error)) << n;
-    EXPECT_EQ(error.kind, orvx::LoadError::Format) << n;
-    EXPECT_EQ(error.offset, n);
+    const orvx::Status error = db.LoadBytes(std::span(sample).first(n));
+    EXPECT_EQ(error.code, orvx::Status::Format) << n;
+    EXPECT_EQ(error.where, static_cast<long long>(n));
     EXPECT_NE(error.message.find("at byte " + std::to_string(n)), std::string::npos) << error.message;
   }
-  EXPECT_FALSE(db.LoadBytes(Bytes{0x00, 0x00, 0x00, 0x80}, error));
-  EXPECT_NE(error.message.find("negative"), std::string::npos);
-  EXPECT_FALSE(db.LoadBytes(Bytes{1, 0, 0, 0, 0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00}, error));  // a wide-string name
-  EXPECT_EQ(error.message, "buffer: a truncated or malformed model database (malformed data at byte 5)");
+  EXPECT_NE(db.LoadBytes(Bytes{0x00, 0x00, 0x00, 0x80}).message.find("negative"), std::string::npos);
+  EXPECT_EQ(db.LoadBytes(Bytes{1, 0, 0, 0, 0xFF, 0xFE, 0xFF, 0x01, 0x41, 0x00}).message,  // a wide-string name
+            "buffer: a truncated or malformed model database (malformed data at byte 5)");
   orvx_test::TempDir dir;
-  for (const std::string& path : {dir.path().string(), (dir.path() / "missing.dat").string()}) {
-    EXPECT_FALSE(db.LoadFile(path, error)) << path;
-    EXPECT_EQ(error.kind, orvx::LoadError::Io) << path;
+  for (const auto& [path, code] : {std::pair{dir.path().string(), orvx::Status::NotRegular},
+                                   std::pair{(dir.path() / "missing.dat").string(), orvx::Status::NotFound}}) {
+    const orvx::Status error = db.LoadFile(path);
+    EXPECT_EQ(error.code, code) << path;
     EXPECT_EQ(error.message.rfind(path, 0), 0u) << error.message;
   }
   EXPECT_EQ(db.size(), count);

@@ -25,7 +25,7 @@ TEST(Dispatch, RuleChoiceForEveryGroup) {
       for (int group; g >> group;) rule[{line.first, line.second, group}] = name;
     }
   }
-  for (int group = 0; group <= 70; ++group) {
+  for (int group = -1; group <= 70; ++group) {  // past 62 and below 0: the line's row for every other group
     for (const int vendor : {0, 1, 2, 3, 9}) {
       for (const bool extended : {false, true}) {
         SCOPED_TRACE(testing::Message() << vendor << "/" << group << (extended ? " extended" : " classic"));

@@ -174,8 +174,8 @@ void RunCase(const std::string& line) {
   const std::vector<orvx::PictureTray> inCall = Call(in), outCall = Call(out);
   const bool extended = given[""][0] == 'X';
   orvx::PictureCall call{extended, inCall, outCall, duplex, output, optionViews, docViews, {}, {}};
-  if (strings.count(9481)) call.manualTrayName = strings[9481];
-  if (strings.count(9482)) call.defaultTrayName = strings[9482];
+  if (strings.count(orvx::kManualTrayString)) call.manualTrayName = strings[orvx::kManualTrayString];
+  if (strings.count(orvx::kDefaultTrayString)) call.defaultTrayName = strings[orvx::kDefaultTrayString];
   for (const auto& [vendor, group] : targets) {
     SCOPED_TRACE(testing::Message() << "vendor " << vendor << ", group " << group);
     CPrnStaticInfo record;

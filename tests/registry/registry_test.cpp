@@ -8,6 +8,7 @@
 #include "orvx/afx_registry.h"
 #include "orvx/registry_check.h"
 #include "orvx/comm_store.h"
+#include "registry/reg_store.h"
 #include "registry_fixture.h"
 
 using orvx_test::BinaryValue;
@@ -176,17 +177,18 @@ TEST_F(Store, MalformedFilesAreReadAsMissingAndNeverOverwritten) {
     SCOPED_TRACE(testing::PrintToString(bytes));
     Write(user_, bytes);
     const orvx::Status e = orvx::registry::CheckFile(user_);
-    EXPECT_TRUE(e.Failed());
+    EXPECT_EQ(e.code, orvx::Status::BadStore);
     EXPECT_EQ(e.where, line) << e.message;
+    EXPECT_EQ(e.message.rfind(user_ + ":" + std::to_string(line) + ": ", 0), 0u) << e.message;
     EXPECT_EQ(Open(kUser, "A"), ERROR_FILE_NOT_FOUND);
     HKEY key;
     EXPECT_NE(RegCreateKeyExA(kUser, "A", 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr), ERROR_SUCCESS);
     EXPECT_EQ(Read(user_), bytes);
   }
   Write(user_, k + "\"A\" x\n");
-  EXPECT_EQ(orvx::registry::CheckFile(user_).message, "expected = after the value name");
+  EXPECT_EQ(orvx::registry::CheckFile(user_).message, user_ + ":3: expected = after the value name");
   Write(user_, k + "\\\n\n");
-  EXPECT_EQ(orvx::registry::CheckFile(user_).message, "a line continued with \\ holds no value");
+  EXPECT_EQ(orvx::registry::CheckFile(user_).message, user_ + ":3: a line continued with \\ holds no value");
 }
 
 TEST_F(Store, RewritesKeepCommentsAndLineEndsWhereTheyAre) {
@@ -209,7 +211,7 @@ TEST_F(Store, HostileNamesAndFilesNeitherBreakTheStoreNorHang) {
   const auto kept = [&](LONG r) { return std::to_string(r) + (Read(user_) == base ? " kept" : " changed"); };
   const auto named = [&](const char* app) {
     orvx::host::SetAppName(app);
-    const LONG r = orvx::SaveCommConfig(0x10, config);
+    const LONG r = orvx::registry::ToLong(orvx::SaveCommConfig(0x10, config));
     orvx::host::SetAppName("orvx");
     return kept(r);
   };
@@ -218,17 +220,18 @@ TEST_F(Store, HostileNamesAndFilesNeitherBreakTheStoreNorHang) {
     BYTE out[256];
     DWORD size = 0;
     const std::string message = orvx::registry::CheckFile(store.string()).message;
-    return std::to_string(orvx::LoadCommConfig(0x10, out, size)) + " " + store.filename().string() +
+    return std::to_string(orvx::registry::ToLong(orvx::LoadCommConfig(0x10, out, size))) + " " + store.filename().string() +
            message.substr(std::min(message.size(), store.string().size()));
   };
   const std::pair<const char*, std::function<std::string()>> rows[] = {
       {"123 kept", [&] { return named("evil\nx"); }},
       {"123 kept", [&] { return named("evil\rx"); }},
       {"123 kept", [&] { return kept(Set(kUser, "Software\\orvx\\Com", DwordValue("a\nb", 1))); }},
+      {"123 kept", [&] { return kept(Set(kUser, "Software\\orvx\\Com", DwordValue("a\x7F", 1))); }},  // DEL
       {"0 lock beside the file", [&] {
          std::filesystem::create_symlink(user_, dir / "link.reg");
          orvx::host::SetRegistryFile(kUser, (dir / "link.reg").string());
-         const LONG r = orvx::SaveCommConfig(0x20, config);
+         const LONG r = orvx::registry::ToLong(orvx::SaveCommConfig(0x20, config));
          return std::to_string(r) + (std::filesystem::exists(user_ + ".lock") && !std::filesystem::exists(dir / "link.reg.lock") ? " lock beside the file" : "");
        }},
       {"2 fifo: is not a regular file", [&] { return ::mkfifo((dir / "fifo").c_str(), 0600), at(dir / "fifo"); }},

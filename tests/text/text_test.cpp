@@ -35,6 +35,7 @@ TEST(Text, Utf8AtItsBoundaries) {
   // The view ends where it says, whatever byte follows it in memory.
   EXPECT_TRUE(text::IsValidUtf8(std::string_view("ab\xFF", 2)));
   EXPECT_TRUE(text::IsValidUtf8(std::string_view("\xC3\xA9\xA9", 2)));
+  EXPECT_FALSE(text::IsValidUtf8(std::string_view("\xC3\xA9", 1)));
 
   std::size_t at = 1;
   std::uint32_t c = 0;
@@ -74,7 +75,7 @@ TEST(Text, Utf16BothWays) {
   }
   std::string out;
   for (const std::string& broken :
-       {le({0xD83D}), le({0xD83D, 0x41}), le({0xDC00, 0xD800}), le({0xDFFF}), le({0xDBFF, 0xE000}), std::string("A")})
+       {le({0xD83D}), le({0xD83D, 0x41}), le({0xDC00, 0xD800, 0xDC00}), le({0xDFFF}), le({0xDBFF, 0xE000}), std::string("A")})
     EXPECT_FALSE(text::Utf16ToUtf8(broken, out)) << testing::PrintToString(broken);
   EXPECT_FALSE(text::Utf8ToUtf16("\xE9", out));
 }
@@ -84,7 +85,7 @@ TEST(Text, HexAndLetterCase) {
                                          {'g', -1}, {'G', -1}, {'/', -1}, {':', -1}, {'@', -1}, {'`', -1}};
   for (const auto& [c, v] : digits) EXPECT_EQ(text::HexDigit(c), v) << c;
   EXPECT_EQ(text::Hex(0x1A2B, 6), "001a2b");
-  EXPECT_EQ(text::Hex(0xFFFFFFFF, 8), "ffffffff");
+  EXPECT_EQ(text::Hex(0xFFFFFFFF, 8) + text::Hex(0x123, 2), "ffffffff23");  // the low digits
   const unsigned char bytes[] = {0x00, 0x0F, 0xA0};
   EXPECT_EQ(text::HexBytes(bytes, 3, ' '), "00 0f a0");
   EXPECT_EQ(text::HexBytes(bytes, 3, 0), "000fa0");

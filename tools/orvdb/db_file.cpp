@@ -34,7 +34,7 @@ orvx::Status WriteOutput(const std::string& path, std::string_view bytes) {
     std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return {};  // a failed write shows when the tool flushes at its end
   }
-  return orvx::ReplaceFile(path, bytes);
+  return orvx::ReplaceWholeFile(path, bytes);
 }
 
 }  // namespace orvdb

@@ -69,19 +69,19 @@ Json RecordToJson(const CPrnStaticInfo& record) {
 
 namespace {
 
-[[noreturn]] void Fail(std::size_t index, const Json& model, std::string_view key, const std::string& problem) {
+orvx::Status Fail(std::size_t index, const Json& model, std::string_view key, const std::string& problem) {
   std::string who = "model " + std::to_string(index);
   if (model.is_object() && model.contains("ModelName") && model["ModelName"].is_string())
     who += " (\"" + model["ModelName"].get<std::string>() + "\")";
-  throw ImportError(who + (key.empty() ? "" : ", key \"" + std::string(key) + "\"") + ": " + problem);
+  return {orvx::Status::Format, who + (key.empty() ? "" : ", key \"" + std::string(key) + "\"") + ": " + problem};
 }
 
-std::vector<BYTE> Bytes(const Json& value, std::size_t index, const Json& model, std::string_view key) {
-  if (!value.is_array()) Fail(index, model, key, "expected an array of byte values");
+orvx::Result<std::vector<BYTE>> Bytes(const Json& value, std::size_t index, const Json& model, std::string_view key) {
+  if (!value.is_array()) return Fail(index, model, key, "expected an array of byte values");
   std::vector<BYTE> out;
   for (const auto& b : value) {
     if (!b.is_number_integer() || b.get<std::int64_t>() < 0 || b.get<std::int64_t>() > 255)
-      Fail(index, model, key, "every element must be an integer from 0 to 255");
+      return Fail(index, model, key, "every element must be an integer from 0 to 255");
     out.push_back(static_cast<BYTE>(b.get<std::int64_t>()));
   }
   return out;
@@ -89,20 +89,20 @@ std::vector<BYTE> Bytes(const Json& value, std::size_t index, const Json& model,
 
 // A block from its entries, [{"tray": 1 or "name", "sizes": [...]}, ...]:
 // every length byte and zero byte computed here.
-std::vector<BYTE> SizeListFromTrays(const Json& entries, std::size_t index, const Json& model) {
+orvx::Result<std::vector<BYTE>> SizeListFromTrays(const Json& entries, std::size_t index, const Json& model) {
   std::vector<BYTE> block(1);
   std::size_t n = 0;
   for (const auto& e : entries) {
     const auto fail = [&](const std::string& problem) {
-      Fail(index, model, "InTraySPSZSizeList", "entry " + std::to_string(n) + ": " + problem);
+      return Fail(index, model, "InTraySPSZSizeList", "entry " + std::to_string(n) + ": " + problem);
     };
     if (!e.is_object() || !e.contains("tray") || !e.contains("sizes") || e.size() != 2)
-      fail("expected {\"tray\": NUMBER or NAME, \"sizes\": [...]}");
+      return fail("expected {\"tray\": NUMBER or NAME, \"sizes\": [...]}");
     const Json& tray = e["tray"];
     const std::size_t start = block.size();
     if (tray.is_string()) {
       const std::string name = tray.get<std::string>();
-      if (name.find('\0') != std::string::npos) fail("a tray name cannot hold a zero byte");
+      if (name.find('\0') != std::string::npos) return fail("a tray name cannot hold a zero byte");
       block.push_back(orvx::kNamedSizeList);
       block.push_back(0);
       block.insert(block.end(), name.begin(), name.end());
@@ -112,17 +112,17 @@ std::vector<BYTE> SizeListFromTrays(const Json& entries, std::size_t index, cons
       block.push_back(static_cast<BYTE>(tray.get<std::int64_t>()));
       block.push_back(0);
     } else {
-      fail("\"tray\" must be a name or a number from 0 to 255 other than 10 (the key of named entries)");
+      return fail("\"tray\" must be a name or a number from 0 to 255 other than 10 (the key of named entries)");
     }
     const Json& sizes = e["sizes"];
-    if (!sizes.is_array()) fail("\"sizes\" must be an array of byte values");
+    if (!sizes.is_array()) return fail("\"sizes\" must be an array of byte values");
     for (const auto& b : sizes) {
       if (!b.is_number_integer() || b.get<std::int64_t>() < 0 || b.get<std::int64_t>() > 255)
-        fail("\"sizes\" must be an array of byte values");
+        return fail("\"sizes\" must be an array of byte values");
       block.push_back(static_cast<BYTE>(b.get<std::int64_t>()));
     }
     if (block.size() > 255)
-      fail("the block grows to " + std::to_string(block.size()) + " bytes here; it holds at most 255");
+      return fail("the block grows to " + std::to_string(block.size()) + " bytes here; it holds at most 255");
     block[start + 1] = static_cast<BYTE>(block.size() - start - 2);
     ++n;
   }
@@ -138,112 +138,144 @@ const orvx::FlagDesc* FindFlag(std::string_view name) {
 
 }  // namespace
 
-std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t index) {
-  if (!model.is_object()) Fail(index, model, "", "expected an object");
+orvx::Result<std::unique_ptr<CPrnStaticInfo>> RecordFromJson(const Json& model, std::size_t index) {
+  if (!model.is_object()) return Fail(index, model, "", "expected an object");
   auto record = std::make_unique<CPrnStaticInfo>();
   if (model.contains("ModelName") && model.contains("ModelNameBytes"))
-    Fail(index, model, "ModelNameBytes", "give either ModelName or ModelNameBytes, not both");
+    return Fail(index, model, "ModelNameBytes", "give either ModelName or ModelNameBytes, not both");
   for (const auto& [key, value] : model.items()) {
     if (key == "FlagNames") {
-      if (!value.is_array()) Fail(index, model, key, "expected an array of flag names");
+      if (!value.is_array()) return Fail(index, model, key, "expected an array of flag names");
       DWORD bits = 0;
       for (const auto& n : value) {
         const auto* flag = n.is_string() ? FindFlag(n.get<std::string>()) : nullptr;
-        if (!flag) Fail(index, model, key, "unknown flag " + n.dump() + " (the names are the getters', e.g. \"IsColorPrinter\")");
+        if (!flag) return Fail(index, model, key, "unknown flag " + n.dump() + " (the names are the getters', e.g. \"IsColorPrinter\")");
         bits |= flag->bit;
       }
       if (model.contains("Flags") && model["Flags"].is_number_integer() &&
           (model["Flags"].get<std::int64_t>() & orvx::kDefinedFlagBits) != bits)
-        Fail(index, model, key, "names other flags than \"Flags\" holds");
+        return Fail(index, model, key, "names other flags than \"Flags\" holds");
       if (!model.contains("Flags")) record->Fields().Flags = bits;
     } else if (key == "ModelName") {
-      if (!value.is_string()) Fail(index, model, key, "expected a string");
+      if (!value.is_string()) return Fail(index, model, key, "expected a string");
       record->SetModelName(value.get<std::string>());
     } else if (key == "ModelNameBytes") {
       const auto bytes = Bytes(value, index, model, key);
-      record->SetModelName(std::string(bytes.begin(), bytes.end()));
+      if (!bytes) return bytes.status();
+      record->SetModelName(std::string(bytes->begin(), bytes->end()));
     } else if (key == "InTraySPSZSizeList") {
       if (value.is_null()) continue;
       if (value.is_array() && (value.empty() || value[0].is_object())) {
         const auto block = SizeListFromTrays(value, index, model);
-        record->SetInTraySPSZSizeList(static_cast<int>(block.size()), block.data());
+        if (!block) return block.status();
+        record->SetInTraySPSZSizeList(static_cast<int>(block->size()), block->data());
         continue;
       }
-      const auto block = Bytes(value, index, model, key);
+      const auto bytes = Bytes(value, index, model, key);
+      if (!bytes) return bytes.status();
+      const std::vector<BYTE>& block = bytes.value();
       if (block.empty() || block.size() > 255 || block[0] != block.size())
-        Fail(index, model, key,
+        return Fail(index, model, key,
              "the first byte must equal the block's length (1 to 255), got " +
                  (block.empty() ? std::string("an empty block")
                                 : std::to_string(block[0]) + " for " + std::to_string(block.size()) + " bytes"));
       record->SetInTraySPSZSizeList(static_cast<int>(block.size()), block.data());
     } else if (const orvx::FieldDesc* d = orvx::FindField(key)) {
-      if (!value.is_number_integer()) Fail(index, model, key, "expected an integer");
+      if (!value.is_number_integer()) return Fail(index, model, key, "expected an integer");
       const auto v = value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX
                          ? INT64_MAX
                          : value.get<std::int64_t>();
       if (!orvx::FieldValueFits(*d, v))
-        Fail(index, model, key, value.dump() + " is out of range for a " +  // as written, not as clamped
+        return Fail(index, model, key, value.dump() + " is out of range for a " +  // as written, not as clamped
                                     std::to_string(orvx::FieldWidth(d->type) * 8) + "-bit " +
                                     (orvx::FieldSigned(d->type) ? "signed" : "unsigned") + " field");
       orvx::WriteField(record->Fields(), *d, v);
     } else {
-      Fail(index, model, key, "unknown key");
+      return Fail(index, model, key, "unknown key");
     }
   }
   return record;
 }
 
-orvx::ModelDatabase ModelsFromJson(const Json& document) {
+namespace {
+
+// Only "models", an array, at the top: what is left of a document once its models are taken out.
+orvx::Status CheckFrame(const Json& document) {
   if (!document.is_object() || !document.contains("models") || !document["models"].is_array())
-    throw ImportError("expected an object with a \"models\" array");
+    return {orvx::Status::Format, "expected an object with a \"models\" array"};
   for (const auto& [key, value] : document.items())
-    if (key != "models") throw ImportError("unknown top-level key \"" + key + "\"");
+    if (key != "models") return {orvx::Status::Format, "unknown top-level key \"" + key + "\""};
+  return {};
+}
+
+}  // namespace
+
+orvx::Result<orvx::ModelDatabase> ModelsFromJson(const Json& document) {
+  if (orvx::Status e = CheckFrame(document); e.Failed()) return e;
   orvx::ModelDatabase out;
   std::size_t index = 0;
-  for (const auto& m : document["models"]) out.Add(RecordFromJson(m, index++));
+  for (const auto& m : document["models"]) {
+    auto record = RecordFromJson(m, index++);
+    if (!record) return std::move(record).status();
+    out.Add(std::move(record).value());
+  }
   return out;
 }
 
 // Each model becomes a record as soon as its object ends, and its JSON is
 // dropped: memory follows the records, not the document tree (many times larger).
-orvx::ModelDatabase ModelsFromJsonText(std::string_view text) {
+orvx::Result<orvx::ModelDatabase> ModelsFromJsonText(std::string_view text) {
   orvx::ModelDatabase out;
   std::size_t index = 0;
   std::string topKey;
   bool inModels = false, sawModels = false;
+  // The parser stops only for an exception from its callback: `Stop` ends
+  // the read at the first failure, which `failure` holds, and goes no further
+  // than the catch below.
+  struct Stop {};
+  orvx::Status failure;
+  const auto fail = [&](orvx::Status e) -> bool {
+    failure = std::move(e);
+    throw Stop{};
+  };
   using Event = Json::parse_event_t;
-  const Json document = Json::parse(text, [&](int depth, Event event, Json& value) {
-    if (depth == 1 && event == Event::key) {
-      topKey = value.get<std::string>();
-    } else if (depth == 1 && (event == Event::array_start || event == Event::array_end)) {
-      inModels = event == Event::array_start && topKey == "models";
-      if (inModels && sawModels) throw ImportError("\"models\" given twice");
-      sawModels = sawModels || inModels;
-    } else if (inModels && depth == 2 && (event == Event::object_end || event == Event::value)) {
-      out.Add(RecordFromJson(value, index++));
-      return false;
-    } else if (inModels && depth == 2 && event == Event::array_start) {
-      RecordFromJson(Json::array(), index);  // not a model: the error names it
-    }
-    return true;
-  });
-  // What is left is the frame, every model taken out of it.
-  if (!document.is_object() || !document.contains("models") || !document["models"].is_array())
-    throw ImportError("expected an object with a \"models\" array");
-  for (const auto& [key, value] : document.items())
-    if (key != "models") throw ImportError("unknown top-level key \"" + key + "\"");
+  Json document;
+  try {
+    document = Json::parse(text, [&](int depth, Event event, Json& value) {
+      if (depth == 1 && event == Event::key) {
+        topKey = value.get<std::string>();
+      } else if (depth == 1 && (event == Event::array_start || event == Event::array_end)) {
+        inModels = event == Event::array_start && topKey == "models";
+        if (inModels && sawModels) return fail({orvx::Status::Format, "\"models\" given twice"});
+        sawModels = sawModels || inModels;
+      } else if (inModels && depth == 2 && (event == Event::object_end || event == Event::value)) {
+        auto record = RecordFromJson(value, index++);
+        if (!record) return fail(std::move(record).status());
+        out.Add(std::move(record).value());
+        return false;
+      } else if (inModels && depth == 2 && event == Event::array_start) {
+        return fail(RecordFromJson(Json::array(), index).status());  // not a model: the message names it
+      }
+      return true;
+    });
+  } catch (const Stop&) {
+    return failure;
+  } catch (const Json::parse_error& e) {
+    const std::string what = e.what();
+    return orvx::Status{orvx::Status::Format, "not valid JSON (" + what.substr(what.find(']') + 2) + ")"};
+  }
+  if (orvx::Status e = CheckFrame(document); e.Failed()) return e;
   return out;
 }
 
 orvx::Status ModelsFromText(const std::string& source, std::string_view text, orvx::ModelDatabase& db) {
-  try {
-    db = ModelsFromJsonText(text);
-  } catch (const Json::parse_error& e) {
-    const std::string what = e.what();
-    return {orvx::Status::Format, source + ": not valid JSON (" + what.substr(what.find(']') + 2) + ")"};
-  } catch (const ImportError& e) {
-    return {orvx::Status::Format, source + ": " + e.what()};
+  orvx::Result<orvx::ModelDatabase> models = ModelsFromJsonText(text);
+  if (!models) {
+    orvx::Status e = std::move(models).status();
+    e.message = source + ": " + e.message;
+    return e;
   }
+  db = std::move(models).value();
   return {};
 }
 
@@ -253,21 +285,11 @@ orvx::Status ReadModels(const std::string& source, orvx::ModelDatabase& db) {
   return ModelsFromText(source, text, db);
 }
 
-orvx::Status LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing) {
-  // Only the first four bytes are read to tell the forms apart.
-  CFile file;
-  if (orvx::Status e = orvx::detail::OpenDatabase(path, file); e.Failed()) return e;
-  std::uint8_t head[4];
-  std::size_t got = 0;
-  try {
-    for (UINT n = 1; got < sizeof head && n != 0; got += n) n = file.Read(head + got, static_cast<UINT>(sizeof head - got));
-  } catch (const CFileException&) {
-    return orvx::detail::LoadFailure(path);
-  }
-  const std::uint64_t length = file.GetLength();
-  file.Close();
-  if (orvx::GuessForm({head, got}, length) == orvx::FileForm::Json) return ReadModels(path, db);
-  return orvx::detail::LoadFile(path, db, framing);
+orvx::Status LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::Framing* framing) {
+  const orvx::Result<orvx::FileForm> form = orvx::FormOfFile(path);
+  if (!form) return form.status();
+  if (form.value() == orvx::FileForm::Json) return ReadModels(path, db);
+  return orvx::LoadFile(path, db, framing);
 }
 
 }  // namespace orvdb

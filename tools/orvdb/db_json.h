@@ -4,12 +4,10 @@
 #include <memory>
 #include <span>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "orvx/database.h"
-#include "model_db/db_loader.h"
 #include "orvx/status.h"
 #include "orvx/prn_static_info.h"
 
@@ -17,26 +15,23 @@ namespace orvdb {
 
 using Json = nlohmann::ordered_json;
 
-// A JSON model that cannot become a record; the message names the model and key.
-struct ImportError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
 // One record as a JSON object: every field by its record name, in database
 // order, with "FlagNames" (the names of the flags set) after "Flags", then
 // InTraySPSZSizeList (bytes including the length byte, or null). A model name
 // that is not valid UTF-8 is written as "ModelNameBytes".
 Json RecordToJson(const CPrnStaticInfo& record);
 // A record from one JSON model; `index` is its position, for messages. The
-// flags come from "Flags", from "FlagNames", or from both when they agree.
-std::unique_ptr<CPrnStaticInfo> RecordFromJson(const Json& model, std::size_t index);
+// flags come from "Flags", from "FlagNames", or from both when they agree. A
+// model that cannot become a record fails with Format, the message naming
+// the model and the key.
+orvx::Result<std::unique_ptr<CPrnStaticInfo>> RecordFromJson(const Json& model, std::size_t index);
 
-// Every record of a database document, in order. Throws ImportError.
-orvx::ModelDatabase ModelsFromJson(const Json& document);
+// Every record of a database document, in order.
+orvx::Result<orvx::ModelDatabase> ModelsFromJson(const Json& document);
 // The same from the document's text, reading one model at a time (the tool's
-// way: it never holds the whole tree). Also throws Json::parse_error, and
-// refuses "models" given twice.
-orvx::ModelDatabase ModelsFromJsonText(std::string_view text);
+// way: it never holds the whole tree). Text that is not JSON fails too, and
+// "models" given twice.
+orvx::Result<orvx::ModelDatabase> ModelsFromJsonText(std::string_view text);
 
 // One entry of a size-list block: a numbered tray's or a named tray's sizes.
 struct TraySizes {
@@ -59,7 +54,7 @@ orvx::Status ReadModels(const std::string& source, orvx::ModelDatabase& db);
 // A database file or its JSON form, told apart by orvx::GuessForm (a byte-order
 // mark before the JSON is skipped). A database file is read through the loader, never held whole, and
 // `framing` (when given) receives how far its read got.
-orvx::Status LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::detail::Framing* framing = nullptr);
+orvx::Status LoadEitherForm(const std::string& path, orvx::ModelDatabase& db, orvx::Framing* framing = nullptr);
 
 
 }  // namespace orvdb

@@ -6,12 +6,11 @@
 #include <unordered_set>
 
 #include "db_json.h"
-#include "eval.h"
 #include "json_reader.h"
 #include "orvx/record_fields.h"
 #include "orvx/text.h"
 #include "orvx/whole_file.h"
-#include "picture_call.h"
+#include "picture_codec.h"
 
 namespace orvdb {
 namespace {
@@ -169,39 +168,27 @@ std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
   return i < 0 ? "no record" : "record " + std::to_string(i) + " " + Quote(NameOf(db, static_cast<std::size_t>(i)));
 }
 
-// The picture request of each line, run on the record its "model" finds in
-// each database. Eval reads the request; "db", "vendor" and "group" are left
-// out, as the databases are the two being compared, and eval is given a fresh
-// record instead, whose answer is not used.
+// The picture request of each line, read as eval reads it, run on the record
+// its "model" finds in each database; "db", "vendor" and "group" are not
+// used, as the databases are the two being compared.
 orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b, Report& report) {
   std::vector<std::string> lines;
   if (orvx::Status e = ReadLines(path, lines); e.Failed()) return e;
-  Evaluator evaluator;
   json::Reader reader;
-  PictureCaller caller;
+  PictureCodec codec;
+  PictureRequest q;
   for (std::size_t n = 0; n < lines.size(); ++n) {
     const std::string where = path + ":" + std::to_string(n + 1) + ": ";
     if (lines[n].find_first_not_of(" \t") == std::string::npos) continue;
-    if (!reader.Parse(lines[n])) return {orvx::Status::Format, where + reader.Error()};
-    const json::Value* op = reader.Find("op");
-    const json::Value* model = reader.Find("model");
-    if (reader.Root().kind != json::Kind::Object || !op || op->kind != json::Kind::String ||
-        json::String(*op) != "picture" || !model || model->kind != json::Kind::String)
-      return {orvx::Status::Format, where + "expected a picture request naming a \"model\""};
-    const std::string name = json::String(*model);
-    std::string request = "{";
-    for (std::size_t m = 0; m < reader.MemberCount(); ++m) {
-      const std::string_view key = reader.Key(m);
-      if (key == "db" || key == "vendor" || key == "group") continue;
-      AppendJsonString(request, key);
-      request += ':';
-      request += reader.MemberValue(m).text;
-      request += ',';
+    try {
+      ParseRequest(reader, lines[n]);
+      codec.Decode(reader, q, RecordFrom::Request);
+    } catch (const RequestError& e) {
+      return {orvx::Status::Format, where + e.what()};
     }
-    request += "\"vendor\":0,\"group\":0}";
-    const std::string answer = evaluator.Answer(request);
-    if (answer.rfind("{\"error\"", 0) == 0) return {orvx::Status::Format, where + answer};
-    const PictureRequest& q = evaluator.LastPictureRequest();
+    if (!reader.Find("op") || !q.hasModel)
+      return {orvx::Status::Format, where + "expected a picture request naming a \"model\""};
+    const std::string& name = q.model;
     struct Result {
       std::ptrdiff_t index = -1;
       DWORD id = 0;
@@ -212,10 +199,10 @@ orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx:
       Result& r = result[side];
       r.index = dbs[side]->Lookup(name).index;
       if (r.index < 0) continue;
-      r.id = caller.Call((*dbs[side])[static_cast<std::size_t>(r.index)], q);
+      r.id = codec.Run((*dbs[side])[static_cast<std::size_t>(r.index)], q);
       if (q.byNames) continue;
-      for (std::size_t i = 0; i < q.inCount; ++i) r.in.emplace_back(caller.In(i).GetName().str(), caller.In(i).GetID());
-      for (std::size_t i = 0; i < q.outCount; ++i) r.out.emplace_back(caller.Out(i).GetName().str(), caller.Out(i).GetID());
+      for (std::size_t i = 0; i < q.inCount; ++i) r.in.emplace_back(codec.In(i).GetName().str(), codec.In(i).GetID());
+      for (std::size_t i = 0; i < q.outCount; ++i) r.out.emplace_back(codec.Out(i).GetName().str(), codec.Out(i).GetID());
     }
     if (result[0].id == result[1].id && result[0].in == result[1].in && result[0].out == result[1].out) continue;
     if (!report.full) {
@@ -264,13 +251,13 @@ orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx:
 
 }  // namespace
 
-int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
+orvx::Result<bool> Diff(const DiffOptions& o, std::ostream& out) {
   orvx::ModelDatabase a, b;
   for (auto [path, db] : {std::pair{&o.oldPath, &a}, std::pair{&o.newPath, &b}})
-    if (const orvx::Status e = LoadEitherForm(*path, *db); e.Failed()) return error = e.message, 2;
+    if (orvx::Status e = LoadEitherForm(*path, *db); e.Failed()) return e;
   std::vector<std::string> extraNames;
   if (!o.namesFile.empty())
-    if (const orvx::Status e = ReadLines(o.namesFile, extraNames); e.Failed()) return error = e.message, 2;
+    if (orvx::Status e = ReadLines(o.namesFile, extraNames); e.Failed()) return e;
 
   // Pairing: the n-th record of a name in OLD with the n-th of that name in NEW.
   std::vector<std::size_t> partner(a.size(), kNone), partnerOf(b.size(), kNone);
@@ -377,7 +364,7 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     if (!n.empty()) drift(std::move(n));
   report.lines.insert(report.lines.end(), report.newNameLines.begin(), report.newNameLines.end());
   if (!o.configsFile.empty())
-    if (const orvx::Status e = PictureDrift(o.configsFile, a, b, report); e.Failed()) return error = e.message, 2;
+    if (orvx::Status e = PictureDrift(o.configsFile, a, b, report); e.Failed()) return e;
 
   const std::size_t counts[] = {report.added.size(),   report.removed.size(),  report.changed.size(),
                                 report.moved.size(),   report.lookups.size(),  report.newNames.size(),
@@ -417,7 +404,7 @@ int Diff(const DiffOptions& o, std::ostream& out, std::string& error) {
     if (!o.summary)
       for (const auto& l : report.lines) out << l << "\n";
   }
-  return failing ? 1 : 0;
+  return failing != 0;
 }
 
 }  // namespace orvdb

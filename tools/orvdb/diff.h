@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "orvx/status.h"
+
 namespace orvdb {
 
 struct DiffOptions {
@@ -25,9 +27,8 @@ struct DiffOptions {
 // The values --fail-on takes.
 inline constexpr const char* kFailOnClasses[] = {"records", "lookups", "new-names", "pictures", "any"};
 
-// Writes the report to `out`. Returns 1 when something of a class that
-// `failOn` names differs, else 0; 2 with `error` (one line naming the file)
-// when an input cannot be read.
-int Diff(const DiffOptions& options, std::ostream& out, std::string& error);
+// Writes the report to `out`. Whether something of a class that `failOn`
+// names differs, or why an input cannot be read (naming the file).
+orvx::Result<bool> Diff(const DiffOptions& options, std::ostream& out);
 
 }  // namespace orvdb

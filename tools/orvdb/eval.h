@@ -11,7 +11,7 @@
 #include "json_reader.h"
 #include "orvx/database.h"
 #include "orvx/whole_file.h"
-#include "picture_call.h"
+#include "picture_codec.h"
 
 namespace orvdb {
 
@@ -32,9 +32,6 @@ class Evaluator {
   // Answers every non-blank line of `in` on `out`, in order, each as soon as
   // its request is complete.
   void Run(std::istream& in, std::ostream& out);
-  // The request the last picture request was read into (orvdb diff runs it
-  // on records of its own).
-  const PictureRequest& LastPictureRequest() const { return request_; }
 
  private:
   // The database of the file `path` names. A file is read once and kept
@@ -66,12 +63,9 @@ class Evaluator {
   // Reused from one request to the next.
   json::Reader reader_;
   PictureRequest request_;
-  PictureCaller caller_;
+  PictureCodec codec_;
   CPrnStaticInfo record_;
-  std::string text_, key_, op_, path_;
+  std::string text_, op_, path_;
 };
-
-// Appends `s` to `out` as a JSON string; bytes that are not UTF-8 become U+FFFD.
-void AppendJsonString(std::string& out, std::string_view s);
 
 }  // namespace orvdb

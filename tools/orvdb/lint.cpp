@@ -147,7 +147,7 @@ std::vector<Finding> LintRecords(const orvx::ModelDatabase& db) {
   return out;
 }
 
-bool LintFraming(const orvx::Status& load, const orvx::detail::Framing& framing, std::vector<Finding>& findings) {
+bool LintFraming(const orvx::Status& load, const orvx::Framing& framing, std::vector<Finding>& findings) {
   if (framing.count && *framing.count < 0) {
     findings.push_back({-1, "", "negative-count",
                         "the record count " + std::to_string(*framing.count) + " is negative: the library loads no record"});

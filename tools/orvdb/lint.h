@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "orvx/database.h"
-#include "model_db/db_loader.h"
 #include "orvx/status.h"
 
 namespace orvdb {
@@ -34,6 +33,6 @@ std::vector<Finding> LintRecords(const orvx::ModelDatabase& db);
 // negative record count (which the library entry reads as no record, and the
 // loader refuses) and bytes after the last record. False when the load failed
 // for any other reason: the data is no database to lint.
-bool LintFraming(const orvx::Status& load, const orvx::detail::Framing& framing, std::vector<Finding>& findings);
+bool LintFraming(const orvx::Status& load, const orvx::Framing& framing, std::vector<Finding>& findings);
 
 }  // namespace orvdb

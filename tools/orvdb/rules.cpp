@@ -12,9 +12,6 @@
 namespace orvdb {
 namespace {
 
-const char* const kTables[] = {"option", "doc-option", "in-tray", "out-tray", "rule"};
-const char* const kTablesJson[] = {"option", "docOption", "inTray", "outTray", "rule"};
-
 std::string Hex(DWORD v) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%lx", static_cast<unsigned long>(v));
@@ -24,7 +21,7 @@ std::string Hex(DWORD v) {
 Json RowsJson(const std::vector<orvx::PictureRuleRow>& rows) {
   Json all = Json::array();
   for (const auto& r : rows)
-    all.push_back({{"table", kTablesJson[r.table]},
+    all.push_back({{"table", orvx::PictureStepName(r.table)},
                    {"index", r.index},
                    {"test", r.test},
                    {"literals", r.literals},
@@ -39,7 +36,7 @@ void PrintRows(std::ostream& out, const std::string& rule) {
   out << rule << "\n";
   if (!rows) return;
   for (const auto& r : *rows) {
-    out << "  " << kTables[r.table] << " row " << r.index << ": " << r.test;
+    out << "  " << orvx::PictureStepName(r.table) << " row " << r.index << ": " << r.test;
     out << " -> bits " << (r.bits ? Hex(r.bits) : "none");
     if (r.id >= 0) out << ", ID " << r.id;
     if (!r.effect.empty()) out << "; " << r.effect;
@@ -55,7 +52,7 @@ std::string Answer(const orvx::PictureRoute& route) {
 
 Json AnswerJson(const orvx::PictureRoute& route, bool withRows) {
   Json j = {{"rule", route.rule ? Json(route.rule) : Json(nullptr)}, {"fixedResult", route.fixedResult}};
-  if (withRows && route.rule) j["rows"] = RowsJson(*orvx::PictureRuleRows(route.rule));
+  if (withRows) j["rows"] = route.rule ? RowsJson(*orvx::PictureRuleRows(route.rule)) : Json::array();
   return j;
 }
 
@@ -102,14 +99,19 @@ void PrintAllRules(std::ostream& out, bool json) {
   if (json) out << Json{{"pairs", pairs}, {"rules", all}}.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
+Json RulesJson(int vendor, int group) {
+  return {{"vendor", vendor},
+          {"group", group},
+          {"GetPictureID", AnswerJson(orvx::ChoosePictureRule(vendor, group, false), true)},
+          {"GetPictureIDEx", AnswerJson(orvx::ChoosePictureRule(vendor, group, true), true)}};
+}
+
 void PrintRulesFor(std::ostream& out, const CPrnStaticInfo& record, const std::string& model, bool json) {
   const int vendor = record.GetVenderID(), group = record.GetModelGroupID();
   const auto classic = orvx::ChoosePictureRule(vendor, group, false), extended = orvx::ChoosePictureRule(vendor, group, true);
   if (json) {
-    Json j = {{"vendor", vendor}, {"group", group}};
+    Json j = RulesJson(vendor, group);
     if (!model.empty()) j["model"] = model;
-    j["GetPictureID"] = AnswerJson(classic, true);
-    j["GetPictureIDEx"] = AnswerJson(extended, true);
     out << j.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
     return;
   }

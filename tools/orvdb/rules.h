@@ -4,10 +4,15 @@
 
 #include <iosfwd>
 
+#include "db_json.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvdb {
 
+// The rules of a vendor and group in both entry points, with every row of
+// their tables: {"vendor", "group", "GetPictureID": {"rule", "fixedResult",
+// "rows"}, "GetPictureIDEx": ...}, as `rules --json` and the page give them.
+Json RulesJson(int vendor, int group);
 // Every vendor/group pair the rules know and every rule's rows.
 void PrintAllRules(std::ostream& out, bool json);
 // The rules of one record's vendor and group; `model` names the record ("" for a fresh one).

@@ -9,18 +9,19 @@
 #include "db_json.h"
 
 struct orvx_db;
+struct orvx_web_db;
+class CPrnStaticInfo;
 
 namespace orvx_web {
 
 // An answer for JS: the JSON text in a malloc'd buffer (null only when memory runs out).
 char* Answer(const orvdb::Json& j);
 char* ErrorAnswer(const std::string& message);
+// Record `index` of the open database, or null.
+const CPrnStaticInfo* Record(orvx_web_db* w, std::size_t index);
 
 }  // namespace orvx_web
 
 extern "C" {
-struct orvx_web_db;
-// The open database's C handle (for the picture calls).
-orvx_db* orvx_web_c_handle(orvx_web_db* w);
 void orvx_web_free(char* answer);
 }

@@ -43,6 +43,10 @@ char* Answer(const Json& j) {
 
 char* ErrorAnswer(const std::string& message) { return Answer({{"error", message}}); }
 
+const CPrnStaticInfo* Record(orvx_web_db* w, std::size_t index) {
+  return w && index < w->model.size() ? &w->model[index] : nullptr;
+}
+
 }  // namespace orvx_web
 
 namespace {
@@ -86,8 +90,6 @@ Json SizeLists(std::span<const BYTE> block) {
 
 extern "C" {
 
-orvx_db* orvx_web_c_handle(orvx_web_db* w) { return w ? w->c : nullptr; }
-
 void orvx_web_free(char* answer) { std::free(answer); }
 
 // Opens `size` bytes at `data`: its JSON form or the file layout, as
@@ -110,9 +112,9 @@ char* orvx_web_open(const char* data, std::size_t size, orvx_web_db** out) {
     orvx_error err{};
     if (orvx_db_open_memory(bytes.data(), bytes.size(), &w->c, &err) != ORVX_OK)
       return Answer({{"error", err.message}, {"offset", err.offset}});
-    orvx::detail::Framing framing;
+    orvx::Framing framing;
     const orvx::Status load =
-        orvx::detail::LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, w->model, &framing);
+        orvx::LoadBytes({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, w->model, &framing);
     if (!orvdb::LintFraming(load, framing, w->findings)) return ErrorAnswer(load.message);
     const auto records = orvdb::LintRecords(w->model);
     w->findings.insert(w->findings.end(), records.begin(), records.end());
@@ -214,8 +216,9 @@ char* orvx_web_about(void) {
   Json notes = Json::object();
   for (const auto& n : orvdb::kFieldNotes) notes[std::string(n.field)] = n.note;
   for (const auto& d : orvx::RecordFields()) notes[std::string(d.name)] = orvdb::FieldNoteOf(d.name);
+  const Json hostStrings = {{"manualTray", orvx_manual_tray_string_id()}, {"defaultTray", orvx_default_tray_string_id()}};
   return Answer({{"version", orvx_version()}, {"flags", std::move(flags)}, {"fieldNotes", std::move(notes)},
-                 {"hostValueNote", orvdb::kHostValueNote}});
+                 {"hostValueNote", orvdb::kHostValueNote}, {"hostStrings", hostStrings}});
 }
 
 }  // extern "C"
