@@ -292,7 +292,7 @@ function renderPictureForm() {
   $("duplex").checked = !!c.duplexUnit;
   $("output-unit").value = c.outputUnit;
   for (const k of HOST_STRINGS) {
-    $(`number-${k}`).textContent = orvx.hostStrings[k];
+    $(`label-${k}`).textContent = `${orvx.hostStrings[k]}, ${$(`label-${k}`).dataset.words}`;
     $(`string-${k}`).value = c.strings[orvx.hostStrings[k]] || "";
   }
   renderPicture();

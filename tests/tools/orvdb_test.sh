@@ -215,6 +215,7 @@ t 0 $'option row 2: begins with "GX-266" (6) -> bits none; counted for the feede
   rules --vendor 2 --group 16
 t 0 '"GetPictureIDEx":{"rule":"GetOptionFlagEx_Nightjar"' '' rules --json
 t 0 '  any other group: GetPictureID none, picture ID 0; GetPictureIDEx GetOptionFlagEx_Nightjar' '' rules
+! grep -q 'group 6[3-9]' out.txt || fail "rules lists a group no row names: $(grep 'group 6[3-9]' out.txt)"
 t 2 '' '' rules --vendor 1
 t 0 'only at in-tray 6; large feeder' '' rules --vendor 2 --group 20   # positions counted from 1
 # explain names every input the rule leaves unread and the step behind a 0 or fixed result.
@@ -230,6 +231,7 @@ explain      option "X": GetPictureID does not read it, bits none|--vendor 1 --g
 explain      rule: no feeder configuration matched: 0, bits none|--vendor 1 --group 18 --in A B C
 explain      in-tray 7 "G": more than 6 in-trays: no feeder configuration, so no ID is written, bits none, ID -1|--vendor 1 --group 18 --in A B C D E F G
 explain      out-tray 1 "F": no rule runs for this group, bits none, ID -1|--vendor 3 --group 1 --out F
+explain      option "X": no rule runs for this group, bits none|--vendor 3 --group 1 --option X --doc-option Y
 explain      rule: fixed result of the group, bits 0x00000800|--vendor 2 --group 5 --classic
 END
 t 0 '' '' picture --vendor 1 --group 2 --explain && ! grep -q 'unit' out.txt || fail "explain names units not installed: $(<out.txt)"
