@@ -49,7 +49,8 @@ with orvx.Database("ORVDB.dat") as db:
 ')
 
 echo "installed tool:"
-"$prefix/bin/orvdb" show --db "$data/ORVDB.dat" "Vantor LP-1200" | head -1
+# The whole answer is read (sed, not head), so the tool never writes to a closed pipe.
+"$prefix/bin/orvdb" show --db "$data/ORVDB.dat" "Vantor LP-1200" | sed -n 1p
 # A missing database fails attach with the library's message, not a crash.
 if (cd "$work" && LD_LIBRARY_PATH="$libdir" "$work/pc_consumer" 2>/dev/null); then
   echo "the example reported success without ORVDB.dat" >&2

@@ -49,7 +49,7 @@ for deb in "${debs[1]}" "${debs[2]}"; do
   grep -q "\b$lib (= $version)" <<<"$(dpkg-deb -f "$deb" Depends)" || { echo "$(basename "$deb") does not depend on $lib (= $version)" >&2; exit 1; }
 done
 [[ "$(dpkg-deb -I "${debs[0]}" shlibs)" == "liborvx $soversion $lib (>= $version)" ]]
-[[ "$(dpkg-deb -I "${debs[0]}" symbols | head -1)" == "$soname $lib #MINVER#" ]]
+[[ "$(dpkg-deb -I "${debs[0]}" symbols | sed -n 1p)" == "$soname $lib #MINVER#" ]]
 # Errors fail; warnings and notes are shown.
 lintian --fail-on error "${debs[@]}"
 
