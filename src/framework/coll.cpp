@@ -4,8 +4,8 @@
 #include <atomic>
 
 std::uint64_t CPtrArray::NextStamp() {
-  static std::atomic<std::uint64_t> next{1};
-  return next.fetch_add(1, std::memory_order_relaxed);
+  static std::atomic<std::uint64_t> last;  // stamps start at 1
+  return ++last;
 }
 
 void CPtrArray::SetAtGrow(int i, void* p) {

@@ -139,5 +139,7 @@ TEST_F(EntryTest, SpecialFilesFailAtOnceAndNothingIsReadPastTheFormatsLimit) {
               "Initialize Error: " + (loadError == notRegular ? "ORVDB.dat not found" : loadError));
     EXPECT_EQ(orvx::ModelDatabase().LoadFile("ORVDB.dat").message, loadError);
   }
+  fs::resize_file("ORVDB.dat", 2ull << 30);  // at the limit: read as far as its count says
+  EXPECT_FALSE(orvx::ModelDatabase().LoadFile("ORVDB.dat").Failed());
 }
 #endif

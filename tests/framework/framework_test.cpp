@@ -5,14 +5,9 @@
 #include "orvx/afx_object.h"
 #include "orvx/prn_static_info.h"
 
-TEST(CStringTest, LoadStringUsesTheHostTable) {
-  orvx::host::SetStringResource(4711, "Manual Feed");
-  CString s("old");
-  EXPECT_TRUE(s.LoadString(4711));
-  EXPECT_EQ(s, "Manual Feed");
-  orvx::host::RemoveStringResource(4711);
-  EXPECT_FALSE(s.LoadString(4711));
-  EXPECT_EQ(s, "");
+TEST(CStringTest, FindAnswersMinusOneForNothing) {
+  EXPECT_EQ(CString("Cassette 1").Find("tte"), 5);
+  EXPECT_EQ(CString("Cassette 1").Find("Tray"), -1);
 }
 
 TEST(RuntimeClass, CreatesTheThreeRecordClassesByName) {

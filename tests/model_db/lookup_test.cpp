@@ -2,6 +2,7 @@
 // owned loads that fail cleanly.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <random>
 
@@ -88,8 +89,10 @@ TEST(Database, AFailedLoadReportsWhereAndKeepsWhatWasThere) {
   const std::size_t count = db.size();
   // Every cut inside the data fails where the data ends.
   for (std::size_t n = 0; n < sample.size(); n += (n < 200 ? 1 : 97)) {
-    const orvx::Status error = db.LoadBytes(std::span(sample).first(n));
+    orvx::Framing framing;
+    const orvx::Status error = orvx::LoadBytes(std::span(sample).first(n), db, &framing);
     EXPECT_EQ(error.code, orvx::Status::Format) << n;
+    EXPECT_EQ(framing.bytesRead, n);
     EXPECT_EQ(error.where, static_cast<long long>(n));
     EXPECT_NE(error.message.find("at byte " + std::to_string(n)), std::string::npos) << error.message;
   }
@@ -170,6 +173,9 @@ TEST(Lookup, IndexAgreesWithTheLinearScan) {
       ASSERT_EQ(found.index, expected.index) << key;
       ASSERT_EQ(found.how, expected.how) << key;
       ASSERT_EQ(GetPointerToCPrnStaticInfo(key.c_str()), At(expected.index)) << key;
+      const auto inside = std::find_if(names.begin(), names.end(),
+                                       [&](const std::string& n) { return !n.empty() && key.find(n) != std::string::npos; });
+      ASSERT_EQ(db.FirstNameIn(key), inside == names.end() ? -1 : inside - names.begin()) << key;
     }
   }
 }

@@ -1,11 +1,10 @@
-// Choice of rule, and the name-list entry points.
+// Choice of rule.
 #include <gtest/gtest.h>
 
 #include <map>
 #include <sstream>
 
 #include "orvx/picture.h"
-#include "orvx/prn_static_info.h"
 
 TEST(Dispatch, RuleChoiceForEveryGroup) {
   // The product's group lists, one line per vendor and entry: "rule groups...;".
@@ -39,15 +38,4 @@ TEST(Dispatch, RuleChoiceForEveryGroup) {
       }
     }
   }
-}
-
-TEST(Dispatch, NameListFormsLeaveTheCallersNamesAlone) {
-  CPrnStaticInfo record;
-  record.SetVenderID(1);
-  record.SetModelGroupID(12);
-  CStringList in{"Optional Cassette 1", "Cassette 2"}, out{"Face Down"}, none;
-  EXPECT_EQ(record.GetPictureID(in, out, 1, 0), 0x10003u);
-  EXPECT_EQ(in.GetHead(), "Optional Cassette 1");
-  EXPECT_EQ(record.GetPictureIDEx(in, out, none, none), 0x3u);
-  EXPECT_EQ(in.GetHead(), "Optional Cassette 1");
 }

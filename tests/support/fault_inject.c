@@ -36,13 +36,16 @@ static int fault_errno(void) {
 
 #define REAL(name, type) ((type)dlsym(RTLD_NEXT, name))
 
+/* The wrapped call fails with the chosen errno. */
+static int fail(void) {
+  errno = fault_errno();
+  return -1;
+}
+
 static int open_common(const char* real, const char* path, int flags, mode_t mode) {
   typedef int (*open_fn)(const char*, int, ...);
   const int temp = path && strstr(path, ".tmp-") != NULL;
-  if (temp && is("open")) {
-    errno = fault_errno();
-    return -1;
-  }
+  if (temp && is("open")) return fail();
   const int fd = REAL(real, open_fn)(path, flags, mode);
   if (temp && fd >= 0) temp_fd = fd;
   if ((flags & O_DIRECTORY) && fd >= 0) dir_fd = fd;
@@ -71,20 +74,14 @@ int close(int fd) {
 }
 
 int flock(int fd, int operation) {
-  if ((operation & LOCK_EX) && is("lock")) {
-    errno = fault_errno();
-    return -1;
-  }
+  if ((operation & LOCK_EX) && is("lock")) return fail();
   return REAL("flock", int (*)(int, int))(fd, operation);
 }
 
 ssize_t write(int fd, const void* buffer, size_t count) {
   typedef ssize_t (*write_fn)(int, const void*, size_t);
   if (fd >= 0 && fd == temp_fd) {
-    if (is("write")) {
-      errno = fault_errno();
-      return -1;
-    }
+    if (is("write")) return fail();
     if (is("short")) {
       if (!wrote_short && count > 1) {
         wrote_short = 1;
@@ -98,17 +95,11 @@ ssize_t write(int fd, const void* buffer, size_t count) {
 }
 
 int fsync(int fd) {
-  if (fd >= 0 && ((fd == temp_fd && is("fsync")) || (fd == dir_fd && is("dirsync")))) {
-    errno = fault_errno();
-    return -1;
-  }
+  if (fd >= 0 && ((fd == temp_fd && is("fsync")) || (fd == dir_fd && is("dirsync")))) return fail();
   return REAL("fsync", int (*)(int))(fd);
 }
 
 int rename(const char* from, const char* to) {
-  if (from && strstr(from, ".tmp-") && is("rename")) {
-    errno = fault_errno();
-    return -1;
-  }
+  if (from && strstr(from, ".tmp-") && is("rename")) return fail();
   return REAL("rename", int (*)(const char*, const char*))(from, to);
 }
