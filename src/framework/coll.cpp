@@ -19,7 +19,7 @@ void CPtrArray::SetAtGrow(int i, void* p) {
 void CPtrArray::InsertAt(int i, void* p, int count) {
   if (i < 0 || count <= 0) return;
   const auto at = static_cast<std::size_t>(i);
-  if (at > v_.size()) v_.resize(at, nullptr);
+  v_.resize(std::max(at, v_.size()), nullptr);  // past the end: null pointers up to it
   v_.insert(v_.begin() + static_cast<std::ptrdiff_t>(at), static_cast<std::size_t>(count), p);
   Touch();
 }

@@ -5,7 +5,7 @@
 
 namespace {
 std::size_t Clamp(int n, std::size_t size) {
-  return n <= 0 ? 0 : std::min(static_cast<std::size_t>(n), size);
+  return std::min(static_cast<std::size_t>(std::max(n, 0)), size);
 }
 }  // namespace
 

@@ -8,11 +8,11 @@
 
 namespace orvx::os {
 
-static_assert(win32::kFileNotFound == ERROR_FILE_NOT_FOUND && win32::kPathNotFound == ERROR_PATH_NOT_FOUND &&
-              win32::kAccessDenied == ERROR_ACCESS_DENIED && win32::kInvalidHandle == ERROR_INVALID_HANDLE &&
-              win32::kSharingViolation == ERROR_SHARING_VIOLATION && win32::kHandleDiskFull == ERROR_HANDLE_DISK_FULL &&
-              win32::kDiskFull == ERROR_DISK_FULL && win32::kDirectoryAttribute == FILE_ATTRIBUTE_DIRECTORY &&
-              win32::kNoAttributes == INVALID_FILE_ATTRIBUTES);
+static_assert(win32::kFileNotFound == ERROR_FILE_NOT_FOUND && win32::kPathNotFound == ERROR_PATH_NOT_FOUND);
+static_assert(win32::kAccessDenied == ERROR_ACCESS_DENIED && win32::kInvalidHandle == ERROR_INVALID_HANDLE);
+static_assert(win32::kSharingViolation == ERROR_SHARING_VIOLATION && win32::kDiskFull == ERROR_DISK_FULL);
+static_assert(win32::kHandleDiskFull == ERROR_HANDLE_DISK_FULL);
+static_assert(win32::kDirectoryAttribute == FILE_ATTRIBUTE_DIRECTORY && win32::kNoAttributes == INVALID_FILE_ATTRIBUTES);
 
 namespace {
 HANDLE H(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
@@ -105,10 +105,10 @@ FileStamp Stamp(FileHandle file) {
   if (!::GetFileInformationByHandle(H(file), &info)) return {};
   FILE_BASIC_INFO basic{};
   const bool times = ::GetFileInformationByHandleEx(H(file), FileBasicInfo, &basic, sizeof basic);
-  const auto join = [](DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; };
   return {!(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY), info.dwVolumeSerialNumber,
-          join(info.nFileIndexHigh, info.nFileIndexLow), join(info.nFileSizeHigh, info.nFileSizeLow),
-          win32::Nanoseconds(static_cast<std::int64_t>(join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime))),
+          win32::Join(info.nFileIndexHigh, info.nFileIndexLow), win32::Join(info.nFileSizeHigh, info.nFileSizeLow),
+          win32::Nanoseconds(static_cast<std::int64_t>(
+              win32::Join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime))),
           times ? win32::Nanoseconds(basic.ChangeTime.QuadPart) : 0};
 }
 

@@ -43,6 +43,9 @@ constexpr bool DeniedForADirectory(std::uint32_t error, std::uint32_t attributes
   return error == kAccessDenied && attributes != kNoAttributes && (attributes & kDirectoryAttribute);
 }
 
+// A 64-bit number the system gives as two 32-bit halves.
+constexpr std::uint64_t Join(std::uint32_t high, std::uint32_t low) { return (std::uint64_t{high} << 32) | low; }
+
 // A FILETIME (100 ns since 1601) as nanoseconds since 1970.
 constexpr std::int64_t Nanoseconds(std::int64_t fileTime) { return (fileTime - 116444736000000000) * 100; }
 

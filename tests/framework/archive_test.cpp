@@ -213,5 +213,6 @@ TEST(File, Win32AnswersAndWhatTheyMean) {
   EXPECT_TRUE(w::DeniedForADirectory(5, 0x10));
   EXPECT_FALSE(w::DeniedForADirectory(5, 0x01) || w::DeniedForADirectory(5, 0xFFFFFFFF) || w::DeniedForADirectory(32, 0x10));
   EXPECT_EQ(w::Nanoseconds(116444736000000001), 100);  // 1970 and 100 ns
+  EXPECT_EQ(w::Join(1, 2), 0x100000002u);
   EXPECT_EQ(w::TrimMessage("Access is denied. \r\n") + w::TrimMessage(".") + w::TrimMessage("x"), "Access is deniedx");
 }

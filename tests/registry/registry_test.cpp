@@ -248,3 +248,14 @@ TEST_F(Store, HostileNamesAndFilesNeitherBreakTheStoreNorHang) {
     EXPECT_NE(outcome.find(expected), std::string::npos) << outcome;
   }
 }
+
+TEST_F(Store, AnEnumerationWithoutEitherHalfOfItsNameBufferIsRefused) {
+  Put(kUser, "K", {DwordValue("v", 1)});
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyExA(kUser, "K", 0, KEY_READ, &key), ERROR_SUCCESS);
+  char name[8];
+  DWORD length = sizeof name;
+  EXPECT_EQ(RegEnumValueA(key, 0, nullptr, &length, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(RegEnumValueA(key, 0, name, nullptr, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_PARAMETER);
+  RegCloseKey(key);
+}
