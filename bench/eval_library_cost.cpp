@@ -39,7 +39,7 @@ Prepared Prepare(const std::string& line, orvdb::PictureCodec& codec) {
   const std::string op = j["op"];
   if (op == "picture") {
     p.kind = Prepared::Picture;
-    orvdb::json::Reader reader;
+    orvx::json::Reader reader;
     orvdb::ParseRequest(reader, line);
     codec.Decode(reader, p.picture, orvdb::RecordFrom::Request);
     p.vendor = static_cast<WORD>(p.picture.vendor);

@@ -31,14 +31,14 @@
 #include <utility>
 #include <vector>
 
-#include "json_reader.h"
+#include "orvx/json_reader.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;  // keeps members in order, as the reader does
-using orvdb::json::Kind;
-using orvdb::json::Reader;
-using orvdb::json::Value;
+using orvx::json::Kind;
+using orvx::json::Reader;
+using orvx::json::Value;
 
 constexpr int kReaderMaxDepth = 512;
 
@@ -112,7 +112,7 @@ struct Walk {
     }
     Require(j.is_number());
     long long n = 0;
-    const bool integer = orvdb::json::ToInteger(v, n);
+    const bool integer = orvx::json::ToInteger(v, n);
     if (j.is_number_unsigned()) {
       const auto u = j.get<std::uint64_t>();
       constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<long long>::max());
@@ -132,7 +132,7 @@ struct Walk {
       case Kind::True: return Require(j.is_boolean() && j.get<bool>());
       case Kind::False: return Require(j.is_boolean() && !j.get<bool>());
       case Kind::Number: return Number(v, j);
-      case Kind::String: return Require(j.is_string() && orvdb::json::String(v) == j.get_ref<const std::string&>());
+      case Kind::String: return Require(j.is_string() && orvx::json::String(v) == j.get_ref<const std::string&>());
       case Kind::Array: {
         Require(j.is_array());
         std::size_t i = 0;
@@ -149,7 +149,7 @@ struct Walk {
         std::vector<std::pair<std::string, Value>> members;
         std::map<std::string, std::size_t, std::less<>> place;
         std::string key;
-        orvdb::json::ForEachMember(v, key, [&](std::string_view k, const Value& value) {
+        orvx::json::ForEachMember(v, key, [&](std::string_view k, const Value& value) {
           const auto [it, added] = place.emplace(std::string(k), members.size());
           if (added) members.emplace_back(std::string(k), value);
           else members[it->second].second = value;

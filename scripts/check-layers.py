@@ -30,12 +30,12 @@ RANK = {folder: row for row, folders in enumerate(LAYERS) for folder in folders}
 
 # Each public header sits with the folder that implements it.
 PUBLIC = {
-    "export.h": "text", "version.h": "text", "status.h": "text", "text.h": "text",
+    "export.h": "text", "version.h": "text", "status.h": "text", "text.h": "text", "json_reader.h": "text",
     "whole_file.h": "files",
     "afx_types.h": "framework", "afx_object.h": "framework", "afx_string.h": "framework",
     "afx_coll.h": "framework", "afx_file.h": "framework", "afx_host.h": "framework",
     "prn_static_info.h": "record", "record_fields.h": "record", "size_list.h": "record",
-    "flags.inc": "record", "picture_rules.inc": "record",
+    "flags.inc": "record", "picture_rules.inc": "record", "record_json.h": "record",
     "database.h": "model_db", "db_form.h": "model_db",
     "picture.h": "picture", "picture_trace.h": "picture", "picture_values.h": "picture",
     "model_db.h": "attach",

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -22,6 +23,12 @@ namespace orvx {
 namespace detail {
 class NameIndex;
 struct IndexSlot;
+struct Loaded;
+}
+class ModelDatabase;
+struct Framing;
+namespace detail {
+Status LoadKept(std::vector<std::uint8_t> bytes, std::string_view source, ModelDatabase& db, Framing& framing);
 }
 
 // How a name found its record.
@@ -79,14 +86,46 @@ class ORVX_API ModelDatabase {
   void Add(std::unique_ptr<CPrnStaticInfo> record);
   void Store(CArchive& ar) const;
 
+  // ---- editing. An edit checks everything before it changes anything: a
+  // refused one leaves the database as it was, and its message names the
+  // record ("model 3 (\"Name\"), key \"Info0301\": ..."). An index past the
+  // end is NotFound. While one thread edits, no other may use the database.
+  // Records keep their addresses through inserts and moves; a removed one is freed.
+
+  // `value` is the JSON text of one value for `key`, as SetRecordValue takes it.
+  Status Set(std::size_t i, std::string_view key, std::string_view value);
+  Status SetFlag(std::size_t i, std::string_view flag, bool on);
+  // A blank record at `at` (0 to size()), or a copy of `from` (which may be
+  // one of this database's records).
+  Status Insert(std::size_t at, const CPrnStaticInfo* from = nullptr);
+  Status Remove(std::size_t i);
+  // The record at `from` moves so that it ends up at position `to`.
+  Status Move(std::size_t from, std::size_t to);
+
+  // The database in the file layout. While it holds what its LoadFile or
+  // LoadBytes last loaded (unchanged, or changed back), these are the loaded
+  // bytes as they were, bytes after the last record and all; otherwise the
+  // records as the file layout writes them. (The free LoadFile and LoadBytes
+  // below keep no such copy.)
+  std::vector<std::uint8_t> Bytes() const;
+  // Bytes() as the file `path`, replaced whole or not at all (never torn).
+  Status Save(const std::string& path) const;
+
  private:
+  friend Status detail::LoadKept(std::vector<std::uint8_t>, std::string_view, ModelDatabase&, Framing&);
   std::shared_ptr<const detail::NameIndex> Index() const;
+  // The record at `i`, or why there is none.
+  Status Check(std::size_t i, std::size_t end) const;
+  void Changed();
 
   // The index, made by the first lookup that needs it and shared by readers,
   // and the rename counter the records point at: apart from the database,
   // so that both stay where they are when it moves. Null only while empty.
   std::unique_ptr<detail::IndexSlot> slot_;
   std::vector<std::unique_ptr<CPrnStaticInfo>> records_;
+  // What was loaded: its bytes, and the records as the file layout writes
+  // them, which tells whether the database still holds it.
+  std::shared_ptr<const detail::Loaded> loaded_;
 };
 
 // How far a read of a database got, failed or not: what a check of a file's
@@ -97,6 +136,12 @@ struct Framing {
   std::uint64_t length = 0;           // the whole input
   std::uint64_t Trailing() const { return length > bytesRead ? length - bytesRead : 0; }
 };
+// The whole database in its JSON form ({"models": [...]}, each record as
+// orvx/record_json.h writes it), ending in a line break: handed to `sink` a
+// record at a time (never held whole), or as one text.
+ORVX_API void WriteDatabaseJson(const ModelDatabase& db, const std::function<void(std::string_view)>& sink);
+ORVX_API std::string DatabaseJson(const ModelDatabase& db);
+
 // ModelDatabase::LoadFile and LoadBytes into `db`, and, when `framing` is
 // given, how far the read got.
 ORVX_API Status LoadFile(const std::string& path, ModelDatabase& db, Framing* framing = nullptr);

@@ -14,7 +14,7 @@
  *   fixed text.
  * - Handles are opaque. An orvx_db belongs to the caller from a successful
  *   open until orvx_db_close. An orvx_record is borrowed from its database:
- *   it stays valid until that database is closed.
+ *   it stays valid until that database is closed or the record removed.
  * - Strings passed in are NUL-terminated bytes in the system's code page and
  *   are only read during the call; a string ends at its first zero byte, so a
  *   C caller cannot pass a name or path that holds one (no function takes a
@@ -24,8 +24,9 @@
  *   (mostly NULL, 0 or -1), never as they were.
  * - A NULL record or database is allowed everywhere: getters then answer as
  *   for a missing value (0, -1 or NULL, as each comment says).
- * - An open database is only read: any number of threads may use one at the
- *   same time. Picture calls write only into the caller's tray array.
+ * - Any number of threads may read one open database at the same time; an
+ *   edit (orvx_db_set ... orvx_db_move) needs it to itself. Picture calls
+ *   write only into the caller's tray array.
  */
 #ifndef ORVX_ORVX_H
 #define ORVX_ORVX_H
@@ -211,6 +212,54 @@ ORVX_API size_t orvx_record_size_list_count(const orvx_record* r);
  * ORVX_E_ARGUMENT for a NULL record or list; on failure *list is empty
  * (tray -1, name "", no sizes). */
 ORVX_API int orvx_record_size_list_at(const orvx_record* r, size_t i, orvx_size_list* list);
+
+/* ---- editing and writing ------------------------------------------------------
+ * An edit checks everything before it changes anything: a refused edit
+ * leaves the database as it was. ORVX_E_NOT_FOUND: a record index past the
+ * end, or a field or flag that no record has; ORVX_E_ARGUMENT: a NULL
+ * argument, or a value that does not fit, the message saying why in the
+ * words of `orvdb build` ("model 3 (\"Name\"), key \"Info0301\": 300 is out of
+ * range for a 8-bit signed field"). While one thread edits a database, no
+ * other may use it. Record handles stay valid through edits but for a
+ * removed record's; a record's index changes with inserts, removes and moves. */
+
+/* Any key of a record's JSON form (`orvdb export`: "ModelName",
+ * "ModelNameBytes", "VenderID", "Info0301", "Flags", "FlagNames",
+ * "InTraySPSZSizeList"), its value given as JSON text: 300, "Name",
+ * ["IsColorPrinter"], [{"tray": 1, "sizes": [1, 2]}, {"tray": "Cassette", "sizes": []}], null. */
+ORVX_API int orvx_db_set(orvx_db* db, size_t index, const char* key, const char* json_value, orvx_error* err);
+/* A numeric field by its number (orvx_field_name) or by name. */
+ORVX_API int orvx_db_set_field(orvx_db* db, size_t index, size_t field, int64_t value, orvx_error* err);
+ORVX_API int orvx_db_set_field_by_name(orvx_db* db, size_t index, const char* name, int64_t value, orvx_error* err);
+/* Sets (on != 0) or clears a flag by name ("IsColorPrinter"). */
+ORVX_API int orvx_db_set_flag(orvx_db* db, size_t index, const char* name, int on, orvx_error* err);
+/* The model name: `length` bytes at `name`, which may hold any byte but zero. */
+ORVX_API int orvx_db_set_name(orvx_db* db, size_t index, const char* name, size_t length, orvx_error* err);
+/* The size lists, as orvx_record_size_list_at gives them (tray -1: by name);
+ * `count` 0 removes the block. The block must fit in 255 bytes. */
+ORVX_API int orvx_db_set_size_lists(orvx_db* db, size_t index, const orvx_size_list* lists, size_t count,
+                                    orvx_error* err);
+/* A blank record at `at` (0 to the count), or a copy of `from`, which may
+ * belong to any open database. */
+ORVX_API int orvx_db_insert(orvx_db* db, size_t at, const orvx_record* from, orvx_error* err);
+ORVX_API int orvx_db_remove(orvx_db* db, size_t index, orvx_error* err);
+/* The record at `from` moves so that it ends up at `to`. */
+ORVX_API int orvx_db_move(orvx_db* db, size_t from, size_t to, orvx_error* err);
+
+/* The database in the file layout: byte for byte the opened file while the
+ * records are as opened (or changed back). *size receives the length; the
+ * bytes are copied only when `out` is not NULL and `capacity` holds them
+ * (else ORVX_E_ARGUMENT, nothing copied, *size set). */
+ORVX_API int orvx_db_write(const orvx_db* db, void* out, size_t capacity, size_t* size, orvx_error* err);
+/* The database as the file `path`, replaced whole or not at all: in the file
+ * layout (the bytes of orvx_db_write) or in its JSON form (orvx_db_json). */
+typedef enum orvx_form { ORVX_FORM_DAT = 0, ORVX_FORM_JSON = 1 } orvx_form;
+ORVX_API int orvx_db_save(const orvx_db* db, const char* path, int form, orvx_error* err);
+/* The JSON form of the database ({"models": [...]}) or of one record, as
+ * `orvdb export` writes it, NUL-terminated; *size receives the length without
+ * the NUL, and the text is copied only when `capacity` exceeds it. */
+ORVX_API int orvx_db_json(const orvx_db* db, char* out, size_t capacity, size_t* size, orvx_error* err);
+ORVX_API int orvx_record_json(const orvx_record* r, char* out, size_t capacity, size_t* size, orvx_error* err);
 
 /* ---- picture IDs -------------------------------------------------------------- */
 

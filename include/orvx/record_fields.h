@@ -60,6 +60,8 @@ struct FlagDesc {
   void (CPrnStaticInfo::*set)(int);
 };
 ORVX_API std::span<const FlagDesc> RecordFlags();
+// The flag named `name`, or null.
+ORVX_API const FlagDesc* FindFlag(std::string_view name);
 // The bits of Flags that mean something.
 inline constexpr DWORD kDefinedFlagBits = 0x1FFF;
 

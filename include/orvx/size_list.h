@@ -8,7 +8,9 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "orvx/afx_types.h"
 #include "orvx/export.h"
@@ -55,5 +57,23 @@ class ORVX_API SizeListReader {
 // an entry that lists it may hold no sizes.
 ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, int trayNumber);
 ORVX_API std::optional<std::span<const BYTE>> FindSizeList(std::span<const BYTE> block, const char* trayName);
+
+// One entry of a block as data: a numbered tray's or a named tray's sizes.
+struct TraySizes {
+  bool named = false;
+  int number = 0;  // the entry's key: the tray number, or 10 for a named entry
+  std::string name;
+  std::vector<BYTE> sizes;
+};
+// The entries of a well-formed block, in order. False when an entry runs past
+// the end of the block or an entry of key 10 has no zero byte after a name.
+ORVX_API bool DecodeSizeLists(std::span<const BYTE> block, std::vector<TraySizes>& out);
+// Why an entry cannot be stored (a name holding a zero byte, a number
+// outside 0 to 255 or equal to 10), or null.
+ORVX_API const char* TrayProblem(const TraySizes& tray);
+// The block of `trays`, its length byte first: an Argument failure
+// ("entry 3: the block grows to 260 bytes here; it holds at most 255") when
+// it does not fit, or a tray cannot be stored.
+ORVX_API Result<std::vector<BYTE>> EncodeSizeLists(std::span<const TraySizes> trays);
 
 }  // namespace orvx

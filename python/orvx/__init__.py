@@ -12,11 +12,13 @@ as UTF-8 with ``surrogateescape``, so any name (UTF-8 or not) round-trips:
 """
 # Imported under private names: the package's namespace is its public names only.
 import collections as _collections
+import contextlib as _contextlib
 import ctypes as _ctypes
 import ctypes.util as _ctypes_util
 import enum as _enum
 import functools as _functools
 import glob as _glob
+import json as _json
 import operator as _operator
 import os as _os
 import sys as _sys
@@ -247,6 +249,11 @@ class _CCall(_ctypes.Structure):
                 ("manual_tray_name", _ctypes.c_char_p), ("default_tray_name", _ctypes.c_char_p)]
 
 
+class _CSizeList(_ctypes.Structure):
+    _fields_ = [("tray", _ctypes.c_int), ("name", _ctypes.c_char * 256), ("size_count", _ctypes.c_size_t),
+                ("sizes", _ctypes.c_ubyte * 256)]
+
+
 class _CStep(_ctypes.Structure):
     _fields_ = [("kind", _ctypes.c_int), ("name", _ctypes.c_char_p), ("input_name", _ctypes.c_char_p),
                 ("final_name", _ctypes.c_char_p), ("row", _ctypes.c_int), ("test", _ctypes.c_char_p),
@@ -308,6 +315,18 @@ _tray_init = _fn("orvx_tray_init", None, _trays, _ctypes.c_char_p)
 _step_name = _fn("orvx_picture_step_name", _ctypes.c_char_p, _ctypes.c_int)
 _set_string = _fn("orvx_host_set_string", _ctypes.c_int, _ctypes.c_uint, _ctypes.c_char_p)
 _clear_strings = _fn("orvx_host_clear_strings", None)
+_size_list_count = _fn("orvx_record_size_list_count", _size, _P)
+_size_list_at = _fn("orvx_record_size_list_at", _ctypes.c_int, _P, _size, _ctypes.POINTER(_CSizeList))
+_db_set = _fn("orvx_db_set", _ctypes.c_int, _P, _size, _ctypes.c_char_p, _ctypes.c_char_p, _err)
+_db_set_flag = _fn("orvx_db_set_flag", _ctypes.c_int, _P, _size, _ctypes.c_char_p, _ctypes.c_int, _err)
+_db_set_name = _fn("orvx_db_set_name", _ctypes.c_int, _P, _size, _ctypes.c_char_p, _size, _err)
+_db_insert = _fn("orvx_db_insert", _ctypes.c_int, _P, _size, _P, _err)
+_db_remove = _fn("orvx_db_remove", _ctypes.c_int, _P, _size, _err)
+_db_move = _fn("orvx_db_move", _ctypes.c_int, _P, _size, _size, _err)
+_db_write = _fn("orvx_db_write", _ctypes.c_int, _P, _ctypes.c_char_p, _size, _ctypes.POINTER(_size), _err)
+_db_save = _fn("orvx_db_save", _ctypes.c_int, _P, _ctypes.c_char_p, _ctypes.c_int, _err)
+_db_json = _fn("orvx_db_json", _ctypes.c_int, _P, _ctypes.c_char_p, _size, _ctypes.POINTER(_size), _err)
+_record_json = _fn("orvx_record_json", _ctypes.c_int, _P, _ctypes.c_char_p, _size, _ctypes.POINTER(_size), _err)
 
 _OK, _E_NOT_FOUND = 0, 6
 _FLAGS = [(_flag_name(i).decode(), _flag_bit(i)) for i in range(_flag_count())]
@@ -325,6 +344,29 @@ _FIELD_INDEX = {name: i for i, (name, _) in enumerate(FIELDS)}
 
 def _raise(err):
     raise _error(err.message.decode("utf-8", "replace"), err.status, err.offset)
+
+
+def _call(fn, *args):
+    """Calls a C function that takes an orvx_error last; raises its failure."""
+    err = _CError()
+    if fn(*args, _ctypes.byref(err)) != _OK:
+        _raise(err)
+
+
+def _refused(fn, *args):
+    """An edit: the library refuses a value, a key or a flag with ValueError."""
+    err = _CError()
+    if fn(*args, _ctypes.byref(err)) != _OK:
+        raise ArgumentError(err.message.decode("utf-8", "replace"), err.status)
+
+
+def _sized(fn, handle):
+    """The bytes a sizing C call gives: asked for their size, then copied."""
+    size = _size(0)
+    _call(fn, handle, None, 0, _ctypes.byref(size))
+    buf = _ctypes.create_string_buffer(size.value + 1)
+    _call(fn, handle, buf, len(buf), _ctypes.byref(size))
+    return buf.raw[:size.value]
 
 
 def _bytes(text, what="a name"):
@@ -449,7 +491,6 @@ SizeList = _collections.namedtuple("SizeList", "tray sizes")
 SizeList.__doc__ = """One entry of a record's size lists: ``tray`` is the input tray's
 number (an int from 0 to 255) or, for a named entry, its name (str), and
 ``sizes`` its paper-size codes (bytes)."""
-_NAMED_SIZE_LIST = 10  # the key of an entry that holds a tray's name, a zero byte, then the sizes
 
 
 def _read_trace(handle):
@@ -599,6 +640,94 @@ class Database:
             return None, Match.DEFAULT
         return Record(self, index.value), Match(_match_name(how.value).decode())
 
+    # ---- editing. Records are positions: after an insert, a remove or a move a
+    # Record reads whatever record then stands at its index.
+
+    def _position(self, index, end=False):
+        """`index` as a position (negative counts from the end); IndexError past the end."""
+        if isinstance(index, bool) or not isinstance(index, int):
+            raise TypeError(f"record indices must be int, not {type(index).__name__}")
+        n = _count(self._live()) + (1 if end else 0)
+        if index < 0:
+            index += n
+        if not 0 <= index < n:
+            raise IndexError("record index out of range")
+        return index
+
+    @_holding
+    def set(self, index, field, value):
+        """Stores `value` in `field` of record `index`, a key as ``to_dict``
+        and ``orvdb export`` name it ("ModelName", "VenderID", "Info0301",
+        "Flags", "FlagNames", "InTraySPSZSizeList" as [{"tray": 1 or "name",
+        "sizes": [...]}] or None). A model name may be bytes. A value the
+        library refuses raises ValueError with its message, and nothing changes."""
+        index = self._position(index)
+        if field == "ModelName" and isinstance(value, (bytes, bytearray)):
+            return _refused(_db_set_name, self._live(), index, bytes(value), len(value))
+        try:
+            text = _json.dumps(value, ensure_ascii=False, allow_nan=False)
+        except (TypeError, ValueError) as e:
+            raise ArgumentError(f"{field}: {e}") from None
+        _refused(_db_set, self._live(), index, _bytes(field, "a field name"), text.encode("utf-8", "surrogateescape"))
+
+    @_holding
+    def set_flag(self, index, name, on=True):
+        """Sets or clears the capability flag `name` ("IsColorPrinter") of record `index`."""
+        _refused(_db_set_flag, self._live(), self._position(index), _bytes(name, "a flag name"), 1 if on else 0)
+
+    @_holding
+    def insert(self, index, fields=None):
+        """Inserts a record at `index` (``len(db)`` appends): blank, a copy of a
+        ``Record`` (of any open database), or made of a dict of fields as
+        ``set`` takes them. A field the library refuses inserts nothing."""
+        at = self._position(index, end=True)
+        if isinstance(fields, Record):
+            with fields._db._hold():
+                return _refused(_db_insert, self._live(), at, fields._h())
+        if fields is not None and not isinstance(fields, dict):
+            raise TypeError(f"fields are a dict or a Record, not {type(fields).__name__}")
+        _refused(_db_insert, self._live(), at, None)
+        try:
+            for key, value in (fields or {}).items():
+                self.set(at, key, value)
+        except BaseException:
+            _refused(_db_remove, self._live(), at)
+            raise
+
+    @_holding
+    def remove(self, index):
+        """Removes record `index`."""
+        _refused(_db_remove, self._live(), self._position(index))
+
+    @_holding
+    def move(self, src, dst):
+        """Moves record `src` so that it ends up at position `dst` (the lookup takes the first match in file order)."""
+        _refused(_db_move, self._live(), self._position(src), self._position(dst))
+
+    @_holding
+    def save(self, path=None, form="dat"):
+        """The database in the file layout ("dat": byte for byte the opened file
+        while no record differs from it) or its JSON form ("json", as ``orvdb
+        export`` writes it): written to `path`, replaced whole or not at all,
+        or returned as bytes when no path is given."""
+        if form not in ("dat", "json"):
+            raise ValueError(f'a database is saved as "dat" or "json", not {form!r}')
+        h = self._live()
+        if path is None:
+            return _sized(_db_write if form == "dat" else _db_json, h)
+        raw = _os.fsencode(path)
+        if b"\0" in raw:
+            raise ValueError(f"a path that holds a zero byte: {path!r}")
+        _call(_db_save, h, raw, 0 if form == "dat" else 1)
+
+    @_contextlib.contextmanager
+    def _hold(self):
+        self._enter()
+        try:
+            yield
+        finally:
+            self._leave()
+
 
 class Record:
     """One model record, borrowed from its database: usable until the
@@ -699,54 +828,22 @@ class Record:
         the flags that are set after "Flags", and the size lists as
         ``[{"tray": number or name, "sizes": [codes]}]`` (None: no block; the
         block's bytes, length byte first, when it does not read as trays)."""
-        h = self._h()
-        value = _ctypes.c_int64()
-        raw = self.name_bytes
-        try:
-            out = {"ModelName": raw.decode("utf-8")}
-        except UnicodeDecodeError:
-            out = {"ModelNameBytes": list(raw)}
-        for i, (name, _) in enumerate(FIELDS):
-            _field(h, i, _ctypes.byref(value))
-            out[name] = value.value
-            if name == "Flags":
-                out["FlagNames"] = [flag for flag in FLAG_NAMES if self.flag(flag)]
-        out["InTraySPSZSizeList"] = self._size_lists_json()
-        return out
-
-    @staticmethod
-    def _walk_size_lists(block):
-        """The block's entries as (key, name bytes or None, sizes), and whether
-        the walk reached the block's end; the getters' walk, which stops at an
-        entry that runs past the end."""
-        end = min(len(block), block[0]) if block else 0
-        entries, at = [], 1
-        while at < end:
-            if at + 2 > end or at + 2 + block[at + 1] > end:
-                return entries, False
-            key, payload = block[at], block[at + 2:at + 2 + block[at + 1]]
-            at += 2 + len(payload)
-            zero = payload.find(0) if key == _NAMED_SIZE_LIST else -1
-            entries.append((key, payload[:zero], payload[zero + 1:]) if zero >= 0 else (key, None, payload))
-        return entries, True
+        return _json.loads(_sized(lambda h, out, capacity, size, err: _record_json(h, out, capacity, size, err),
+                                  self._h()))
 
     @_holding
     def size_lists(self):
         """Every size list of the record in block order, as ``SizeList(tray,
-        sizes)``; [] without a block. Like ``size_list``, it reads nothing
-        from an entry that runs past the block's end onwards."""
-        return [SizeList(key if name is None else _text(name), sizes) for key, name, sizes in self._walk_size_lists(self.size_list_block())[0]]
-
-    def _size_lists_json(self):
-        block = self.size_list_block()
-        entries, whole = self._walk_size_lists(block)
-        try:
-            if block and whole and all(name is not None or key != _NAMED_SIZE_LIST for key, name, _ in entries):
-                return [{"tray": key if name is None else name.decode("utf-8"), "sizes": list(sizes)}
-                        for key, name, sizes in entries]
-        except UnicodeDecodeError:
-            pass
-        return list(self.size_list_block()) or None
+        sizes)`` (tray: a number, or a name); [] without a block. Like
+        ``size_list``, it reads nothing from an entry that runs past the
+        block's end onwards."""
+        h, entry = self._h(), _CSizeList()
+        out = []
+        for i in range(_size_list_count(h)):
+            _size_list_at(h, i, _ctypes.byref(entry))
+            out.append(SizeList(entry.tray if entry.tray >= 0 else _text(entry.name),
+                                bytes(entry.sizes[:entry.size_count])))
+        return out
 
     @_holding
     def rule(self, classic=False):

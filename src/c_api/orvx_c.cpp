@@ -24,8 +24,10 @@
 #include "model_db/db_loader.h"
 #include "orvx/picture.h"
 #include "orvx/record_fields.h"
+#include "orvx/record_json.h"
 #include "orvx/size_list.h"
 #include "orvx/supported_model.h"
+#include "orvx/whole_file.h"
 
 struct orvx_db {
   orvx::ModelDatabase db;
@@ -286,13 +288,15 @@ const char* orvx_status_text(orvx_status status) {
 const char* orvx_version(void) { return ORVX_VERSION_STRING; }
 uint32_t orvx_version_number(void) { return orvx::kVersionNumber; }
 
+// The database's own loads: they keep the bytes, which orvx_db_write gives
+// back while nothing is changed.
 int orvx_db_open_file(const char* path, orvx_db** db, orvx_error* err) {
-  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d) { return orvx::LoadFile(path, d); });
+  return Open(path != nullptr, db, err, [&](orvx::ModelDatabase& d) { return d.LoadFile(path); });
 }
 
 int orvx_db_open_memory(const void* data, size_t size, orvx_db** db, orvx_error* err) {
   return Open(data || !size, db, err, [&](orvx::ModelDatabase& d) {
-    return orvx::LoadBytes({static_cast<const std::uint8_t*>(data), size}, d);
+    return d.LoadBytes({static_cast<const std::uint8_t*>(data), size});
   });
 }
 
@@ -650,3 +654,134 @@ int orvx_comm_config_load(uint32_t port, void* config, size_t capacity, size_t* 
 }
 
 }  // extern "C"
+
+// ---- editing and writing ----------------------------------------------------------
+// Every typed setter says its value as JSON text, so that one decoder checks
+// them all and words each refusal as build does.
+
+namespace {
+
+template <typename Change>
+int Edit(orvx_db* db, orvx_error* err, Change edit) {
+  if (!db) return Fail(err, ORVX_E_ARGUMENT, "no database");
+  return Guard(err, [&] {
+    const orvx::Status e = edit(db->db);
+    return e.Failed() ? FromError(err, e) : Ok(err);
+  });
+}
+
+template <typename Bytes>
+std::string ByteArray(const Bytes& bytes) {
+  std::string text = "[";
+  for (const auto b : bytes) text += (text.size() > 1 ? "," : "") + std::to_string(static_cast<unsigned char>(b));
+  return text + "]";
+}
+
+// `text` into `out` when there is room (for a text, room for its NUL too).
+int CopyOut(const std::string_view bytes, void* out, size_t capacity, size_t* size, bool terminated, orvx_error* err) {
+  if (size) *size = bytes.size();
+  if (!out) return Ok(err);
+  if (capacity < bytes.size() + (terminated ? 1 : 0))
+    return Fail(err, ORVX_E_ARGUMENT, std::to_string(bytes.size()) + " bytes do not fit in " + std::to_string(capacity));
+  std::memcpy(out, bytes.data(), bytes.size());
+  if (terminated) static_cast<char*>(out)[bytes.size()] = '\0';
+  return Ok(err);
+}
+
+}  // namespace
+
+int orvx_db_set(orvx_db* db, size_t index, const char* key, const char* json_value, orvx_error* err) {
+  if (!key || !json_value) return Fail(err, ORVX_E_ARGUMENT, "no key or value");
+  return Edit(db, err, [&](orvx::ModelDatabase& d) { return d.Set(index, key, json_value); });
+}
+
+int orvx_db_set_field(orvx_db* db, size_t index, size_t field, int64_t value, orvx_error* err) {
+  if (field >= orvx::RecordFields().size())
+    return Fail(err, ORVX_E_NOT_FOUND, "no field " + std::to_string(field) + " (a record has " +
+                                           std::to_string(orvx::RecordFields().size()) + ")");
+  return Edit(db, err, [&](orvx::ModelDatabase& d) {
+    return d.Set(index, orvx::RecordFields()[field].name, std::to_string(value));
+  });
+}
+
+int orvx_db_set_field_by_name(orvx_db* db, size_t index, const char* name, int64_t value, orvx_error* err) {
+  if (!name) return Fail(err, ORVX_E_ARGUMENT, "no field name");
+  if (!orvx::FindField(name)) return Fail(err, ORVX_E_NOT_FOUND, std::string("no field named \"") + name + "\"");
+  return Edit(db, err, [&](orvx::ModelDatabase& d) { return d.Set(index, name, std::to_string(value)); });
+}
+
+int orvx_db_set_flag(orvx_db* db, size_t index, const char* name, int on, orvx_error* err) {
+  if (!name) return Fail(err, ORVX_E_ARGUMENT, "no flag name");
+  return Edit(db, err, [&](orvx::ModelDatabase& d) { return d.SetFlag(index, name, on != 0); });
+}
+
+int orvx_db_set_name(orvx_db* db, size_t index, const char* name, size_t length, orvx_error* err) {
+  if (!name && length) return Fail(err, ORVX_E_ARGUMENT, "no name");
+  return Edit(db, err, [&](orvx::ModelDatabase& d) {
+    return d.Set(index, "ModelNameBytes", ByteArray(std::string_view(name ? name : "", length)));
+  });
+}
+
+int orvx_db_set_size_lists(orvx_db* db, size_t index, const orvx_size_list* lists, size_t count, orvx_error* err) {
+  if (!lists && count) return Fail(err, ORVX_E_ARGUMENT, "no size lists");
+  return Edit(db, err, [&](orvx::ModelDatabase& d) -> orvx::Status {
+    if (!count) return d.Set(index, "InTraySPSZSizeList", "null");
+    std::vector<orvx::TraySizes> trays(count);
+    for (size_t i = 0; i < count; ++i) {
+      const orvx_size_list& l = lists[i];
+      const size_t n = std::min(l.size_count, sizeof l.sizes);
+      trays[i] = {l.tray < 0, l.tray < 0 ? orvx::kNamedSizeList : l.tray,
+                  l.tray < 0 ? std::string(l.name, strnlen(l.name, sizeof l.name)) : "", {l.sizes, l.sizes + n}};
+    }
+    if (index >= d.size()) return d.Set(index, "InTraySPSZSizeList", "null");  // its refusal of the index
+    orvx::Result<std::vector<BYTE>> block = orvx::EncodeSizeLists(trays);
+    if (!block) {
+      orvx::Status e = std::move(block).status();
+      e.message = orvx::AtRecordKey(index, &d[index].GetModelName().str(), "InTraySPSZSizeList", e.message);
+      return e;
+    }
+    return d.Set(index, "InTraySPSZSizeList", ByteArray(block.value()));
+  });
+}
+
+int orvx_db_insert(orvx_db* db, size_t at, const orvx_record* from, orvx_error* err) {
+  return Edit(db, err, [&](orvx::ModelDatabase& d) { return d.Insert(at, from ? Rec(from) : nullptr); });
+}
+
+int orvx_db_remove(orvx_db* db, size_t index, orvx_error* err) {
+  return Edit(db, err, [&](orvx::ModelDatabase& d) { return d.Remove(index); });
+}
+
+int orvx_db_move(orvx_db* db, size_t from, size_t to, orvx_error* err) {
+  return Edit(db, err, [&](orvx::ModelDatabase& d) { return d.Move(from, to); });
+}
+
+int orvx_db_write(const orvx_db* db, void* out, size_t capacity, size_t* size, orvx_error* err) {
+  if (size) *size = 0;
+  if (!db) return Fail(err, ORVX_E_ARGUMENT, "no database");
+  return Guard(err, [&] {
+    const std::vector<std::uint8_t> bytes = db->db.Bytes();
+    return CopyOut({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, out, capacity, size, false, err);
+  });
+}
+
+int orvx_db_save(const orvx_db* db, const char* path, int form, orvx_error* err) {
+  if (!db || !path) return Fail(err, ORVX_E_ARGUMENT, "no database or path");
+  if (form != ORVX_FORM_DAT && form != ORVX_FORM_JSON) return Fail(err, ORVX_E_ARGUMENT, "no such form");
+  return Guard(err, [&] {
+    const orvx::Status e = form == ORVX_FORM_DAT ? db->db.Save(path) : orvx::ReplaceWholeFile(path, orvx::DatabaseJson(db->db));
+    return e.Failed() ? FromError(err, e) : Ok(err);
+  });
+}
+
+int orvx_db_json(const orvx_db* db, char* out, size_t capacity, size_t* size, orvx_error* err) {
+  if (size) *size = 0;
+  if (!db) return Fail(err, ORVX_E_ARGUMENT, "no database");
+  return Guard(err, [&] { return CopyOut(orvx::DatabaseJson(db->db), out, capacity, size, true, err); });
+}
+
+int orvx_record_json(const orvx_record* r, char* out, size_t capacity, size_t* size, orvx_error* err) {
+  if (size) *size = 0;
+  if (!r) return Fail(err, ORVX_E_ARGUMENT, "no record");
+  return Guard(err, [&] { return CopyOut(orvx::RecordJson(*Rec(r)), out, capacity, size, true, err); });
+}

@@ -27,13 +27,14 @@ const char* MatchName(Match how) {
 ModelDatabase::ModelDatabase() = default;
 // The slot goes with the records, whose rename watch points at it.
 ModelDatabase::ModelDatabase(ModelDatabase&& other) noexcept
-    : slot_(std::move(other.slot_)), records_(std::move(other.records_)) {
+    : slot_(std::move(other.slot_)), records_(std::move(other.records_)), loaded_(std::move(other.loaded_)) {
   other.records_.clear();
 }
 ModelDatabase& ModelDatabase::operator=(ModelDatabase&& other) noexcept {
   if (this == &other) return *this;
   records_ = std::move(other.records_);
   other.records_.clear();
+  loaded_ = std::move(other.loaded_);
   slot_.swap(other.slot_);
   if (slot_) detail::DropIndex(*slot_);
   if (other.slot_) detail::DropIndex(*other.slot_);
@@ -152,11 +153,47 @@ Status LoadBytes(std::span<const std::uint8_t> bytes, ModelDatabase& db, Framing
   return detail::Load(file, "buffer", db, framing);
 }
 
-Status ModelDatabase::LoadFile(const std::string& path) { return orvx::LoadFile(path, *this); }
+namespace detail {
+
+Status LoadKept(std::vector<std::uint8_t> bytes, std::string_view source, ModelDatabase& db, Framing& framing) {
+  SpanFile file(bytes);
+  ModelDatabase loaded;
+  if (Status e = Load(file, source, loaded, &framing); e.Failed()) return e;
+  std::vector<std::uint8_t> canonical = StoredBytes(loaded);
+  if (canonical == bytes) canonical.clear();
+  loaded.loaded_ = std::make_shared<const Loaded>(Loaded{std::move(bytes), std::move(canonical)});
+  db = std::move(loaded);
+  return {};
+}
+
+}  // namespace detail
+
+Status ModelDatabase::LoadFile(const std::string& path) {
+  CFile file;
+  if (Status e = detail::OpenDatabase(path, file); e.Failed()) return e;
+  std::vector<std::uint8_t> bytes;
+  try {
+    // Read to the end, not to the length the open saw: the file may change meanwhile.
+    for (std::size_t n = 0;; bytes.resize(n)) {
+      if (n > kDatabaseFileMax) return detail::TooLarge(path, kDatabaseFileMax);
+      bytes.resize(n + 64 * 1024);
+      const UINT got = file.Read(bytes.data() + n, 64 * 1024);
+      n += got;
+      if (!got) {
+        bytes.resize(n);
+        break;
+      }
+    }
+  } catch (...) {
+    return detail::LoadFailure(path);
+  }
+  Framing framing;
+  return detail::LoadKept(std::move(bytes), path, *this, framing);
+}
 
 Status ModelDatabase::LoadBytes(std::span<const std::uint8_t> bytes, std::uint64_t* consumed) {
   Framing framing;
-  Status e = orvx::LoadBytes(bytes, *this, &framing);
+  Status e = detail::LoadKept({bytes.begin(), bytes.end()}, "buffer", *this, framing);
   if (!e.Failed() && consumed) *consumed = framing.bytesRead;
   return e;
 }

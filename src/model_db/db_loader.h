@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "orvx/database.h"
 #include "orvx/status.h"
@@ -31,5 +32,16 @@ Status LoadFailure(std::string_view source);
 // Open `path` as a database file: a path with a zero byte, anything that is
 // not a regular file, and a file larger than a database can be are refused.
 Status OpenDatabase(const std::string& path, CFile& file);
+
+// What a database's own load read: the bytes, and the records as the file
+// layout writes them when that differs (else empty).
+struct Loaded {
+  std::vector<std::uint8_t> bytes;
+  std::vector<std::uint8_t> canonical;
+};
+// Loads `bytes` (from `source`, for messages) into `db`, which keeps them.
+Status LoadKept(std::vector<std::uint8_t> bytes, std::string_view source, ModelDatabase& db, Framing& framing);
+// The records of `db` as the file layout writes them.
+std::vector<std::uint8_t> StoredBytes(const ModelDatabase& db);
 
 }  // namespace orvx::detail

@@ -79,6 +79,12 @@ constexpr FlagDesc kFlags[] = {
 };
 }  // namespace
 std::span<const FlagDesc> RecordFlags() { return kFlags; }
+
+const FlagDesc* FindFlag(std::string_view name) {
+  for (const auto& f : kFlags)
+    if (f.name == name) return &f;
+  return nullptr;
+}
 }  // namespace orvx
 
 // ---- information keys ------------------------------------------------------------

@@ -127,3 +127,48 @@ int CPrnStaticInfo::SetInTraySPSZSizeList(int length, const BYTE* source) {
   InTraySPSZSizeList = std::move(block);
   return static_cast<int>(n);
 }
+
+namespace orvx {
+
+bool DecodeSizeLists(std::span<const BYTE> block, std::vector<TraySizes>& out) {
+  out.clear();
+  SizeListReader reader(block);
+  for (SizeListEntry e; reader.Next(e);) {
+    if (e.key == kNamedSizeList && !e.Named()) return false;
+    const auto sizes = e.Sizes();
+    out.push_back({e.Named(), e.key, std::string(e.Name()), std::vector<BYTE>(sizes.begin(), sizes.end())});
+  }
+  return !reader.Problem().Failed();
+}
+
+const char* TrayProblem(const TraySizes& t) {
+  if (t.named) return t.name.find('\0') == std::string::npos ? nullptr : "a tray name cannot hold a zero byte";
+  if (t.number >= 0 && t.number <= 255 && t.number != kNamedSizeList) return nullptr;
+  return "\"tray\" must be a name or a number from 0 to 255 other than 10 (the key of named entries)";
+}
+
+Result<std::vector<BYTE>> EncodeSizeLists(std::span<const TraySizes> trays) {
+  std::vector<BYTE> block(1);
+  for (std::size_t n = 0; n < trays.size(); ++n) {
+    const TraySizes& t = trays[n];
+    const auto fail = [&](const std::string& problem) {
+      return Status{Status::Argument, "entry " + std::to_string(n) + ": " + problem};
+    };
+    if (const char* problem = TrayProblem(t)) return fail(problem);
+    const std::size_t start = block.size();
+    block.push_back(t.named ? kNamedSizeList : static_cast<BYTE>(t.number));
+    block.push_back(0);
+    if (t.named) {
+      block.insert(block.end(), t.name.begin(), t.name.end());
+      block.push_back(0);
+    }
+    block.insert(block.end(), t.sizes.begin(), t.sizes.end());
+    if (block.size() > 255)
+      return fail("the block grows to " + std::to_string(block.size()) + " bytes here; it holds at most 255");
+    block[start + 1] = static_cast<BYTE>(block.size() - start - 2);
+  }
+  block[0] = static_cast<BYTE>(block.size());
+  return block;
+}
+
+}  // namespace orvx

@@ -35,7 +35,10 @@ static int failures;
   X(orvx_comm_config_load) X(orvx_picture) X(orvx_trace_rule) X(orvx_trace_count) X(orvx_trace_step_at)       \
   X(orvx_trace_free) X(orvx_rule_for) X(orvx_rule_row_count) X(orvx_rule_row_at) X(orvx_record_size_list_count) \
   X(orvx_record_size_list_at) X(orvx_tray_init) X(orvx_status_text)         \
-  X(orvx_manual_tray_string_id) X(orvx_default_tray_string_id) X(orvx_picture_step_name)
+  X(orvx_manual_tray_string_id) X(orvx_default_tray_string_id) X(orvx_picture_step_name) X(orvx_db_set)      \
+  X(orvx_db_set_field) X(orvx_db_set_field_by_name) X(orvx_db_set_flag) X(orvx_db_set_name)                 \
+  X(orvx_db_set_size_lists) X(orvx_db_insert) X(orvx_db_remove) X(orvx_db_move) X(orvx_db_write)            \
+  X(orvx_db_save) X(orvx_db_json) X(orvx_record_json)
 
 static unsigned char* read_file(const char* path, size_t* size) {
   FILE* f = fopen(path, "rb");
@@ -348,6 +351,57 @@ static void test_registry(const char* scratch) {
 #endif
 }
 
+/* Edits of a database opened from memory: a refused one changes nothing
+ * (the bytes written are still the opened ones); the typed setters store
+ * what they say; what a save writes opens again. */
+static void test_editing(const unsigned char* sample, size_t size, const char* scratch) {
+  orvx_db* db = NULL;
+  orvx_db* saved = NULL;
+  orvx_error err;
+  orvx_size_list lists[2];
+  unsigned char* bytes = malloc(size + 1);
+  unsigned char* json;
+  size_t n = 0, length = 0;
+  int64_t value = 0;
+  char path[512];
+  orvx_record* moved;
+  CHECK(orvx_db_open_memory(sample, size, &db, &err) == ORVX_OK);
+  moved = orvx_db_record(db, 3);
+  CHECK(orvx_db_set_field_by_name(db, 1, "Info0301", 300, &err) == ORVX_E_ARGUMENT &&
+        strcmp(err.message, "model 1 (\"Vantor LP-1100\"), key \"Info0301\": 300 is out of range for a 8-bit signed field") == 0);
+  CHECK(orvx_db_set_field(db, 1, 8, -129, &err) == ORVX_E_ARGUMENT && strstr(err.message, "-129 is out of range") != NULL);
+  CHECK(orvx_db_set_field(db, 1, 57, 0, &err) == ORVX_E_NOT_FOUND && orvx_db_set_flag(db, 1, "IsBlue", 1, &err) == ORVX_E_NOT_FOUND);
+  CHECK(orvx_db_set(db, 59, "Info0301", "1", &err) == ORVX_E_NOT_FOUND && orvx_db_set(db, 1, "Info0301", "1.5", &err) == ORVX_E_ARGUMENT);
+  memset(lists, 0, sizeof lists);
+  lists[0].tray = 1;
+  lists[0].size_count = 200;
+  lists[1].tray = -1;
+  strcpy(lists[1].name, "Cassette");
+  lists[1].size_count = 60;
+  CHECK(orvx_db_set_size_lists(db, 1, lists, 2, &err) == ORVX_E_ARGUMENT && strstr(err.message, "entry 1: the block grows to 274") != NULL);
+  CHECK(orvx_db_write(db, bytes, size, &n, &err) == ORVX_OK && n == size && memcmp(bytes, sample, size) == 0);
+
+  CHECK(orvx_db_set_field(db, 1, 8, -1, &err) == ORVX_OK && orvx_record_field(orvx_db_record(db, 1), 8, &value) == ORVX_OK && value == -1);
+  CHECK(orvx_db_set_name(db, 1, "A\xff", 2, &err) == ORVX_OK && orvx_db_lookup(db, "A\xff", NULL, &n) && n == 1);
+  lists[1].size_count = 2;
+  CHECK(orvx_db_set_size_lists(db, 1, lists + 1, 1, &err) == ORVX_OK && orvx_record_size_list_named(orvx_db_record(db, 1), "cassette", NULL, 0) == 2);
+  CHECK(orvx_db_insert(db, 59, orvx_db_record(db, 2), &err) == ORVX_OK && orvx_db_count(db) == 60);
+  CHECK(orvx_db_move(db, 3, 0, &err) == ORVX_OK && orvx_db_record(db, 0) == moved && orvx_db_move(db, 0, 60, &err) == ORVX_E_NOT_FOUND);
+  CHECK(orvx_db_write(db, bytes, size, &n, &err) == ORVX_E_ARGUMENT && n > size);
+  snprintf(path, sizeof path, "%s/edited.json", scratch);
+  CHECK(orvx_db_save(db, path, ORVX_FORM_JSON, &err) == ORVX_OK && orvx_db_json(db, NULL, 0, &n, &err) == ORVX_OK);
+  json = read_file(path, &length);
+  CHECK(json != NULL && length == n && memcmp(json, "{\"models\": [", 12) == 0);
+  free(json);
+  CHECK(orvx_db_save(db, scratch, ORVX_FORM_DAT, &err) == ORVX_E_NOT_REGULAR);
+  snprintf(path, sizeof path, "%s/edited.dat", scratch);
+  CHECK(orvx_db_save(db, path, ORVX_FORM_DAT, &err) == ORVX_OK && orvx_db_open_file(path, &saved, &err) == ORVX_OK &&
+        orvx_db_count(saved) == 60 && orvx_record_size_list_count(orvx_db_record(saved, 2)) == 1);
+  orvx_db_close(saved);
+  orvx_db_close(db);
+  free(bytes);
+}
+
 int main(int argc, char** argv) {
   size_t size = 0;
   unsigned char* sample;
@@ -380,6 +434,7 @@ int main(int argc, char** argv) {
   orvx_db_close(copy);
   orvx_db_close(db);
   test_registry(argv[2]);
+  test_editing(sample, size, argv[2]);
   free(sample);
 
   if (failures) fprintf(stderr, "%d checks failed\n", failures);

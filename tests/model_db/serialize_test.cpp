@@ -176,3 +176,35 @@ TEST(FileForm, CountDecidesBeforeFirstBytes) {
   orvx::ModelDatabase db;
   EXPECT_EQ(db.LoadBytes({reinterpret_cast<const std::uint8_t*>(json.data()), json.size()}).message, "buffer: a JSON document, not a model database (orvdb build makes a database of its JSON form)");
 }
+
+// Bytes() is the loaded input while the records are as loaded, even when the
+// input is not the writer's own spelling (a long name length, bytes after the
+// last record); an edit writes the records, and undoing it gives the input back.
+TEST(Editing, WritesTheLoadedBytesUntilARecordDiffers) {
+  const Bytes record = orvx_test::StoreRecord(*Distinct("", {4, 1, 1, 9}));
+  Bytes input = {2, 0, 0, 0, 0xFF, 0x00, 0x00};  // two records, the first name's length spelt long
+  input.insert(input.end(), record.begin() + 1, record.end());
+  input.insert(input.end(), record.begin(), record.end());
+  input.push_back(0x77);  // after the last record
+  orvx::ModelDatabase db;
+  ASSERT_FALSE(db.LoadBytes(input).Failed());
+  EXPECT_EQ(db.Bytes(), input);
+  ASSERT_FALSE(db.Set(1, "Info0301", "5").Failed());
+  const Bytes edited = db.Bytes();
+  EXPECT_EQ(edited.size(), input.size() - 3);
+  ASSERT_FALSE(db.Set(1, "Info0301", std::to_string(orvx::ReadField(Distinct("", {})->Fields(), *orvx::FindField("Info0301")))).Failed());
+  EXPECT_EQ(db.Bytes(), input);
+  // Moves both ways, and indices past the end, which change nothing.
+  ASSERT_FALSE(db.Insert(2, &db[0]).Failed());
+  ASSERT_FALSE(db.SetFlag(2, "IsColorPrinter", true).Failed());
+  const CPrnStaticInfo* third = &db[2];
+  ASSERT_FALSE(db.Move(2, 0).Failed());
+  EXPECT_EQ(&db[0], third);
+  ASSERT_FALSE(db.Move(0, 2).Failed());
+  EXPECT_EQ(&db[2], third);
+  for (const orvx::Status& e : {db.Move(0, 3), db.Move(3, 0), db.Remove(3), db.Insert(4), db.Set(3, "VenderID", "1"),
+                                db.SetFlag(3, "IsColorPrinter", true)})
+    EXPECT_EQ(e.code, orvx::Status::NotFound) << e.message;
+  ASSERT_FALSE(db.Remove(2).Failed());
+  EXPECT_EQ(db.Bytes(), input);
+}

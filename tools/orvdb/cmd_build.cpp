@@ -16,35 +16,9 @@ namespace {
 Outcome Export(const std::string& path) {
   orvx::ModelDatabase db;
   if (orvx::Status e = orvx::LoadFile(path, db); e.Failed()) return e;
-  // One record at a time, one key a line (values on one line each, size
-  // lists one tray a line): line-oriented diffs of two exports read well.
-  std::cout << "{\"models\": [";
-  std::string text;
-  for (std::size_t i = 0; i < db.size(); ++i) {
-    text += i ? ",\n  {" : "\n  {";
-    const Json r = RecordToJson(db[i]);
-    bool first = true;
-    for (const auto& [key, value] : r.items()) {
-      text += first ? "\n    " : ",\n    ";
-      first = false;
-      text += '"' + key + "\": ";  // the keys are field names: nothing to escape
-      if (value.is_number_integer()) {
-        text += value.is_number_unsigned() ? std::to_string(value.get<std::uint64_t>())
-                                           : std::to_string(value.get<std::int64_t>());
-        continue;
-      }
-      if (!value.is_array() || value.empty() || !value[0].is_object()) {
-        text += value.dump();
-        continue;
-      }
-      for (std::size_t t = 0; t < value.size(); ++t) text += (t ? ",\n      " : "[\n      ") + value[t].dump();
-      text += "\n    ]";
-    }
-    text += "\n  }";
-    std::cout << text;
-    text.clear();
-  }
-  std::cout << (db.size() ? "\n]}\n" : "]}\n");
+  // One record at a time (values on one line each, size lists one tray a
+  // line): line-oriented diffs of two exports read well.
+  orvx::WriteDatabaseJson(db, [](std::string_view part) { std::cout << part; });
   return kExitOk;
 }
 
@@ -91,7 +65,7 @@ Outcome Build(const std::string& source, const std::string& output, bool strict)
 
 // The workbench page for one database, from the first folder that holds the
 // web assets (the wasm preset's output).
-Outcome Html(const std::string& dbPath, const std::string& output, const std::string& webDir) {
+Outcome Html(const std::string& dbPath, const std::string& output, const std::string& webDir, bool edit) {
   const std::vector<std::string> dirs = webDir.empty() ? DefaultWebDirs() : std::vector<std::string>{webDir};
   std::string probe, tried;
   for (const auto& dir : dirs) {
@@ -100,7 +74,7 @@ Outcome Html(const std::string& dbPath, const std::string& output, const std::st
       continue;
     }
     std::string html;
-    if (orvx::Status e = MakeHtmlPage(dir, dbPath, html); e.Failed()) return e;
+    if (orvx::Status e = MakeHtmlPage(dir, dbPath, html, edit); e.Failed()) return e;
     if (orvx::Status e = WriteOutput(output, html); e.Failed()) return e;
     return kExitOk;
   }
@@ -138,7 +112,9 @@ void AddBuildCommands(CLI::App& app, Commands& out) {
   html->add_option("DB", o->input, "Database file, or its JSON form")->required();
   html->add_option("-o,--output", o->output, "HTML file to write; - for standard output")->required();
   html->add_option("--web", o->webDir, "Folder of the web assets (default: the installed ones, then build/wasm/web)");
-  out.push_back({html, [o] { return Html(o->input, o->output, o->webDir); }});
+  const auto edit = std::make_shared<bool>(false);
+  html->add_flag("--edit", *edit, "Open the page in edit mode (without it, the page's Edit button turns editing on)");
+  out.push_back({html, [o, edit] { return Html(o->input, o->output, o->webDir, *edit); }});
 }
 
 }  // namespace orvdb

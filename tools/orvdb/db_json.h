@@ -10,20 +10,18 @@
 #include "orvx/database.h"
 #include "orvx/status.h"
 #include "orvx/prn_static_info.h"
+#include "orvx/size_list.h"
 
 namespace orvdb {
 
 using Json = nlohmann::ordered_json;
 
-// One record as a JSON object: every field by its record name, in database
-// order, with "FlagNames" (the names of the flags set) after "Flags", then
-// InTraySPSZSizeList (bytes including the length byte, or null). A model name
-// that is not valid UTF-8 is written as "ModelNameBytes".
+// One record as a JSON object: the library's JSON form (orvx/record_json.h).
 Json RecordToJson(const CPrnStaticInfo& record);
-// A record from one JSON model; `index` is its position, for messages. The
-// flags come from "Flags", from "FlagNames", or from both when they agree. A
-// model that cannot become a record fails with Format, the message naming
-// the model and the key.
+// A record from one JSON model; `index` is its position, for messages. Each
+// value is stored as orvx::SetRecordValue stores it; the flags come from
+// "Flags", from "FlagNames", or from both when they agree. A model that cannot
+// become a record fails with Format, the message naming the model and the key.
 orvx::Result<std::unique_ptr<CPrnStaticInfo>> RecordFromJson(const Json& model, std::size_t index);
 
 // Every record of a database document, in order.
@@ -33,17 +31,7 @@ orvx::Result<orvx::ModelDatabase> ModelsFromJson(const Json& document);
 // "models" given twice.
 orvx::Result<orvx::ModelDatabase> ModelsFromJsonText(std::string_view text);
 
-// One entry of a size-list block: a numbered tray's or a named tray's sizes.
-struct TraySizes {
-  bool named = false;
-  int number = 0;
-  std::string name;
-  std::vector<BYTE> sizes;
-};
-// The entries of a well-formed block, in order. False when an entry runs past
-// the end of the block or an entry of key 10 has no zero byte after a name
-// (such a block is only shown as its bytes).
-bool DecodeSizeList(std::span<const BYTE> block, std::vector<TraySizes>& out);
+using orvx::TraySizes;
 // "tray 2" or "tray \"Cassette 1\"".
 std::string TrayLabel(const TraySizes& t);
 

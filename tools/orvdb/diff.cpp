@@ -6,7 +6,7 @@
 #include <unordered_set>
 
 #include "db_json.h"
-#include "json_reader.h"
+#include "orvx/json_reader.h"
 #include "orvx/record_fields.h"
 #include "orvx/text.h"
 #include "orvx/whole_file.h"
@@ -82,7 +82,7 @@ void CompareRecords(const CPrnStaticInfo& a, const CPrnStaticInfo& b, std::vecto
   const std::vector<BYTE> ba = Block(a), bb = Block(b);
   if (ba == bb) return;
   std::vector<TraySizes> ta, tb;
-  if (!DecodeSizeList(ba, ta) || !DecodeSizeList(bb, tb)) {
+  if (!orvx::DecodeSizeLists(ba, ta) || !orvx::DecodeSizeLists(bb, tb)) {
     out.push_back({"size-list block: " + Bytes(ba) + " -> " + Bytes(bb),
                    {{"field", "InTraySPSZSizeList"}, {"old", ba}, {"new", bb}}});
     return;
@@ -171,9 +171,8 @@ std::string WhoText(const orvx::ModelDatabase& db, std::ptrdiff_t i) {
 // The picture request of each line, read as eval reads it, run on the record
 // its "model" finds in each database; "db", "vendor" and "group" are not
 // used, as the databases are the two being compared.
-orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx::ModelDatabase& b, Report& report) {
-  std::vector<std::string> lines;
-  if (orvx::Status e = ReadLines(path, lines); e.Failed()) return e;
+orvx::Status PictureDrift(const std::string& path, const std::vector<std::string>& lines, const orvx::ModelDatabase& a,
+                          const orvx::ModelDatabase& b, Report& report) {
   json::Reader reader;
   PictureCodec codec;
   PictureRequest q;
@@ -194,7 +193,7 @@ orvx::Status PictureDrift(const std::string& path, orvx::ModelDatabase& a, orvx:
       DWORD id = 0;
       std::vector<std::pair<std::string, int>> in, out;
     } result[2];
-    orvx::ModelDatabase* dbs[2] = {&a, &b};
+    const orvx::ModelDatabase* dbs[2] = {&a, &b};
     for (int side = 0; side < 2; ++side) {
       Result& r = result[side];
       r.index = dbs[side]->Lookup(name).index;
@@ -255,9 +254,20 @@ orvx::Result<bool> Diff(const DiffOptions& o, std::ostream& out) {
   orvx::ModelDatabase a, b;
   for (auto [path, db] : {std::pair{&o.oldPath, &a}, std::pair{&o.newPath, &b}})
     if (orvx::Status e = LoadEitherForm(*path, *db); e.Failed()) return e;
-  std::vector<std::string> extraNames;
+  DiffExtras extras;
   if (!o.namesFile.empty())
-    if (orvx::Status e = ReadLines(o.namesFile, extraNames); e.Failed()) return e;
+    if (orvx::Status e = ReadLines(o.namesFile, extras.names); e.Failed()) return e;
+  if (!o.configsFile.empty())
+    if (orvx::Status e = ReadLines(o.configsFile, extras.configs); e.Failed()) return e;
+  extras.configsLabel = o.configsFile;
+  std::string report;
+  orvx::Result<bool> differs = Diff(a, b, o, extras, report);
+  if (differs) out << report;
+  return differs;
+}
+
+orvx::Result<bool> Diff(const orvx::ModelDatabase& a, const orvx::ModelDatabase& b, const DiffOptions& o,
+                        const DiffExtras& extras, std::string& out) {
 
   // Pairing: the n-th record of a name in OLD with the n-th of that name in NEW.
   std::vector<std::size_t> partner(a.size(), kNone), partnerOf(b.size(), kNone);
@@ -329,7 +339,7 @@ orvx::Result<bool> Diff(const DiffOptions& o, std::ostream& out) {
   // Lookup drift: each name of either database, with " PCL6" too, and the
   // names given; each once, in that order.
   std::unordered_set<std::string> seen;
-  seen.reserve(2 * (a.size() + b.size()) + extraNames.size());
+  seen.reserve(2 * (a.size() + b.size()) + extras.names.size());
   const auto drift = [&](std::string query) {
     if (!seen.insert(query).second) return;
     const orvx::LookupResult was = a.Lookup(query), is = b.Lookup(query);
@@ -360,11 +370,10 @@ orvx::Result<bool> Diff(const DiffOptions& o, std::ostream& out) {
       drift(std::string(NameOf(*db, i)));
       drift(std::string(NameOf(*db, i)) + " PCL6");
     }
-  for (auto& n : extraNames)
-    if (!n.empty()) drift(std::move(n));
+  for (const auto& n : extras.names)
+    if (!n.empty()) drift(n);
   report.lines.insert(report.lines.end(), report.newNameLines.begin(), report.newNameLines.end());
-  if (!o.configsFile.empty())
-    if (orvx::Status e = PictureDrift(o.configsFile, a, b, report); e.Failed()) return e;
+  if (orvx::Status e = PictureDrift(extras.configsLabel, extras.configs, a, b, report); e.Failed()) return e;
 
   const std::size_t counts[] = {report.added.size(),   report.removed.size(),  report.changed.size(),
                                 report.moved.size(),   report.lookups.size(),  report.newNames.size(),
@@ -395,14 +404,14 @@ orvx::Result<bool> Diff(const DiffOptions& o, std::ostream& out) {
       j["newNames"] = std::move(report.newNames);
       j["pictureDrift"] = std::move(report.pictures);
     }
-    out << j.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
+    out += j.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
   } else {
     std::string line;
     for (std::size_t k = 0; k < std::size(counts); ++k)
       line += (k ? ", " : "") + std::to_string(counts[k]) + " " + kCountText[k];
-    out << (total ? line : "no differences") << "\n";
+    out += (total ? line : "no differences") + "\n";
     if (!o.summary)
-      for (const auto& l : report.lines) out << l << "\n";
+      for (const auto& l : report.lines) out += l + "\n";
   }
   return failing != 0;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "orvx/database.h"
 #include "orvx/status.h"
 
 namespace orvdb {
@@ -27,8 +28,24 @@ struct DiffOptions {
 // The values --fail-on takes.
 inline constexpr const char* kFailOnClasses[] = {"records", "lookups", "new-names", "pictures", "any"};
 
-// Writes the report to `out`. Whether something of a class that `failOn`
-// names differs, or why an input cannot be read (naming the file).
+// What --names and --configs give, already read: the names, and the
+// picture requests one a line (an error names `configsLabel` and the line).
+struct DiffExtras {
+  std::vector<std::string> names;
+  std::vector<std::string> configs;
+  std::string configsLabel;
+};
+
+// The report on two databases already loaded, appended to `out`: `options`
+// gives the labels (oldPath, newPath), --summary, --json and --fail-on; its
+// file names are not read. Whether something of a class that `failOn` names
+// differs, or why a picture request cannot be read.
+orvx::Result<bool> Diff(const orvx::ModelDatabase& oldDb, const orvx::ModelDatabase& newDb,
+                        const DiffOptions& options, const DiffExtras& extras, std::string& out);
+
+// Loads the files `options` names and writes their report to `out`. Whether
+// something of a class that `failOn` names differs, or why an input cannot
+// be read (naming the file).
 orvx::Result<bool> Diff(const DiffOptions& options, std::ostream& out);
 
 }  // namespace orvdb

@@ -8,12 +8,14 @@
 #include <string_view>
 #include <vector>
 
-#include "json_reader.h"
+#include "orvx/json_reader.h"
 #include "orvx/database.h"
 #include "orvx/whole_file.h"
 #include "picture_codec.h"
 
 namespace orvdb {
+
+namespace json = orvx::json;
 
 class Evaluator {
  public:

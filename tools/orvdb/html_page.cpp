@@ -50,16 +50,16 @@ std::string ScriptText(std::string text) {
   return text;
 }
 
-std::string DataScript(const std::string& id, const std::string& name, std::string_view bytes) {
-  return "<script type=\"application/octet-stream\" id=\"" + id + "\" data-name=\"" + AttributeText(name) + "\">" +
-         Base64(bytes) + "</script>";
+std::string DataScript(const std::string& id, const std::string& name, std::string_view bytes, bool edit = false) {
+  return "<script type=\"application/octet-stream\" id=\"" + id + "\" data-name=\"" + AttributeText(name) + "\"" +
+         (edit ? " data-edit=\"true\"" : "") + ">" + Base64(bytes) + "</script>";
 }
 
 }  // namespace
 
 std::vector<std::string> DefaultWebDirs() { return {ORVX_WEB_INSTALL_DIR, ORVX_WEB_BUILD_DIR}; }
 
-orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html) {
+orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html, bool edit) {
   // The page would only say what is wrong; say it here and write nothing.
   orvx::ModelDatabase check;
   if (orvx::Status e = LoadEitherForm(dbPath, check); e.Failed()) return e;
@@ -87,7 +87,7 @@ orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, 
   if (dataAt == std::string::npos) return {orvx::Status::Format, dir + "index.html: no \"" + marker + "\" line: not the orvx page"};
   const std::string name = dbPath.substr(dbPath.find_last_of('/') == std::string::npos ? 0 : dbPath.find_last_of('/') + 1);
   page.replace(dataAt, marker.size(),
-               DataScript("orvx-db", name, db) + "\n" + DataScript("orvx-sample", "sample (models.json)", sample));
+               DataScript("orvx-db", name, db, edit) + "\n" + DataScript("orvx-sample", "sample (models.json)", sample));
   for (const Asset& a : kAssets) {
     std::string text;
     if (orvx::Status e = orvx::ReadWholeFile(dir + a.file, text); e.Failed()) return e;

@@ -14,8 +14,9 @@ namespace orvdb {
 std::vector<std::string> DefaultWebDirs();
 
 // The page for database `dbPath` (its file layout or JSON form), from the
-// web assets in `webDir`, into `html`. Fails when an asset is missing or the
-// database cannot be read.
-orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html);
+// web assets in `webDir`, into `html`. The page opens read-only unless
+// `edit`: a shared catalogue is not changed by a stray keystroke. Fails when
+// an asset is missing or the database cannot be read.
+orvx::Status MakeHtmlPage(const std::string& webDir, const std::string& dbPath, std::string& html, bool edit = false);
 
 }  // namespace orvdb

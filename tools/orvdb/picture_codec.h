@@ -12,12 +12,14 @@
 #include <string_view>
 #include <vector>
 
-#include "json_reader.h"
+#include "orvx/json_reader.h"
 #include "orvx/database.h"
 #include "orvx/picture.h"
 #include "orvx/prn_static_info.h"
 
 namespace orvdb {
+
+namespace json = orvx::json;
 
 // A request that cannot be answered; the message is the answer's "error".
 struct RequestError : std::runtime_error {

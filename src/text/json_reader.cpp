@@ -1,4 +1,4 @@
-#include "json_reader.h"
+#include "orvx/json_reader.h"
 
 #include "orvx/text.h"
 
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <limits>
 
-namespace orvdb::json {
+namespace orvx::json {
 
 namespace {
 
@@ -401,4 +401,4 @@ const char* Reader::ParseValue(const char* p, Value& out, int depth) {
   return p;
 }
 
-}  // namespace orvdb::json
+}  // namespace orvx::json

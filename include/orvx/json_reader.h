@@ -1,4 +1,4 @@
-// An on-demand reader for one JSON text (one eval request): it checks the
+// An on-demand reader for one JSON text (one eval request, one edited value): it checks the
 // syntax once, remembers where each top-level member's value lies, and
 // decodes a value only when asked for it. It builds no document tree and,
 // reused from one request to the next, allocates nothing once warm.
@@ -9,12 +9,14 @@
 #include <string_view>
 #include <vector>
 
-namespace orvdb::json {
+#include "orvx/export.h"
+
+namespace orvx::json {
 
 enum class Kind : std::uint8_t { Null, False, True, Number, String, Array, Object };
 
 // A value: its kind and its text, which stays valid as long as the request line.
-struct Value {
+struct ORVX_API Value {
   Kind kind = Kind::Null;
   bool escaped = true;        // a string that may hold escapes (false: its text is its content)
   bool indexed = false;       // an array whose elements the reader has listed
@@ -27,9 +29,9 @@ struct Value {
 // the 64-bit range (a floating-point number to other JSON readers). Integers
 // above the signed range, within the unsigned one, are clamped to the signed
 // range, so range checks still refuse them.
-bool ToInteger(const Value& v, long long& out);
+ORVX_API bool ToInteger(const Value& v, long long& out);
 // Appends the decoded string `v` (which must be a String) to `out`.
-void AppendString(const Value& v, std::string& out);
+ORVX_API void AppendString(const Value& v, std::string& out);
 inline std::string String(const Value& v) {
   std::string s;
   AppendString(v, s);
@@ -43,7 +45,7 @@ void ForEachElement(const Value& array, F f);
 template <typename F>
 void ForEachMember(const Value& object, std::string& key, F f);
 
-class Reader {
+class ORVX_API Reader {
  public:
   // Checks `text` as one JSON value. False with a message (what is wrong and
   // at which byte) when it is not JSON, or nests values more than 512 deep.
@@ -105,12 +107,12 @@ class Reader {
 // ---- internal: walking a checked value -----------------------------------
 
 namespace detail {
-const char* SkipSpace(const char* p, const char* end);
+ORVX_API const char* SkipSpace(const char* p, const char* end);
 // The first quote, backslash, control byte or byte of 0x80 and above at or
 // after `p` (or `end`): where a run of plain string bytes stops.
-const char* PlainRunEnd(const char* p, const char* end);
+ORVX_API const char* PlainRunEnd(const char* p, const char* end);
 // The end of the (checked) value starting at `p`, and its kind.
-const char* ValueEnd(const char* p, const char* end, Kind& kind, bool* escaped = nullptr);
+ORVX_API const char* ValueEnd(const char* p, const char* end, Kind& kind, bool* escaped = nullptr);
 }  // namespace detail
 
 template <typename F>
@@ -150,4 +152,4 @@ void ForEachMember(const Value& object, std::string& key, F f) {
   }
 }
 
-}  // namespace orvdb::json
+}  // namespace orvx::json
