@@ -1,10 +1,11 @@
 // The database loader over arbitrary bytes, in memory: a load that succeeds
-// stores back to exactly the bytes it consumed and is taken for a database by
-// the form decision, and a failed one throws nothing. (fuzz_attach checks that the library-wide loader, through the
+// stores back to exactly the bytes it consumed, writes the input back while
+// nothing differs, and is taken for a database by the form decision, and a failed one throws nothing. (fuzz_attach checks that the library-wide loader, through the
 // file path of the entry, agrees with this one.)
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "orvx/database.h"
 #include "orvx/db_form.h"
@@ -27,6 +28,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (db.LoadBytes({data, size}, &consumed).Failed()) return 0;
   // Whatever loads is taken for a database by the form decision.
   if (orvx::GuessForm({data, size}, size) != orvx::FileForm::Database) abort();
+  // The writer gives the input back whole while the records are as loaded,
+  // also after an edit undone, and the records' own bytes after one that stays.
+  const auto unchanged = db.Bytes();
+  if (unchanged.size() != size || (size && std::memcmp(unchanged.data(), data, size) != 0)) abort();
+  if (!db.empty()) {
+    const std::string flags = std::to_string(db[0].Fields().Flags);
+    if (db.Set(0, "Flags", std::to_string(db[0].Fields().Flags ^ 1)).Failed() || db.Bytes() != Store(db)) abort();
+    if (db.Set(0, "Flags", flags).Failed() || db.Bytes() != unchanged) abort();
+  }
 
   // The same bytes back, except where the input spelt a string length in a
   // longer form than needed (the reader accepts those; the writer never

@@ -1,5 +1,6 @@
 // The model workbench page. It asks window.orvx (the library compiled to
-// WebAssembly) for every answer and only lays them out.
+// WebAssembly) for every answer and only lays them out. In edit mode it hands
+// each edit to the library, which checks it, and shows what follows from it.
 const orvx = globalThis.orvx;
 const $ = (id) => document.getElementById(id);
 
@@ -41,7 +42,7 @@ const LISTS = [
 const HOST_STRINGS = ["manualTray", "defaultTray"];
 
 const state = {
-  db: null,
+  db: null,  // the open database (window.workbench.db, for tests and the console)
   name: "",
   rows: [],
   shown: [],
@@ -50,6 +51,8 @@ const state = {
   selected: null,  // the selected record, whole
   config: emptyConfig(),
 };
+
+globalThis.workbench = { get db() { return state.db; } };
 
 function emptyConfig() {
   return { entry: "GetPictureIDEx", inTrays: [], outTrays: [], options: [], docOptions: [], duplexUnit: 0, outputUnit: 0, strings: {} };
@@ -86,17 +89,24 @@ function openBytes(bytes, name, file = name) {
   state.findings = db.lint();
   performance.mark("orvx-records");
   state.selected = null;
+  offerKept(bytes instanceof Uint8Array ? bytes : new Uint8Array(bytes), name);
   fillFilters();
   renderCatalogue();
   renderLint();
+  renderChanges();
+  renderEditBar();
   $("main").hidden = false;
-  const problems = state.findings.length;
-  status(`${name}: ${db.count} models (${db.form === "json" ? "JSON form" : "database file"}), ` +
-         `${problems} lint finding${problems === 1 ? "" : "s"}. Opened in ${Math.round(performance.now() - started)} ms.`);
+  status(`${summary()} Opened in ${Math.round(performance.now() - started)} ms.`);
   if (state.rows.length) selectRecord(0);
   else $("model-view").innerHTML = '<p class="muted">The database has no records.</p>';
   globalThis.orvxShownAt = performance.now();  // for bench/web_timing.py
   document.dispatchEvent(new CustomEvent("orvx-opened", { detail: { name, count: db.count } }));
+}
+
+function summary() {
+  const db = state.db, problems = state.findings.length, edits = db.edits().length;
+  return `${state.name}: ${db.count} models (${db.form === "json" ? "JSON form" : "database file"}${edits ? ", edited" : ""}), ` +
+    `${problems} lint finding${problems === 1 ? "" : "s"}.`;
 }
 
 function embedded(id) {
@@ -129,9 +139,11 @@ async function openFile(file) {
 
 function fillFilters() {
   const fill = (id, values, label) => {
-    const select = $(id);
+    const select = $(id), chosen = select.value;
     select.length = 1;
     for (const v of values) select.add(new Option(label(v), v));
+    select.value = chosen;
+    if (select.value !== chosen) select.value = "";
   };
   const unique = (key) => [...new Set(state.rows.map((r) => r[key]))].sort((a, b) => a - b);
   fill("vendor-filter", unique("vendor"), (v) => `${v}`);
@@ -163,7 +175,15 @@ function catalogueRows(rows) {
     `<td>${r.lint ? `<span class="lint-mark" title="${r.lint} lint finding${r.lint > 1 ? "s" : ""}">⚠ ${r.lint}</span>` : ""}</td></tr>`).join("");
 }
 
-function renderCatalogue() {
+const sameRow = (a, b) => a.index === b.index && a.name === b.name && a.vendor === b.vendor && a.group === b.group &&
+  a.flags === b.flags && a.lint === b.lint && ruleText(a.rules.GetPictureID) === ruleText(b.rules.GetPictureID) &&
+  ruleText(a.rules.GetPictureIDEx) === ruleText(b.rules.GetPictureIDEx);
+
+// After an edit (`patch`), when the rows shown are the same records in the same
+// order, only the rows that changed are written again: a long catalogue is not
+// laid out anew for one field.
+function renderCatalogue(patch = false) {
+  const before = state.shown;
   const text = $("search").value.toLowerCase();
   const vendor = $("vendor-filter").value, group = $("group-filter").value, flag = $("flag-filter").value;
   const lintOnly = $("lint-filter").checked;
@@ -178,6 +198,13 @@ function renderCatalogue() {
   });
   // The first rows show at once; a long catalogue's others follow in the next task.
   const body = $("catalogue-table").tBodies[0];
+  if (patch && before.length === state.shown.length && before.every((r, k) => r.index === state.shown[k].index)) {
+    const rows = body.rows;
+    for (let k = 0; k < rows.length; k++)
+      if (!sameRow(before[k], state.shown[k])) rows[k].outerHTML = catalogueRows([state.shown[k]]);
+    $("row-count").textContent = `${state.shown.length} of ${state.rows.length} models shown`;
+    return renderLookup();
+  }
   const generation = ++state.renders;
   body.innerHTML = catalogueRows(state.shown.slice(0, FIRST_ROWS));
   if (state.shown.length > FIRST_ROWS) {
@@ -210,53 +237,108 @@ function renderLookup() {
 
 // ---- model view ---------------------------------------------------------------------------------
 
-function selectRecord(index) {
+// Shows record `index`; the picture calculator starts empty unless `keepConfig`.
+function selectRecord(index, keepConfig = false) {
   state.selected = state.db.record(index);
   for (const tr of document.querySelectorAll("#catalogue-table tbody tr[aria-selected]")) tr.removeAttribute("aria-selected");
   const row = document.querySelector(`#catalogue-table tbody tr[data-index="${index}"]`);
   if (row) row.setAttribute("aria-selected", "true");
   renderModel();
-  state.config = { ...emptyConfig(), entry: state.config.entry, strings: state.config.strings };
+  if (!keepConfig) state.config = { ...emptyConfig(), entry: state.config.entry, strings: state.config.strings };
   renderPictureForm();
 }
 
 function renderModel() {
   const r = state.selected;
   const f = r.fields;
+  const editing = edit.on;
+  // A re-render after an edit keeps the keyboard where it was.
+  const focused = document.activeElement?.closest?.("#model-view [data-focus]")?.dataset.focus;
   const plain = Object.entries(f).filter(([k]) => !k.startsWith("Info") && k !== "FlagNames" && k !== "InTraySPSZSizeList");
   // Each field's meaning is the module's (the lines `orvdb show` prints). The one most
   // information fields share heads their table; a row shows only a meaning of its own.
   const note = (k) => (orvx.fieldNotes[k] ? `<span class="note">${esc(orvx.fieldNotes[k])}</span>` : "");
   const ownNote = (k) => (orvx.fieldNotes[k] === orvx.hostValueNote ? "" : note(k));
+  const input = (key, value, focus, label) =>
+    `<input type="text" class="edit" data-key="${key}" data-focus="${focus}" value="${esc(value)}" aria-label="${esc(label)}" spellcheck="false">`;
   const info = r.info.map((i) => i.setOnly
     ? `<tr class="muted"><td>${hex(i.key, 4)}</td><td>${i.field}${ownNote(i.field)}</td><td colspan="2">sets ${i.field} only</td></tr>`
     : `<tr${i.stored !== i.getInfo ? ' class="differs"' : ""}><td>${hex(i.key, 4)}</td><td>${i.field}${ownNote(i.field)}</td>` +
-      `<td>${i.stored}</td><td>${i.getInfo}${i.stored !== i.getInfo ? " ≠ stored" : ""}</td></tr>`).join("");
+      `<td>${editing ? input(i.field, i.stored, `info-${i.key}`, `${i.field} (key ${hex(i.key, 4)})`) : i.stored}</td>` +
+      `<td>${i.getInfo}${i.stored !== i.getInfo ? " ≠ stored" : ""}</td></tr>`).join("");
+  const findings = r.findings.length
+    ? `<ul class="findings">${r.findings.map((x) => `<li><code>${x.code}</code> ${esc(x.message)}<br><span class="fix">Fix: ${FIXES[x.code] || ""}</span></li>`).join("")}</ul>`
+    : '<p class="muted">No lint findings.</p>';
+  const value = (k, v) => (Array.isArray(v) ? v.join(" ") : v);
+  const fields = plain.map(([k, v]) => `<dt>${k}</dt><dd>${editing ? input(k, value(k, v), `field-${k}`, k)
+    : esc(k === "Flags" ? `${v} (${hex(v, 4)})` : value(k, v))}${note(k)}</dd>`).join("");
+  const flags = r.flags.map((x) => editing
+    ? `<li><label class="check"><input type="checkbox" data-flag="${x.name}" data-focus="flag-${x.name}"${x.set ? " checked" : ""}> ${x.name}</label>` +
+      ` <span class="muted">${hex(x.bit, 4)}</span></li>`
+    : `<li class="${x.set ? "on" : "off"}"><span aria-hidden="true">${x.set ? "✔" : "✘"}</span> ${x.name} <span class="muted">${hex(x.bit, 4)}${x.set ? "" : ", not set"}</span></li>`).join("");
+  $("model-view").innerHTML = `
+    <h2 id="model-title">${r.name ? esc(r.name) : "(empty name)"} <span class="muted">record ${r.index}</span></h2>
+    ${editing ? recordOps(r) : ""}
+    <p>GetPictureID: <strong>${ruleHtml(r.rules.GetPictureID)}</strong> · GetPictureIDEx: <strong>${ruleHtml(r.rules.GetPictureIDEx)}</strong>
+      <button type="button" id="to-picture">Picture calculator</button></p>
+    <h3>Lint</h3>${findings}
+    <h3>Fields</h3>
+    <dl class="fields">${fields}</dl>
+    <h3>Flags</h3>
+    <ul class="flags${editing ? " editing" : ""}">${flags}</ul>
+    <h3>Information values</h3>
+    <div class="table-wrap"><table class="info"><caption class="muted">Stored value and GetInfo's answer; rows where they differ are marked.
+      A field without a note of its own is <span class="note">${esc(orvx.hostValueNote)}</span>.</caption>
+      <thead><tr><th>Key</th><th>Field</th><th>Stored</th><th>GetInfo</th></tr></thead><tbody>${info}</tbody></table></div>
+    <h3>Size lists</h3>
+    ${editing ? sizeListEditor(f.InTraySPSZSizeList, note) : sizeListTable(r, note)}`;
+  $("to-picture").addEventListener("click", () => showTab("tab-picture", true));
+  const again = focused && $("model-view").querySelector(`[data-focus="${CSS.escape(focused)}"]`);
+  if (again) again.focus();
+}
+
+function sizeListTable(r, note) {
   const sizes = r.sizeLists.length
     ? r.sizeLists.map((s) => s.brokenAt !== undefined
       ? `<tr class="differs"><td colspan="3">An entry at byte ${s.brokenAt} runs past the end of the block; nothing from there is read.</td></tr>`
       : `<tr><td>${s.name !== undefined ? `“${esc(s.name)}”` : `tray ${s.key}`}</td><td>${s.offset}</td>` +
         `<td>${s.sizes.length ? s.sizes.map((b) => hex(b, 2)).join(" ") : "(empty)"}</td></tr>`).join("")
     : '<tr><td colspan="3" class="muted">No size lists.</td></tr>';
-  const findings = r.findings.length
-    ? `<ul class="findings">${r.findings.map((x) => `<li><code>${x.code}</code> ${esc(x.message)}<br><span class="fix">Fix: ${FIXES[x.code] || ""}</span></li>`).join("")}</ul>`
-    : '<p class="muted">No lint findings.</p>';
-  $("model-view").innerHTML = `
-    <h2 id="model-title">${r.name ? esc(r.name) : "(empty name)"} <span class="muted">record ${r.index}</span></h2>
-    <p>GetPictureID: <strong>${ruleHtml(r.rules.GetPictureID)}</strong> · GetPictureIDEx: <strong>${ruleHtml(r.rules.GetPictureIDEx)}</strong>
-      <button type="button" id="to-picture">Picture calculator</button></p>
-    <h3>Lint</h3>${findings}
-    <h3>Fields</h3>
-    <dl class="fields">${plain.map(([k, v]) => `<dt>${k}</dt><dd>${esc(Array.isArray(v) ? v.join(" ") : k === "Flags" ? `${v} (${hex(v, 4)})` : v)}${note(k)}</dd>`).join("")}</dl>
-    <h3>Flags</h3>
-    <ul class="flags">${r.flags.map((x) => `<li class="${x.set ? "on" : "off"}"><span aria-hidden="true">${x.set ? "✔" : "✘"}</span> ${x.name} <span class="muted">${hex(x.bit, 4)}${x.set ? "" : ", not set"}</span></li>`).join("")}</ul>
-    <h3>Information values</h3>
-    <div class="table-wrap"><table class="info"><caption class="muted">Stored value and GetInfo's answer; rows where they differ are marked.
-      A field without a note of its own is <span class="note">${esc(orvx.hostValueNote)}</span>.</caption>
-      <thead><tr><th>Key</th><th>Field</th><th>Stored</th><th>GetInfo</th></tr></thead><tbody>${info}</tbody></table></div>
-    <h3>Size lists</h3>
-    <table class="sizes"><caption class="muted">InTraySPSZSizeList: ${note("InTraySPSZSizeList")}</caption><thead><tr><th>Tray</th><th>At byte</th><th>Size codes</th></tr></thead><tbody>${sizes}</tbody></table>`;
-  $("to-picture").addEventListener("click", () => showTab("tab-picture", true));
+  return `<table class="sizes"><caption class="muted">InTraySPSZSizeList: ${note("InTraySPSZSizeList")}</caption><thead><tr><th>Tray</th><th>At byte</th><th>Size codes</th></tr></thead><tbody>${sizes}</tbody></table>`;
+}
+
+// The size lists as export gives them: per tray (its number or name, and its
+// size codes), or the block's bytes when it does not read as trays.
+function sizeListEditor(list, note) {
+  const caption = `<caption class="muted">InTraySPSZSizeList: ${note("InTraySPSZSizeList")} Size codes in decimal or 0x hex.</caption>`;
+  if (list !== null && !isTrays(list)) {
+    return `<table class="sizes editing">${caption}<tbody><tr><td>The block does not read as trays; its bytes, the length first:
+      <input type="text" class="edit wide" data-sizes="block" data-focus="sizes-block" value="${esc(list.join(" "))}" aria-label="Size-list block bytes" spellcheck="false"></td></tr></tbody></table>
+      <button type="button" data-sizes="clear">Remove the block</button>`;
+  }
+  const rows = (list || []).map((t, n) =>
+    `<tr data-tray="${n}"><td><input type="text" class="edit" data-sizes="tray" data-focus="tray-${n}" value="${esc(t.tray)}" aria-label="Tray ${n + 1}: number or name" spellcheck="false"></td>` +
+    `<td><input type="text" class="edit wide" data-sizes="codes" data-focus="codes-${n}" value="${esc(t.sizes.join(" "))}" aria-label="Tray ${n + 1}: size codes" spellcheck="false"></td>` +
+    `<td><button type="button" data-sizes="remove" data-focus="remove-${n}" aria-label="Remove tray ${n + 1}">✕</button></td></tr>`).join("");
+  return `<table class="sizes editing">${caption}<thead><tr><th>Tray (number or name)</th><th>Size codes</th><th></th></tr></thead>
+    <tbody>${rows || '<tr><td colspan="3" class="muted">No size lists.</td></tr>'}</tbody></table>
+    <button type="button" data-sizes="add" data-focus="tray-add">Add a tray</button>`;
+}
+
+const isTrays = (list) => Array.isArray(list) && list.every((t) => t && typeof t === "object");
+
+// The record's own operations, in edit mode: add, copy, delete, move.
+function recordOps(r) {
+  const last = state.rows.length - 1;
+  return `<div class="record-ops" role="group" aria-label="Record ${r.index}">
+    <button type="button" data-op="blank" data-focus="op-blank">Add blank</button>
+    <button type="button" data-op="copy" data-focus="op-copy">Add a copy</button>
+    <button type="button" data-op="remove" data-focus="op-remove">Delete</button>
+    <button type="button" data-op="up" data-focus="op-up"${r.index === 0 ? " disabled" : ""}>Move up</button>
+    <button type="button" data-op="down" data-focus="op-down"${r.index === last ? " disabled" : ""}>Move down</button>
+    <span class="move-to"><button type="button" data-op="to" data-focus="op-move">Move to</button>
+    <input type="text" inputmode="numeric" id="move-to" data-focus="op-to" value="${r.index}" aria-label="Position to move to (0 to ${last})"></span>
+  </div>`;
 }
 
 // ---- picture calculator ----------------------------------------------------------------------------
@@ -410,9 +492,310 @@ function renderLint() {
       list.map((f) => `<li>${f.index === null ? "the file" : `<button type="button" class="link" data-index="${f.index}">record ${f.index}, “${esc(f.name)}”</button>`}: ${esc(f.message)}</li>`).join("")}</ul>`).join("")}`;
 }
 
+// ---- editing ----------------------------------------------------------------------------------------
+// Every edit goes through window.orvx; the library checks it and refuses it
+// with its own words. After each one the page shows again what the module
+// answers: the records, lint, the changes against the opened file and the
+// picture for the calculator's configuration.
+
+const edit = {
+  on: false,
+  key: null,      // where this file's unsaved edits are kept in localStorage
+  saved: "[]",    // the edit script at the last download (or at opening)
+  offered: null,  // the stored edits the banner offers back
+  lastMs: null,   // how long the last edit took to show everything again
+};
+
+// A typed value as the JSON value the library reads: whole numbers (and 0x
+// hex) as numbers, anything else as the text typed, for the library to refuse.
+function typed(text) {
+  const t = text.trim();
+  if (/^[-+]?\d+$/.test(t)) return Number(t);
+  if (/^0x[0-9a-f]+$/i.test(t)) return parseInt(t, 16);
+  return t;
+}
+const typedList = (text) => text.split(/[\s,]+/).filter(Boolean).map(typed);
+
+// 53 bits of hash of the opened bytes: with their length and the file's name,
+// the key under which its unsaved edits are kept.
+function hashBytes(bytes) {
+  let h1 = 0xdeadbeef, h2 = 0x41c6ce57;
+  for (let i = 0; i < bytes.length; i++) {
+    h1 = Math.imul(h1 ^ bytes[i], 2654435761);
+    h2 = Math.imul(h2 ^ bytes[i], 1597334677);
+  }
+  h1 = Math.imul(h1 ^ (h1 >>> 16), 2246822507) ^ Math.imul(h2 ^ (h2 >>> 13), 3266489909);
+  h2 = Math.imul(h2 ^ (h2 >>> 16), 2246822507) ^ Math.imul(h1 ^ (h1 >>> 13), 3266489909);
+  return (4294967296 * (2097151 & h2) + (h1 >>> 0)).toString(36);
+}
+
+const script = () => JSON.stringify(state.db.edits());
+const dirty = () => !!state.db && script() !== edit.saved;
+
+// An edit, or its refusal: the library's message beside `where`, and nothing changed.
+function applyEdit(where, fn, select) {
+  const started = performance.now();
+  let chosen;
+  try {
+    chosen = fn(state.db);
+  } catch (e) {
+    if (!(e instanceof orvx.Error)) throw e;
+    editError(where, e.message);
+    return false;
+  }
+  refresh(select ?? (typeof chosen === "number" ? chosen : state.selected?.index ?? 0));
+  edit.lastMs = performance.now() - started;
+  globalThis.orvxLastEdit = edit.lastMs;  // for the timing script
+  return true;
+}
+
+function editError(where, message) {
+  const view = $("model-view");
+  for (const old of view.querySelectorAll(".edit-error")) old.remove();
+  for (const old of view.querySelectorAll("[aria-invalid]")) old.removeAttribute("aria-invalid");
+  if (!where?.isConnected) return status(message, true);
+  const note = document.createElement("span");
+  note.className = "edit-error";
+  note.setAttribute("role", "alert");
+  note.textContent = message;
+  where.setAttribute("aria-invalid", "true");
+  where.closest("dd, td, li, label, .record-ops")?.append(note) ?? where.after(note);
+}
+
+// Everything shown again from the module's answers, the picture's configuration kept.
+function refresh(index) {
+  state.rows = state.db.records();
+  state.findings = state.db.lint();
+  fillFilters();
+  renderCatalogue(true);
+  renderLint();
+  if (state.rows.length) selectRecord(Math.max(0, Math.min(index, state.rows.length - 1)), true);
+  else {
+    state.selected = null;
+    $("model-view").innerHTML = `<p class="muted">The database has no records.</p>${edit.on ? '<button type="button" data-op="blank">Add blank</button>' : ""}`;
+  }
+  renderChanges();
+  keep();
+  renderEditBar();
+  status(summary());
+}
+
+// The unsaved edits in localStorage, so that a reload or a closed tab loses nothing.
+function keep() {
+  if (!edit.key) return;
+  const now = script();
+  try {
+    if (now === edit.saved || now === "[]") localStorage.removeItem(edit.key);
+    else localStorage.setItem(edit.key, JSON.stringify({ name: state.name, at: Date.now(), edits: JSON.parse(now) }));
+  } catch (e) {
+    status(`The browser would not keep the unsaved edits (${e.message}): download them.`, true);
+  }
+}
+
+function renderEditBar() {
+  $("edit-toggle").hidden = !state.db;
+  $("edit-toggle").setAttribute("aria-pressed", edit.on);
+  $("edit-toggle").textContent = edit.on ? "Stop editing" : "Edit";
+  document.body.classList.toggle("editing", edit.on);
+  $("edit-bar").hidden = !edit.on;
+  if (!state.db) return;
+  const count = state.db.edits().length;
+  $("undo").disabled = !state.db.canUndo;
+  $("redo").disabled = !state.db.canRedo;
+  $("edit-state").textContent = count === 0 ? "The opened file, unchanged."
+    : `${count} edit${count === 1 ? "" : "s"}${dirty() ? ", not downloaded (kept in this browser)" : ", downloaded"}.`;
+  const c = state.changes?.summary;
+  const total = c ? c.added + c.removed + c.changed + c.moved + c.lookupChanged + c.pictureDrift : 0;
+  $("tab-changes").textContent = total ? `Changes (${total})` : "Changes";
+}
+
+function setEditing(on) {
+  edit.on = on;
+  renderEditBar();
+  if (state.selected) renderModel();
+}
+
+function undoRedo(redo) {
+  if (!state.db || !(redo ? state.db.canRedo : state.db.canUndo)) return;
+  // The record the edit was about: shown again once it is undone or redone.
+  const step = redo ? null : state.db.edits().at(-1);
+  applyEdit(null, (db) => {
+    if (redo) db.redo(); else db.undo();
+    const e = redo ? db.edits().at(-1) : step;
+    return e[0] === "move" ? e[redo ? 2 : 1] : e[1];
+  });
+}
+
+function download(form) {
+  let bytes;
+  try {
+    bytes = state.db.save(form);
+  } catch (e) {
+    return status(e.message, true);
+  }
+  const stem = state.name.replace(/\.[^.]*$/, "").replace(/[^\w.-]+/g, "_") || "ORVDB";
+  const name = form === "dat" ? "ORVDB.dat" : `${stem === "ORVDB" ? "ORVDB" : stem}.json`;
+  const url = URL.createObjectURL(new Blob([bytes], { type: form === "dat" ? "application/octet-stream" : "application/json" }));
+  const a = Object.assign(document.createElement("a"), { href: url, download: name });
+  document.body.append(a);
+  a.click();
+  a.remove();
+  setTimeout(() => URL.revokeObjectURL(url), 60000);
+  edit.saved = script();
+  keep();
+  renderEditBar();
+  status(`Downloaded ${name} (${bytes.length} bytes).`);
+}
+
+// On opening: the key of this file's unsaved edits, and a banner when some are kept.
+function offerKept(bytes, name) {
+  edit.key = `orvx-edits/${hashBytes(bytes)}/${bytes.length}/${name}`;
+  edit.saved = "[]";
+  edit.offered = null;
+  let kept = null;
+  try {
+    kept = JSON.parse(localStorage.getItem(edit.key));
+  } catch {
+    kept = null;
+  }
+  $("restore").hidden = !(kept && Array.isArray(kept.edits) && kept.edits.length);
+  if ($("restore").hidden) return;
+  edit.offered = kept.edits;
+  const n = kept.edits.length;
+  $("restore-text").textContent = `Restore ${n} unsaved edit${n === 1 ? "" : "s"}? (made ${new Date(kept.at).toLocaleString()})`;
+}
+
+function restoreKept(yes) {
+  if (yes && edit.offered) {
+    try {
+      state.db.apply(edit.offered);
+    } catch (e) {
+      $("restore-text").textContent = `The kept edits do not apply to this file: ${e.message}`;
+      return;
+    }
+    edit.on = true;
+    const last = edit.offered.at(-1);
+    refresh(last[0] === "move" ? last[2] : last[1]);
+  } else if (edit.key) {
+    localStorage.removeItem(edit.key);
+  }
+  edit.offered = null;
+  $("restore").hidden = true;
+}
+
+// The model view's editing controls: each change is one call to the library.
+function wireEditing() {
+  const view = $("model-view");
+  view.addEventListener("change", (e) => {
+    const el = e.target, i = state.selected?.index;
+    if (!edit.on || i === undefined) return;
+    if (el.dataset.flag) applyEdit(el, (db) => db.setFlag(i, el.dataset.flag, el.checked)) || (el.checked = !el.checked);
+    else if (el.dataset.key) {
+      const v = el.dataset.key === "ModelName" ? el.value : el.dataset.key === "ModelNameBytes" ? typedList(el.value) : typed(el.value);
+      applyEdit(el, (db) => db.set(i, el.dataset.key, v));
+    } else if (el.dataset.sizes === "block") applyEdit(el, (db) => db.set(i, "InTraySPSZSizeList", typedList(el.value)));
+    else if (el.dataset.sizes) setTrays(el, (trays) => {
+      const t = trays[+el.closest("tr").dataset.tray];
+      if (el.dataset.sizes === "tray") t.tray = typed(el.value);
+      else t.sizes = typedList(el.value);
+    });
+  });
+  document.addEventListener("click", (e) => {
+    const b = e.target.closest("#model-view button[data-op], #model-view button[data-sizes]");
+    if (!b || !edit.on || !state.db) return;
+    const i = state.selected?.index ?? 0;
+    if (b.dataset.sizes === "add") {
+      setTrays(b, (trays) => trays.push({ tray: Math.max(0, ...trays.map((t) => (typeof t.tray === "number" ? t.tray : 0))) + 1, sizes: [] }));
+    } else if (b.dataset.sizes === "remove") {
+      setTrays(b, (trays) => trays.splice(+b.closest("tr").dataset.tray, 1));
+    } else if (b.dataset.sizes === "clear") {
+      applyEdit(b, (db) => db.set(i, "InTraySPSZSizeList", null));
+    } else {
+      const op = b.dataset.op;
+      const to = op === "up" ? i - 1 : op === "down" ? i + 1 : typed($("move-to")?.value ?? "");
+      if (op === "blank") applyEdit(b, (db) => db.insert(state.selected ? i + 1 : 0, null), state.selected ? i + 1 : 0);
+      else if (op === "copy") applyEdit(b, (db) => db.insert(i + 1, state.selected.fields), i + 1);
+      else if (op === "remove") applyEdit(b, (db) => db.remove(i), i);
+      else applyEdit(b, (db) => db.move(i, to), to);
+    }
+  });
+  view.addEventListener("keydown", (e) => {
+    if (e.key === "Enter" && e.target.id === "move-to") view.querySelector('[data-op="to"]').click();
+  });
+  $("edit-toggle").addEventListener("click", () => setEditing(!edit.on));
+  $("undo").addEventListener("click", () => undoRedo(false));
+  $("redo").addEventListener("click", () => undoRedo(true));
+  $("save-dat").addEventListener("click", () => download("dat"));
+  $("save-json").addEventListener("click", () => download("json"));
+  $("restore-yes").addEventListener("click", () => restoreKept(true));
+  $("restore-no").addEventListener("click", () => restoreKept(false));
+  // Ctrl+Z and Ctrl+Shift+Z (or Ctrl+Y) undo and redo edits; in a text box they stay the box's own.
+  document.addEventListener("keydown", (e) => {
+    if (!edit.on || !(e.ctrlKey || e.metaKey) || e.altKey) return;
+    const key = e.key.toLowerCase();
+    if (key !== "z" && key !== "y") return;
+    if (e.target.matches?.("input[type=text], input[type=search], input:not([type]), textarea")) return;
+    e.preventDefault();
+    undoRedo(key === "y" || e.shiftKey);
+  });
+  addEventListener("beforeunload", (e) => {
+    if (!dirty()) return;
+    e.preventDefault();
+    e.returnValue = "";  // the edits are kept in this browser too, and offered back on the next open
+  });
+}
+
+// One tray's change: the whole list, as export gives it, set again.
+function setTrays(where, change) {
+  const i = state.selected.index;
+  const trays = structuredClone(isTrays(state.selected.fields.InTraySPSZSizeList) ? state.selected.fields.InTraySPSZSizeList : []);
+  change(trays);
+  applyEdit(where, (db) => db.set(i, "InTraySPSZSizeList", trays.length ? trays : null));
+}
+
+// ---- changes against the opened file --------------------------------------------------------------
+
+function renderChanges() {
+  // The calculator's configuration goes along as a picture request, as diff's --configs takes them.
+  const r = state.selected;
+  let c;
+  try {
+    c = state.db.changes(r?.name ? { configs: [orvx.requestLine(r, request())] } : {});
+  } catch {
+    c = state.db.changes();
+  }
+  state.changes = c;
+  const s = c.summary;
+  const who = (w) => (w === null ? "no record" : `record ${w.index} “${esc(w.name ?? JSON.stringify(w.nameBytes))}”`);
+  const link = (index, text) => `<button type="button" class="link" data-index="${index}">${text}</button>`;
+  const bytes = (v) => (v === null ? "(no entry)" : v.length ? v.map((b) => hex(b, 2)).join(" ") : "(none)");
+  const change = (x) => x.field === "Flags"
+    ? `Flags: ${[...x.set.map((f) => `+${f}`), ...x.cleared.map((f) => `−${f}`)].join(" ")} (${hex(x.old, 4)} → ${hex(x.new, 4)})`
+    : x.field === "InTraySPSZSizeList"
+      ? (x.tray === undefined ? `size-list block: ${bytes(x.old)} → ${bytes(x.new)}`
+        : `size list of tray ${typeof x.tray === "string" ? `“${esc(x.tray)}”` : x.tray}: ${bytes(x.old)} → ${bytes(x.new)}`)
+      : `${x.field}: ${x.old} → ${x.new}`;
+  const lookup = (l) => `<li><q>${esc(l.query ?? JSON.stringify(l.queryBytes))}</q>: ${who(l.old)}${l.old ? ` (${l.old.match})` : ""} → ` +
+    `${l.new ? link(l.new.index, who(l.new)) : "no record"}${l.new ? ` (${l.new.match})` : ""}</li>`;
+  const section = (title, list, item, id) => (list.length ? `<h3 id="${id}">${title} (${list.length})</h3><ul class="changes">${list.map(item).join("")}</ul>` : "");
+  $("changes-view").innerHTML = `<h2>Changes against ${esc(state.name)}</h2>
+    <p id="changes-summary">${s.added} added, ${s.removed} removed, ${s.changed} changed, ${s.moved} moved, ${s.lookupChanged} lookups changed,
+      ${s.newNames} names newly found${s.pictureDrift ? `, the calculator's picture drifts` : ""}. <span class="muted">As <code>orvdb diff</code> reports the opened file against the edited one.</span></p>
+    ${s.added + s.removed + s.changed + s.moved + s.lookupChanged + s.newNames + s.pictureDrift ? "" : '<p class="muted">No changes.</p>'}
+    ${section("Lookups that change", c.lookupDrift, lookup, "changes-lookups")}
+    ${section("Changed", c.changed, (x) => `<li>${link(x.new, `“${esc(x.name ?? JSON.stringify(x.nameBytes))}”`)} (record ${x.old}${x.old === x.new ? "" : ` → ${x.new}`})` +
+      `<ul>${x.changes.map((y) => `<li>${change(y)}</li>`).join("")}</ul></li>`, "changes-changed")}
+    ${section("Moved", c.moved, (x) => `<li>${link(x.new, `“${esc(x.name ?? JSON.stringify(x.nameBytes))}”`)}: record ${x.old} → ${x.new}</li>`, "changes-moved")}
+    ${section("Added", c.added, (x) => `<li>${link(x.index, who(x))}</li>`, "changes-added")}
+    ${section("Removed", c.removed, (x) => `<li>${who(x)}</li>`, "changes-removed")}
+    ${section("The calculator's picture", c.pictureDrift, (x) => `<li><q>${esc(x.model)}</q>: ${who(x.old)} → ${who(x.new)}, picture ID ` +
+      `${x.oldPictureId === null ? "none" : hex(x.oldPictureId)} → ${x.newPictureId === null ? "none" : hex(x.newPictureId)}</li>`, "changes-picture")}
+    ${c.newNames.length ? `<details><summary>Names newly found (${c.newNames.length})</summary><ul class="changes">${c.newNames.map(lookup).join("")}</ul></details>` : ""}`;
+}
+
 // ---- tabs and events -------------------------------------------------------------------------------------
 
-const TABS = ["tab-model", "tab-picture", "tab-lint"];
+const TABS = ["tab-model", "tab-picture", "tab-lint", "tab-changes"];
 
 function showTab(id, focus = false) {
   for (const t of TABS) {
@@ -422,6 +805,7 @@ function showTab(id, focus = false) {
     $($(t).getAttribute("aria-controls")).hidden = !on;
   }
   if (focus) $(id).focus();
+  if (id === "tab-changes" && state.db) renderChanges();  // with the calculator's configuration as it is now
 }
 
 function wire() {
@@ -526,6 +910,7 @@ function wire() {
     }
   });
   $("load-line").addEventListener("click", loadLine);
+  wireEditing();
 }
 
 async function start() {
@@ -540,6 +925,7 @@ async function start() {
   const bundled = embedded("orvx-db");
   performance.mark("orvx-decoded");
   if (bundled) {
+    edit.on = document.getElementById("orvx-db").dataset.edit === "true";  // orvdb html --edit
     $("open-bundled").hidden = false;
     $("open-bundled").textContent = `Open ${bundled.name}`;
     openBytes(bundled.bytes, bundled.name);

@@ -8,12 +8,24 @@
 //   db.lint(); db.picture(3, {entry: "GetPictureIDEx", inTrays: ["Cassette 1"], outTrays: []});
 //   orvx.vocabulary(1, 2); orvx.flags; orvx.fieldNotes; orvx.version
 //   orvx.requestLine(db.record(3), request, "ORVDB.dat"); orvx.parseRequestLine(line)
+//
+// Editing (each edit is checked by the library first: a refused one throws
+// orvx.Error with its message and changes nothing):
+//   db.set(3, "Info0301", 2); db.set(3, "ModelName", "Vantor LP-1300");
+//   db.set(3, "InTraySPSZSizeList", [{tray: 1, sizes: [1, 2]}, {tray: "Cassette", sizes: []}]);
+//   db.setFlag(3, "IsColorPrinter", true); db.insert(4, db.record(3).fields); db.insert(0, null);
+//   db.remove(4); db.move(5, 0); db.undo(); db.redo(); db.canUndo; db.canRedo
+//   db.save("dat") / db.save("json")     // a Uint8Array: the opened bytes while nothing changed
+//   db.changes()                         // `orvdb diff --json` of the opened database against this one
+//   db.edits(); db.apply(script)          // the edit script, to keep and replay later
+// records(), record(), lookup(), lint() and picture() answer for the database as edited.
 
 class OrvxError extends Error {
-  constructor(message, offset) {
+  constructor(message, offset, edit) {
     super(message);
     this.name = "OrvxError";
-    this.offset = offset ?? null;
+    this.offset = offset ?? null;  // the byte where an opened file is damaged
+    this.edit = edit ?? null;      // where in a script given to apply() the refused entry is
   }
 }
 
@@ -27,7 +39,7 @@ function call(name, ...args) {
   M._orvx_web_free(p);
   const answer = JSON.parse(text);
   if (answer && !Array.isArray(answer) && typeof answer === "object" && "error" in answer)
-    throw new OrvxError(answer.error, answer.offset);
+    throw new OrvxError(answer.error, answer.offset, answer.edit);
   return answer;
 }
 
@@ -43,6 +55,18 @@ function withString(text, fn) {
   }
 }
 
+// A record index as the module takes it (a size_t).
+function recordIndex(i) {
+  if (!Number.isInteger(i) || i < 0 || i > 0xffffffff) throw new OrvxError(`not a record index: ${i}`);
+  return i;
+}
+
+function jsonText(value) {
+  const text = JSON.stringify(value);
+  if (text === undefined) throw new OrvxError(`not a JSON value: ${value}`);
+  return text;
+}
+
 function flagNames(word) {
   return orvx.flags.filter((f) => (word & f.bit) !== 0).map((f) => f.name);
 }
@@ -52,6 +76,8 @@ class Database {
     this.handle = handle;
     this.count = count;  // number of records
     this.form = form;    // "dat" or "json": what the bytes were
+    this.canUndo = false;
+    this.canRedo = false;
     this._records = null;
   }
   _live() {
@@ -89,6 +115,72 @@ class Database {
   // name, final, row, test, added, id}]}; a refused request throws orvx.Error with eval's message.
   picture(index, request) {
     return withString(JSON.stringify(request), (p) => call("picture", this._live(), index, p));
+  }
+  // ---- editing. Each edit answers {count, edits (how many are applied), canUndo, canRedo,
+  // edit (its script entry: ["set", i, key, value] | ["setFlag", i, name, on] |
+  // ["insert", i, fields | null] | ["remove", i] | ["move", from, to])}.
+  _edited(answer) {
+    this.count = answer.count;
+    this.canUndo = answer.canUndo;
+    this.canRedo = answer.canRedo;
+    this._records = null;
+    return answer;
+  }
+  // Any key of a record's JSON form (`orvdb export`), its value as that form writes it.
+  set(i, key, value) {
+    return this._edited(withString(String(key), (k) =>
+      withString(jsonText(value), (v) => call("set", this._live(), recordIndex(i), k, v))));
+  }
+  setFlag(i, name, on) {
+    return this._edited(withString(String(name), (n) => call("set_flag", this._live(), recordIndex(i), n, on ? 1 : 0)));
+  }
+  // A record at `i` (0 to count) made of `fields` (keys of the JSON form, e.g. another record's
+  // record(j).fields for a copy), or a blank one for null.
+  insert(i, fields = null) {
+    return this._edited(withString(jsonText(fields), (f) => call("insert", this._live(), recordIndex(i), f)));
+  }
+  remove(i) {
+    return this._edited(call("remove", this._live(), recordIndex(i)));
+  }
+  // The record at `from` moves so that it ends up at position `to`.
+  move(from, to) {
+    return this._edited(call("move", this._live(), recordIndex(from), recordIndex(to)));
+  }
+  // Takes back the last edit, or applies the last one taken back again; `edit` is its script entry.
+  undo() {
+    return this._edited(call("undo", this._live()));
+  }
+  redo() {
+    return this._edited(call("redo", this._live()));
+  }
+  // The edits applied (the undone ones not), oldest first.
+  edits() {
+    return call("edits", this._live());
+  }
+  // Applies a script as edits() gives it, whole or not at all: a refused entry throws with
+  // `error.edit` its position, and nothing changes. The edits can be undone one by one.
+  apply(script) {
+    return this._edited(withString(jsonText(script), (s) => call("apply", this._live(), s)));
+  }
+  // The database as "dat" (the file layout) or "json" (as `orvdb export` writes it).
+  save(form = "dat") {
+    const out = M._malloc(8);
+    try {
+      const answer = withString(String(form), (f) => call("save", this._live(), f, out, out + 4));
+      const p = M.HEAPU32[out >> 2];
+      const bytes = M.HEAPU8.slice(p, p + answer.size);
+      M._orvx_web_free(p);
+      return bytes;
+    } finally {
+      M._free(out);
+    }
+  }
+  // `orvdb diff --json OLD NEW` of the database as opened against this one: {old, new, summary,
+  // added, removed, changed, moved, lookupDrift, newNames, pictureDrift}. `options`: {old, new}
+  // (the names the report gives the two; "opened" and "edited"), names (more names to look up)
+  // and configs (eval picture requests naming models, as strings), as --names and --configs.
+  changes(options = {}) {
+    return withString(jsonText(options), (p) => call("changes", this._live(), p));
   }
   close() {
     if (this.handle) M._orvx_web_close(this.handle);

@@ -1,16 +1,20 @@
 #!/usr/bin/env python3
 """The workbench page in headless chromium, from file:// with the network off,
 checked against the native orvdb: catalogue, lookup, model view, lint count,
-the calculator's tray buttons and its eval line; then
+the calculator's tray buttons and its eval line; edits made in the page,
+downloaded and compared with orvdb diff, and kept across a reload; then
 its layout at 1280x800 and on a phone (390x844), with screenshots of both
 in WORKDIR/screens for a person to look at.
 
-usage: page_test.py ORVDB ORVDB.dat MODELS.json WORKDIR"""
-import json, subprocess, sys, tempfile
+usage: page_test.py ORVDB ORVDB.dat MODELS.json WORKDIR
+(ORVX_WEB=DIR: the web assets orvdb html inlines, instead of its default folders)"""
+import json, os, subprocess, sys, tempfile
 from pathlib import Path
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.support.ui import WebDriverWait
 
 orvdb, sample_db, models_json, work = sys.argv[1:5]
@@ -39,8 +43,8 @@ lint_src = work / "lint.json"
 lint_src.write_text(json.dumps(models))
 lint_count = len(json.loads(run("lint", "--json", str(lint_src)).stdout)["findings"])
 check(lint_count >= 2, f"lint findings in {lint_src}: {lint_count}")
-for src, page in ((sample_db, "sample.html"), (str(lint_src), "lint.html")):
-    made = run("html", src, "-o", str(work / page))
+for src, page, *edit in ((sample_db, "sample.html"), (str(lint_src), "lint.html"), (sample_db, "edit.html", "--edit")):
+    made = run("html", src, "-o", str(work / page), *edit, *(["--web", os.environ["ORVX_WEB"]] if "ORVX_WEB" in os.environ else []))
     check(made.returncode == 0, f"orvdb html {src}: {made.stderr}")
 
 opts = webdriver.ChromeOptions()
@@ -65,6 +69,8 @@ try:
     check(shown.startswith(f"{lint_count} finding"), f"lint summary says {shown!r}, orvdb lint {lint_count}")
 
     load("sample.html")
+    check(driver.execute_script("return [document.getElementById('edit-bar').hidden, document.querySelectorAll('input.edit').length]")
+          == [True, 0], "a page made without --edit opens read-only")
     rows = driver.find_elements(By.CSS_SELECTOR, "#catalogue-table tbody tr")
     listed = json.loads(run("list", "--json", "--db", sample_db).stdout)
     check(len(rows) == len(listed), f"{len(rows)} catalogue rows, orvdb lists {len(listed)}")
@@ -145,6 +151,80 @@ try:
         seen = driver.execute_script(layout)
         check(not (seen["broken"] or seen["sideways"] or seen["covered"] or seen["wide"]) and (
               seen["hidden"] == 0 if phone else seen["panes"] == [1, 1] and not seen["tall"]), f"{width}x{height} {tab}: {seen}")
+    # Editing: a field, a flag, an information value and a size list, typed into the page opened by --edit.
+    driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": 1280, "height": 800, "deviceScaleFactor": 1, "mobile": False})
+    downloads = (work / "downloads").resolve()
+    downloads.mkdir(exist_ok=True)
+    driver.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": str(downloads)})
+    js = lambda code: driver.execute_script("return " + code)
+
+    def fetch(button, name):  # a download by the page's button, as bytes
+        for f in downloads.iterdir():
+            f.unlink()
+        driver.find_element(By.ID, button).click()
+        wait.until(lambda d: (downloads / name).exists() and not list(downloads.glob("*.crdownload")))
+        return (downloads / name).read_bytes()
+
+    def put(css, text):  # select the field's text, type over it, commit with Enter
+        driver.find_element(By.CSS_SELECTOR, css).send_keys(Keys.CONTROL, "a", Keys.NULL, text, Keys.ENTER)
+
+    def diff(data):  # orvdb diff --json of the original and `data`, without the file labels
+        (work / "edited.dat").write_bytes(data)
+        return {k: v for k, v in json.loads(run("diff", "--json", sample_db, str(work / "edited.dat")).stdout).items() if k not in ("old", "new")}
+
+    load("edit.html")
+    check(fetch("save-dat", "ORVDB.dat") == Path(sample_db).read_bytes(), "with no edit the download is the opened file")
+    driver.find_element(By.CSS_SELECTOR, 'tr[data-index="2"]').click()
+    put('[data-key="IconBaseIdx"]', "12")
+    driver.find_element(By.CSS_SELECTOR, '[data-flag="IsColorPrinter"]').click()
+    put('[data-key="Info0301"]', "3")
+    put('[data-focus="codes-0"]', "1 2")
+    # A refused edit: the library's message (as build words it) beside the field, and no edit made.
+    before = js("workbench.db.edits()")
+    put('[data-key="Info0301"]', "300")
+    said = driver.find_element(By.CSS_SELECTOR, ".edit-error").text
+    bad = json.loads(Path(models_json).read_text())
+    bad["models"][2]["Info0301"] = 300
+    (work / "bad.json").write_text(json.dumps(bad))
+    check(said and said in run("build", str(work / "bad.json"), "-o", str(work / "bad.dat")).stderr and js("workbench.db.edits()") == before,
+          f"refused edit: page {said!r}, {len(before)} edits before")
+    changes = diff(fetch("save-dat", "ORVDB.dat"))
+    check(changes["summary"] == dict(changes["summary"], changed=1, added=0, removed=0, moved=0) and [
+          (c["field"], c["new"]) for c in changes["changed"][0]["changes"]] == [("IconBaseIdx", 12), ("Flags", models["models"][2]["Flags"] ^ 0x8), ("Info0301", 3),
+          ("InTraySPSZSizeList", [1, 2])], f"orvdb diff of the download: {changes}")
+
+    # A copy of record 3 renamed to a prefix of its name, then moved before it, takes the lookup of
+    # "Vantor LP-1300C PCL6": the Changes tab says what orvdb diff says.
+    driver.find_element(By.CSS_SELECTOR, 'tr[data-index="3"]').click()
+    driver.find_element(By.CSS_SELECTOR, '[data-op="copy"]').click()
+    put('[data-key="ModelName"]', "Vantor LP-1300")
+    drift_before = js("workbench.db.changes().lookupDrift.length")
+    driver.find_element(By.CSS_SELECTOR, '[data-op="up"]').click()
+    page, listed = js("[workbench.db.changes(), document.querySelectorAll('#changes-lookups + ul > li').length]")
+    changes = diff(fetch("save-dat", "ORVDB.dat"))
+    check(drift_before == 0 and changes["lookupDrift"] and listed == len(changes["lookupDrift"]) and
+          {k: v for k, v in page.items() if k not in ("old", "new")} == changes, f"moved: page {page}, orvdb diff {changes}")
+    (work / "edited.json").write_bytes(fetch("save-json", "ORVDB.json"))
+    check(run("build", str(work / "edited.json"), "-o", str(work / "rebuilt.dat")).returncode == 0
+          and (work / "rebuilt.dat").read_bytes() == (work / "edited.dat").read_bytes(), "the JSON download builds the same bytes")
+
+    # Ctrl+Z undoes the move; leaving warns (not after a download), a reload offers the unsaved edits back and restores them.
+    warns = "(() => { const e = new Event('beforeunload', {cancelable: true}); dispatchEvent(e); return e.defaultPrevented; })()"
+    saved_warns = js(warns)
+    ActionChains(driver).key_down(Keys.CONTROL).send_keys("z").key_up(Keys.CONTROL).perform()
+    kept = js("workbench.db.edits()")
+    check(not saved_warns and js(warns) and kept[-1][0] == "set", f"beforeunload: {saved_warns} after a download; {kept[-1]} after Ctrl+Z")
+    driver.execute_script("location.reload()")
+    wait.until(lambda d: d.find_element(By.ID, "restore").is_displayed())
+    offer = driver.find_element(By.ID, "restore-text").text
+    driver.find_element(By.ID, "restore-yes").click()
+    check(offer.startswith(f"Restore {len(kept)} unsaved edits?") and js("workbench.db.edits()") == kept, f"{offer!r}: {kept}")
+    for width, height in ((1280, 800), (390, 844)):
+        driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": width, "height": height, "deviceScaleFactor": 1, "mobile": width < 900})
+        driver.execute_script("document.getElementById('tab-model').click(); document.getElementById('detail').scrollIntoView();")
+        driver.save_screenshot(str(screens / f"{width}x{height}-edit.png"))
+        seen = driver.execute_script(layout)
+        check(not (seen["sideways"] or seen["wide"]), f"{width}x{height} edit mode: {seen}")
     print(f"page test passed: {len(rows)} models, lookup, model view, {lint_count} lint findings, "
           f"the calculator, layout at 1280x800 and 390x844 (screenshots in {screens})")
 finally:

@@ -26,7 +26,7 @@ extern "C" {
 // ("db", "model", "vendor", "group"); the answer is eval's.
 char* orvx_web_picture(orvx_web_db* w, std::size_t index, const char* request) {
   // The module runs on one thread: one reader and codec serve every call.
-  static orvdb::json::Reader reader;
+  static orvx::json::Reader reader;
   static orvdb::PictureCodec codec;
   static orvdb::PictureRequest q;
   std::string out;
