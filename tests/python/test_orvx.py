@@ -122,7 +122,12 @@ class Package(unittest.TestCase):
                     (lambda: record.info(0x9999), KeyError, "0x9999"),
                     (lambda: db["Vantor LP-1200"], TypeError, "db.lookup('Vantor LP-1200')"),
                     (lambda: record.size_list(300), ValueError, "0 to 255"),
-                    (lambda: record.flag("IsColourPrinter"), KeyError, "IsColorPrinter")]):
+                    (lambda: record.flag("IsColourPrinter"), KeyError, "IsColorPrinter"),
+                    (lambda: db.set(2, "Info0301", 1.5), ValueError, 'key "Info0301": expected an integer'),
+                    (lambda: db.set(2, "ModelName", {1}), ValueError, "not JSON serializable"),
+                    (lambda: db.move(0, 59), IndexError, "out of range"),
+                    (lambda: db.insert(0, "Vantor"), TypeError, "a dict or a Record"),
+                    (lambda: db.save(form="xml"), ValueError, '"dat" or "json"')]):
                 with self.subTest(row=i), self.assertRaises(error) as raised:
                     use()
                 self.assertIn(text, str(raised.exception))
