@@ -3,12 +3,16 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <cstdlib>
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "orvx/afx_registry.h"
 #include "orvx/registry_check.h"
 #include "orvx/comm_store.h"
 #include "registry/reg_store.h"
+#include "registry/win32_refusal.h"
 #include "registry_fixture.h"
 
 using orvx_test::BinaryValue;
@@ -258,4 +262,61 @@ TEST_F(Store, AnEnumerationWithoutEitherHalfOfItsNameBufferIsRefused) {
   EXPECT_EQ(RegEnumValueA(key, 0, nullptr, &length, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_PARAMETER);
   EXPECT_EQ(RegEnumValueA(key, 0, name, nullptr, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_PARAMETER);
   RegCloseKey(key);
+}
+
+#if !defined(_WIN32)
+// Where each hive's store is when no file was set: the environment's, else the usual places.
+TEST(StorePath, DefaultsFollowTheEnvironment) {
+  struct Case {
+    const char *hklm, *hkcu, *xdg, *home;
+    std::string machine, user;
+  };
+  const Case cases[] = {
+      {"/m.reg", "/u.reg", "/x", "/h", "/m.reg", "/u.reg"},
+      {"", "", "/x", "/h", "/etc/orvx/hklm.reg", "/x/orvx/hkcu.reg"},
+      {nullptr, nullptr, "", "/h", "/etc/orvx/hklm.reg", "/h/.config/orvx/hkcu.reg"},
+      {nullptr, nullptr, nullptr, "", "/etc/orvx/hklm.reg", "./.config/orvx/hkcu.reg"},
+      {nullptr, nullptr, nullptr, nullptr, "/etc/orvx/hklm.reg", "./.config/orvx/hkcu.reg"},
+  };
+  const char* names[] = {"ORVX_HKLM_FILE", "ORVX_HKCU_FILE", "XDG_CONFIG_HOME", "HOME"};
+  std::optional<std::string> saved[4];
+  for (int n = 0; n < 4; ++n)
+    if (const char* v = std::getenv(names[n])) saved[n] = v;
+  for (const Case& c : cases) {
+    const char* values[] = {c.hklm, c.hkcu, c.xdg, c.home};
+    for (int n = 0; n < 4; ++n) values[n] ? setenv(names[n], values[n], 1) : unsetenv(names[n]);
+    EXPECT_EQ(orvx::host::RegistryFile(HKEY_LOCAL_MACHINE), c.machine);
+    EXPECT_EQ(orvx::host::RegistryFile(HKEY_CURRENT_USER), c.user);
+  }
+  for (int n = 0; n < 4; ++n) saved[n] ? setenv(names[n], saved[n]->c_str(), 1) : unsetenv(names[n]);
+}
+#endif
+
+// The words the Windows build gives for the platform registry's answers.
+TEST(StorePath, PlatformRefusalsInWords) {
+  namespace w = orvx::registry::win32;
+  struct Case {
+    LONG result;
+    const char *subKey, *name;
+    orvx::Status::Code code;
+    const char* message;
+  };
+  const Case cases[] = {
+      {ERROR_SUCCESS, "K", nullptr, orvx::Status::None, ""},
+      {ERROR_FILE_NOT_FOUND, "Software\\K", nullptr, orvx::Status::NotFound, "Software\\K: not found (error 2)"},
+      {ERROR_MORE_DATA, nullptr, "v", orvx::Status::ValueTooLarge, "the value \"v\": "},
+      {ERROR_INVALID_NAME, nullptr, "", orvx::Status::Argument, "the default value: "},
+      {ERROR_INVALID_PARAMETER, "K", nullptr, orvx::Status::Argument, "K: "},
+      {ERROR_INVALID_HANDLE, "K", nullptr, orvx::Status::Argument, "K: "},
+      {w::kNotEnoughMemory, "K", nullptr, orvx::Status::Memory, "(error 8)"},
+      {w::kOutOfMemory, "K", nullptr, orvx::Status::Memory, "(error 14)"},
+      {ERROR_REGISTRY_CORRUPT, "K", nullptr, orvx::Status::BadStore, "(error 1015)"},
+      {ERROR_ACCESS_DENIED, "K", nullptr, orvx::Status::Registry, "(error 5)"},
+  };
+  for (const Case& c : cases) {
+    const orvx::Status s = w::Outcome(c.result, c.subKey, c.name);
+    EXPECT_EQ(s.code, c.code) << c.result;
+    EXPECT_EQ(s.osError, c.code == orvx::Status::None ? 0 : c.result);
+    EXPECT_NE(s.message.find(c.message), std::string::npos) << s.message;
+  }
 }
