@@ -60,8 +60,9 @@ class NameIndex {
     const std::uint64_t r = static_cast<std::uint64_t>(p & kPrime) + static_cast<std::uint64_t>(p >> 61);
     return r >= kPrime ? r - kPrime : r;
   }
+  // A zero byte adds nothing, and needs not: the key holds the length.
   std::uint64_t Push(std::uint64_t h, char c) const {
-    const std::uint64_t r = MulMod(h, base_) + static_cast<unsigned char>(c) + 1;
+    const std::uint64_t r = MulMod(h, base_) + static_cast<unsigned char>(c);
     return r >= kPrime ? r - kPrime : r;
   }
   // The hash of a name of `length` bytes whose polynomial hash is `h`.
