@@ -52,7 +52,8 @@ const state = {
   config: emptyConfig(),
 };
 
-globalThis.workbench = { get db() { return state.db; } };
+// `row(k)`: the catalogue's row at position k of the rows shown, scrolled to and drawn.
+globalThis.workbench = { get db() { return state.db; }, row: (k) => focusRow(k) };
 
 function emptyConfig() {
   return { entry: "GetPictureIDEx", inTrays: [], outTrays: [], options: [], docOptions: [], duplexUnit: 0, outputUnit: 0, strings: {} };
@@ -91,11 +92,11 @@ function openBytes(bytes, name, file = name) {
   state.selected = null;
   offerKept(bytes instanceof Uint8Array ? bytes : new Uint8Array(bytes), name);
   fillFilters();
+  $("main").hidden = false;  // shown first: the catalogue draws the rows its box has room for
   renderCatalogue();
   renderLint();
   renderChanges();
   renderEditBar();
-  $("main").hidden = false;
   status(`${summary()} Opened in ${Math.round(performance.now() - started)} ms.`);
   if (state.rows.length) selectRecord(0);
   else $("model-view").innerHTML = '<p class="muted">The database has no records.</p>';
@@ -162,12 +163,38 @@ const SORT_KEYS = {
   lint: (r) => r.lint,
 };
 
-const FIRST_ROWS = 300;
+// The catalogue draws only the rows in its scroll box and a margin around
+// them: a spacer row above and one below stand for the others, at the heights
+// rows of the same content had when drawn at this width (a guess, the mean,
+// until one was). Laying out 10,000 rows after each edit would cost a second.
+const list = {
+  heights: new Map(),          // a row's content (rowKey) → its height in px at list.width
+  keys: new WeakMap(),         // a row → its rowKey, made once per row object
+  guess: 30,                   // px, for rows of a content not drawn yet
+  width: 0,
+  tops: new Float64Array(1),   // tops[k]: where shown row k starts below the header; tops[n]: all of them
+  first: 0, end: 0,            // the shown rows drawn: [first, end)
+  sizers: "",                  // the sizer rows drawn
+  measuring: false,            // a measurement is due at the next frame
+  view: { top: 0, height: 0, head: 0 },  // the box as last read: rows' coordinate at its top, its height, the header above the rows
+};
+const MARGIN = 400;  // px drawn beyond each edge of the box
 
-function catalogueRows(rows) {
+function rowKey(r) {
+  let key = list.keys.get(r);
+  if (key === undefined) {
+    // Wide, a name is one line (the columns' widths are the sizers'): rows differing only there are as tall.
+    key = [list.view.head ? r.name : "", r.flags, r.lint, ruleText(r.rules.GetPictureID), ruleText(r.rules.GetPictureIDEx)].join("\n");
+    list.keys.set(r, key);
+  }
+  return key;
+}
+
+// `first`: the position in state.shown of rows[0]; null for sizer rows.
+function catalogueRows(rows, first) {
   const selected = state.selected ? state.selected.index : -1;
-  return rows.map((r) =>
-    `<tr tabindex="0" data-index="${r.index}"${r.index === selected ? ' aria-selected="true"' : ""}>` +
+  return rows.map((r, k) => (first === null ? '<tr class="sizer" aria-hidden="true">'
+    : `<tr tabindex="0" data-index="${r.index}" data-pos="${first + k}" aria-rowindex="${first + k + 2}"${r.index === selected ? ' aria-selected="true"' : ""}>`) +
     `<td>${r.index}</td><td>${r.name ? esc(r.name) : '<span class="muted">(empty name)</span>'}</td><td>${r.vendor}</td><td>${r.group}</td>` +
     `<td>${ruleHtml(r.rules.GetPictureID)}</td><td>${ruleHtml(r.rules.GetPictureIDEx)}</td>` +
     `<td>${r.flagNames.map((f) => `<span class="badge">${f}</span>`).join("")}` +
@@ -175,15 +202,21 @@ function catalogueRows(rows) {
     `<td>${r.lint ? `<span class="lint-mark" title="${r.lint} lint finding${r.lint > 1 ? "s" : ""}">⚠ ${r.lint}</span>` : ""}</td></tr>`).join("");
 }
 
-const sameRow = (a, b) => a.index === b.index && a.name === b.name && a.vendor === b.vendor && a.group === b.group &&
-  a.flags === b.flags && a.lint === b.lint && ruleText(a.rules.GetPictureID) === ruleText(b.rules.GetPictureID) &&
-  ruleText(a.rules.GetPictureIDEx) === ruleText(b.rules.GetPictureIDEx);
+// Rows of the widest content of each column, laid out but collapsed, so the
+// columns are as wide as the whole catalogue needs whichever rows are drawn.
+function sizerRows() {
+  const best = [], most = [];
+  for (const r of state.rows) {
+    const sizes = [r.name.length, ruleText(r.rules.GetPictureID).length, ruleText(r.rules.GetPictureIDEx).length,
+      r.flagNames.length, r.index, r.vendor, r.group];
+    sizes.forEach((v, c) => { if (!(v <= most[c])) most[c] = v, best[c] = r; });
+  }
+  return catalogueRows([...new Set(best)], null);
+}
 
-// After an edit (`patch`), when the rows shown are the same records in the same
-// order, only the rows that changed are written again: a long catalogue is not
-// laid out anew for one field.
-function renderCatalogue(patch = false) {
-  const before = state.shown;
+// After a change of the rows shown (a filter, a sort, an edit), scrolled to
+// the top when `top`.
+function renderCatalogue(top = true) {
   const text = $("search").value.toLowerCase();
   const vendor = $("vendor-filter").value, group = $("group-filter").value, flag = $("flag-filter").value;
   const lintOnly = $("lint-filter").checked;
@@ -196,26 +229,113 @@ function renderCatalogue(patch = false) {
     const x = key(a), y = key(b);
     return (x < y ? -1 : x > y ? 1 : a.index - b.index) * state.sort.dir;
   });
-  // The first rows show at once; a long catalogue's others follow in the next task.
-  const body = $("catalogue-table").tBodies[0];
-  if (patch && before.length === state.shown.length && before.every((r, k) => r.index === state.shown[k].index)) {
-    const rows = body.rows;
-    for (let k = 0; k < rows.length; k++)
-      if (!sameRow(before[k], state.shown[k])) rows[k].outerHTML = catalogueRows([state.shown[k]]);
-    $("row-count").textContent = `${state.shown.length} of ${state.rows.length} models shown`;
-    return renderLookup();
+  if (list.heights.size > 2 * state.rows.length + 1000) list.heights.clear();  // kept to the contents seen lately
+  layoutRows();
+  const body = $("catalogue-table").tBodies[0], sizers = sizerRows();
+  if (sizers !== list.sizers || !body.rows.length) {
+    body.innerHTML = `<tr class="spacer" aria-hidden="true"><td colspan="8"></td></tr><tr class="spacer" aria-hidden="true"><td colspan="8"></td></tr>${sizers}`;
+    list.sizers = sizers;
   }
-  const generation = ++state.renders;
-  body.innerHTML = catalogueRows(state.shown.slice(0, FIRST_ROWS));
-  if (state.shown.length > FIRST_ROWS) {
-    setTimeout(() => {
-      if (generation === state.renders) body.insertAdjacentHTML("beforeend", catalogueRows(state.shown.slice(FIRST_ROWS)));
-    });
-  }
+  list.first = list.end = 0;
+  if (top) $("catalogue-wrap").scrollTop = 0, list.view.top = -list.view.head;
+  drawRows();
+  $("catalogue-table").setAttribute("aria-rowcount", state.shown.length + 1);
   $("row-count").textContent = `${state.shown.length} of ${state.rows.length} models shown`;
   for (const th of document.querySelectorAll("#catalogue-table th"))
     th.setAttribute("aria-sort", th.dataset.key === state.sort.key ? (state.sort.dir > 0 ? "ascending" : "descending") : "none");
   renderLookup();
+}
+
+function layoutRows() {
+  const shown = state.shown, tops = new Float64Array(shown.length + 1);
+  for (let k = 0; k < shown.length; k++) tops[k + 1] = tops[k] + (list.heights.get(rowKey(shown[k])) ?? list.guess);
+  list.tops = tops;
+}
+
+// The first shown row that ends below `y` (px below the header).
+function rowAt(y) {
+  let lo = 0, hi = state.shown.length;
+  while (lo < hi) {
+    const mid = (lo + hi) >> 1;
+    if (list.tops[mid + 1] > y) hi = mid;
+    else lo = mid + 1;
+  }
+  return lo;
+}
+
+// Reads the box (which lays the page out): after a scroll, a resize, a measurement. The
+// header stays on top of the rows while wide; on a phone it scrolls away above them.
+function readView(wrap) {
+  const head = $("catalogue-table").tHead;
+  list.view.head = getComputedStyle(head.rows[0].cells[0]).position === "sticky" ? 0 : head.offsetHeight;
+  list.view.top = wrap.scrollTop - list.view.head;
+  list.view.height = wrap.clientHeight - (head.offsetHeight - list.view.head);
+  return list.view.top;
+}
+
+// Draws the rows the box shows with their margin; on a scroll (`scrolled`),
+// only when the rows drawn no longer cover the box and half the margin.
+function drawRows(scrolled = false) {
+  const wrap = $("catalogue-wrap"), body = $("catalogue-table").tBodies[0], n = state.shown.length;
+  const y = list.view.top, h = list.view.height || 800;
+  if (scrolled && list.first < list.end && (list.first === 0 || list.tops[list.first] <= y - MARGIN / 2) &&
+      (list.end === n || list.tops[list.end] >= y + h + MARGIN / 2)) return;
+  const first = rowAt(y - MARGIN), end = Math.min(n, rowAt(y + h + MARGIN) + 1);
+  const focused = document.activeElement?.closest?.("#catalogue-table tr[data-pos]")?.dataset.pos;
+  const [above, below] = body.querySelectorAll("tr.spacer");
+  while (above.nextElementSibling !== below) above.nextElementSibling.remove();
+  above.insertAdjacentHTML("afterend", catalogueRows(state.shown.slice(first, end), first));
+  list.first = first;
+  list.end = end;
+  above.style.height = `${list.tops[first]}px`;
+  below.style.height = `${list.tops[n] - list.tops[end]}px`;
+  // Measured when the frame is laid out anyway, after whatever else the same task changes.
+  if (!list.measuring) {
+    list.measuring = true;
+    requestAnimationFrame(() => {
+      list.measuring = false;
+      const [top, bottom] = body.querySelectorAll("tr.spacer");
+      if (top) measureRows(wrap, top, bottom);
+    });
+  }
+  const again = focused !== undefined && body.querySelector(`tr[data-pos="${focused}"]`);
+  if (again) again.focus({ preventScroll: true });
+}
+
+// Heights of the rows drawn, for every row of the same content; the row at
+// the box's top stays where it is when the guesses above it change.
+function measureRows(wrap, above, below) {
+  if (!wrap.clientHeight) return;  // not shown: nothing to measure
+  let changed = wrap.clientWidth !== list.width;
+  if (changed) list.heights.clear(), list.keys = new WeakMap(), list.width = wrap.clientWidth;
+  for (let tr = above.nextElementSibling, k = list.first; tr !== below; tr = tr.nextElementSibling, k++) {
+    const key = rowKey(state.shown[k]), h = tr.getBoundingClientRect().height;
+    if (list.heights.get(key) !== h) list.heights.set(key, h), changed = true;
+  }
+  if (changed || !list.heights.size) {
+    let sum = 0;
+    for (const h of list.heights.values()) sum += h;
+    if (list.heights.size) list.guess = sum / list.heights.size;
+    const y = readView(wrap), anchor = rowAt(y), old = list.tops[anchor];
+    layoutRows();
+    const shift = list.tops[anchor] - old;
+    if (shift) wrap.scrollTop += shift, readView(wrap);
+  }
+  above.style.height = `${list.tops[list.first]}px`;
+  below.style.height = `${list.tops[state.shown.length] - list.tops[list.end]}px`;
+  if (changed) drawRows(true);  // rows shorter than guessed may leave the box's edge bare
+}
+
+// Shows the row at position `k` of the shown rows whole in the box, and gives it the focus.
+function focusRow(k) {
+  const wrap = $("catalogue-wrap"), y = readView(wrap), { head, height } = list.view;
+  if (list.tops[k] < y) wrap.scrollTop = list.tops[k] + head;
+  else if (list.tops[k + 1] > y + height) wrap.scrollTop = list.tops[k + 1] - height + head;
+  readView(wrap);
+  drawRows(true);
+  const tr = $("catalogue-table").tBodies[0].querySelector(`tr[data-pos="${k}"]`);
+  if (tr) tr.focus({ preventScroll: true });
+  return tr;
 }
 
 function renderLookup() {
@@ -567,7 +687,7 @@ function refresh(index) {
   state.rows = state.db.records();
   state.findings = state.db.lint();
   fillFilters();
-  renderCatalogue(true);
+  renderCatalogue(false);
   renderLint();
   if (state.rows.length) selectRecord(Math.max(0, Math.min(index, state.rows.length - 1)), true);
   else {
@@ -841,9 +961,15 @@ function wire() {
     const tr = e.target.closest("tr[data-index]");
     if (!tr) return;
     if (e.key === "Enter" || e.key === " ") { e.preventDefault(); selectRecord(+tr.dataset.index); }
-    if (e.key === "ArrowDown" && tr.nextElementSibling) { e.preventDefault(); tr.nextElementSibling.focus(); }
-    if (e.key === "ArrowUp" && tr.previousElementSibling) { e.preventDefault(); tr.previousElementSibling.focus(); }
+    const to = +tr.dataset.pos + ({ ArrowDown: 1, ArrowUp: -1 }[e.key] ?? NaN);
+    if (to >= 0 && to < state.shown.length) { e.preventDefault(); focusRow(to); }
   });
+  const wrap = $("catalogue-wrap");
+  wrap.addEventListener("scroll", () => { readView(wrap); drawRows(true); }, { passive: true });
+  // A new width gives rows new heights; a new height wants more rows.
+  new ResizeObserver(() => {
+    if (state.db && wrap.clientHeight) readView(wrap), drawRows(wrap.clientWidth === list.width);
+  }).observe(wrap);
   document.addEventListener("click", (e) => {
     const link = e.target.closest("button.link[data-index]");
     if (link) selectRecord(+link.dataset.index), showTab("tab-model", true);
