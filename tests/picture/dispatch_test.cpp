@@ -1,6 +1,7 @@
 // Choice of rule.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <sstream>
 
@@ -37,5 +38,17 @@ TEST(Dispatch, RuleChoiceForEveryGroup) {
         EXPECT_EQ(r.fixedResult, fixed ? 0x800u : 0u);
       }
     }
+  }
+}
+
+// A rule's own rows for document units list the bit the unit sets, as its step credits it.
+TEST(Dispatch, DocumentUnitRowsListTheirBits) {
+  for (const auto& [group, test] : {std::pair{17, "vendor 2 and a document unit"},
+                                    std::pair{29, "a document unit: replaces the start value"}}) {
+    const auto* rows = orvx::PictureRuleRows(orvx::ChoosePictureRule(2, group, true).rule);
+    ASSERT_NE(rows, nullptr);
+    EXPECT_TRUE(std::any_of(rows->begin(), rows->end(), [&](const orvx::PictureRuleRow& r) {
+      return r.table == orvx::PictureTraceStep::Rule && r.test == test && r.bits == 0x4000000u;
+    })) << group;
   }
 }

@@ -99,6 +99,7 @@ TEST_F(Store, EachValueIsWrittenInTheFormThatKeepsItsTypeAndBytes) {
       {{"v", REG_EXPAND_SZ, {'%', 0}}, "\"v\"=hex(2):25,00"},
       {{"v", REG_BINARY, {}}, "\"v\"=hex:"},
       {{"v", REG_NONE, {7}}, "\"v\"=hex(0):07"},
+      {{"v", 0x1234abcd, {7}}, "\"v\"=hex(1234abcd):07"},  // a type as wide as its field
   };
   for (const auto& [value, line] : cases) {
     SCOPED_TRACE(line);
