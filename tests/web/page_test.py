@@ -8,7 +8,7 @@ in WORKDIR/screens for a person to look at.
 
 usage: page_test.py ORVDB ORVDB.dat MODELS.json WORKDIR
 (ORVX_WEB=DIR: the web assets orvdb html inlines, instead of its default folders)"""
-import json, os, subprocess, sys, tempfile
+import base64, json, os, subprocess, sys, tempfile
 from pathlib import Path
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
@@ -18,6 +18,11 @@ from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.support.ui import WebDriverWait
 
 orvdb, sample_db, models_json, work = sys.argv[1:5]
+# The Python package over this build's library, for the edit scripts.
+here = Path(__file__).resolve().parent
+sys.path[:0] = [str(here.parents[1] / "python"), str(here.parent / "faces")]
+os.environ.setdefault("ORVX_LIBRARY", str(Path(orvdb).resolve().parents[1] / "src" / "liborvx.so"))
+from edit_scripts import scripts as edit_scripts  # noqa: E402
 work = Path(work)
 work.mkdir(parents=True, exist_ok=True)
 
@@ -105,6 +110,13 @@ try:
     # Picture calls through window.orvx answer as orvdb eval does: tests/faces/picture_faces.py.
     driver.execute_script("window.testDb = orvx.open(Uint8Array.from(atob(document.getElementById('orvx-db')"
                           ".textContent.trim()), c => c.charCodeAt(0)));")
+
+    # The edit differential's first scripts (tests/faces/edit_scripts.py: Python and `orvdb build`
+    # agree on their bytes) through window.orvx in the browser.
+    for number, (script, expected) in enumerate(edit_scripts(orvdb, sample_db, 5, 35)[0]):
+        got = driver.execute_script("""const db = orvx.open(testDb.save('dat')); db.apply(arguments[0]);
+            const b = db.save('dat'); db.close(); return btoa(Array.from(b, (c) => String.fromCharCode(c)).join(''));""", script)
+        check(base64.b64decode(got) == expected, f"edit script {number} through window.orvx")
 
     # In the bundled ORVDB.dat: flag badges by their full names, as export names the flags; every
     # chip of the calculator is a name its rule takes (alone, or as the last of four trays for rows
