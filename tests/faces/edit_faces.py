@@ -34,13 +34,11 @@ assert db.save() == opened, "a change undone by hand is not the opened file"
 
 module = os.path.join(os.path.dirname(os.path.abspath(__file__)), "web_edits.mjs")
 if os.path.exists(os.path.join(web, "orvx_wasm.js")):
-    for number, (script, expected) in enumerate(scripts):
-        src, out = os.path.join(work, "s.json"), os.path.join(work, "w.dat")
-        with open(src, "w", encoding="utf-8") as f:
-            json.dump(script, f)
-        subprocess.run(["node", module, web, db_path, "--apply", src, out], check=True,
-                       env={**os.environ, "NODE_PATH": "/usr/share/nodejs"})
-        assert open(out, "rb").read() == expected, f"script {number}: the page's module differs"
+    listed = os.path.join(work, "scripts.json")
+    with open(listed, "w", encoding="utf-8") as f:
+        json.dump([[script, expected.hex()] for script, expected in scripts], f)
+    subprocess.run(["node", module, web, db_path, orvdb, listed], check=True,
+                   env={**os.environ, "NODE_PATH": "/usr/share/nodejs"})
     faces = "Python, build and the page's module"
 else:
     faces = f"Python and build (no orvx_wasm.js in {web}: the module's face left out)"
