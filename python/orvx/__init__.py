@@ -828,8 +828,7 @@ class Record:
         the flags that are set after "Flags", and the size lists as
         ``[{"tray": number or name, "sizes": [codes]}]`` (None: no block; the
         block's bytes, length byte first, when it does not read as trays)."""
-        return _json.loads(_sized(lambda h, out, capacity, size, err: _record_json(h, out, capacity, size, err),
-                                  self._h()))
+        return _json.loads(_sized(_record_json, self._h()))
 
     @_holding
     def size_lists(self):
