@@ -729,6 +729,7 @@ int orvx_db_set_size_lists(orvx_db* db, size_t index, const orvx_size_list* list
     std::vector<orvx::TraySizes> trays(count);
     for (size_t i = 0; i < count; ++i) {
       const orvx_size_list& l = lists[i];
+      // More codes than the buffer holds can never fit a block: the encoder refuses the buffer's worth.
       const size_t n = std::min(l.size_count, sizeof l.sizes);
       trays[i] = {l.tray < 0, l.tray < 0 ? orvx::kNamedSizeList : l.tray,
                   l.tray < 0 ? std::string(l.name, strnlen(l.name, sizeof l.name)) : "", {l.sizes, l.sizes + n}};

@@ -379,6 +379,9 @@ static void test_editing(const unsigned char* sample, size_t size, const char* s
   strcpy(lists[1].name, "Cassette");
   lists[1].size_count = 60;
   CHECK(orvx_db_set_size_lists(db, 1, lists, 2, &err) == ORVX_E_ARGUMENT && strstr(err.message, "entry 1: the block grows to 274") != NULL);
+  lists[0].size_count = 257;
+  CHECK(orvx_db_set_size_lists(db, 1, lists, 1, &err) == ORVX_E_ARGUMENT && strstr(err.message, "model 1 (\"Vantor LP-1100\"), key \"InTraySPSZSizeList\": entry 0: the block grows to 259") != NULL);
+  lists[0].size_count = 200;
   CHECK(orvx_db_write(db, bytes, size, &n, &err) == ORVX_OK && n == size && memcmp(bytes, sample, size) == 0);
 
   CHECK(orvx_db_set_field(db, 1, 8, -1, &err) == ORVX_OK && orvx_record_field(orvx_db_record(db, 1), 8, &value) == ORVX_OK && value == -1);
