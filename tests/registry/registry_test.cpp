@@ -47,6 +47,7 @@ const char* kExport =
     "  10,20\r\n"
     "\"Expand\"=hex(2):25,00\r\n"
     "\"Empty\"=hex:\r\n"
+    "\"Wide\"=hex(1234abcd):07\r\n"
     "\r\n"
     "[HKEY_CURRENT_USER\\Software\\Acme\\Other]\r\n"
     "\"X\"=dword:1\r\n"
@@ -61,7 +62,7 @@ TEST_F(Store, ReadsEveryValueFormInFileOrder) {
   EXPECT_EQ(Values(kUser, "software\\ACME\\app"),
             (std::vector<RegValue>{StringValue("", "default"), StringValue("Path", "C:\\Program Files\\\"Acme\""),
                                    DwordValue("Count", 10), BinaryValue("Blob", {1, 2, 0xFF, 0x10, 0x20}),
-                                   {"Expand", REG_EXPAND_SZ, {0x25, 0}}, BinaryValue("Empty", {})}));
+                                   {"Expand", REG_EXPAND_SZ, {0x25, 0}}, BinaryValue("Empty", {}), {"Wide", 0x1234abcd, {7}}}));
 }
 
 TEST_F(Store, WritingKeepsEverythingElseAndItsOrder) {
@@ -99,7 +100,6 @@ TEST_F(Store, EachValueIsWrittenInTheFormThatKeepsItsTypeAndBytes) {
       {{"v", REG_EXPAND_SZ, {'%', 0}}, "\"v\"=hex(2):25,00"},
       {{"v", REG_BINARY, {}}, "\"v\"=hex:"},
       {{"v", REG_NONE, {7}}, "\"v\"=hex(0):07"},
-      {{"v", 0x1234abcd, {7}}, "\"v\"=hex(1234abcd):07"},  // a type as wide as its field
   };
   for (const auto& [value, line] : cases) {
     SCOPED_TRACE(line);
