@@ -1,6 +1,7 @@
 // UTF-8 and UTF-16 at their boundaries, hex digits and case folding.
 #include <gtest/gtest.h>
 
+#include "orvx/json_reader.h"
 #include "orvx/text.h"
 
 namespace text = orvx::text;
@@ -94,4 +95,24 @@ TEST(Text, HexAndLetterCase) {
   EXPECT_TRUE(text::EqualNoCase("Cassette 1", "cASSETTE 1"));
   EXPECT_FALSE(text::EqualNoCase("Cassette 1", "Cassette 1 "));
   EXPECT_FALSE(text::EqualNoCase("[", "{"));
+}
+
+// The JSON reader's \u escapes: a pair decodes to one code point; any broken
+// half, or a digit that is no hex digit in either half, is refused.
+TEST(Text, JsonEscapesAndSurrogatePairs) {
+  const std::pair<const char*, const char*> cases[] = {
+      {R"("\u00e9\ud83d\ude00")", "\xC3\xA9\xF0\x9F\x98\x80"},
+      {R"("\ud83d\ude00x")", "\xF0\x9F\x98\x80x"},
+      {R"("\ud83d")", nullptr},        {R"("\ud83d\u0041")", nullptr}, {R"("\ud83dx\ude00")", nullptr},
+      {R"("\ud83d/ude00")", nullptr},  {R"("\ud83d\ue000")", nullptr}, {R"("\ud83d\uZe00")", nullptr},
+      {R"("\ud83d\udZ00")", nullptr},  {R"("\ud83d\ude0Z")", nullptr}, {R"("\ude00")", nullptr},
+      {R"("\u00eZ")", nullptr},        {R"("\u00e")", nullptr},
+  };
+  for (const auto& [text, decoded] : cases) {
+    orvx::json::Reader reader;
+    EXPECT_EQ(reader.Parse(text), decoded != nullptr) << text << ": " << reader.Error();
+    if (decoded) {
+      EXPECT_EQ(orvx::json::String(reader.Root()), decoded) << text;
+    }
+  }
 }
