@@ -43,8 +43,9 @@ TEST(Dispatch, RuleChoiceForEveryGroup) {
 
 // A rule's own rows for document units list the bit the unit sets, as its step credits it.
 TEST(Dispatch, DocumentUnitRowsListTheirBits) {
-  for (const auto& [group, test] : {std::pair{17, "vendor 2 and a document unit"},
-                                    std::pair{29, "a document unit: replaces the start value"}}) {
+  for (const auto& [group, wanted] : {std::pair{17, "vendor 2 and a document unit"},
+                                      std::pair{29, "a document unit: replaces the start value"}}) {
+    const std::string test = wanted;  // a lambda may not capture a structured binding before C++20 in every compiler
     const auto* rows = orvx::PictureRuleRows(orvx::ChoosePictureRule(2, group, true).rule);
     ASSERT_NE(rows, nullptr);
     EXPECT_TRUE(std::any_of(rows->begin(), rows->end(), [&](const orvx::PictureRuleRow& r) {

@@ -1,6 +1,8 @@
 // UTF-8 and UTF-16 at their boundaries, hex digits and case folding.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "orvx/json_reader.h"
 #include "orvx/text.h"
 
@@ -115,4 +117,23 @@ TEST(Text, JsonEscapesAndSurrogatePairs) {
       EXPECT_EQ(orvx::json::String(reader.Root()), decoded) << text;
     }
   }
+}
+
+// Past sixteen members the reader finds members through its hash table, which a
+// second text reuses: the last of a repeated name wins, and the first text's names are gone.
+TEST(Text, JsonMembersOfALargeObject) {
+  orvx::json::Reader reader;
+  std::string text = "{";
+  for (int i = 0; i < 20; ++i) text += "\"k" + std::to_string(i) + "\":" + std::to_string(i) + ",";
+  ASSERT_TRUE(reader.Parse(text + "\"k3\":33}"));
+  EXPECT_EQ(reader.MemberCount(), 20u);
+  ASSERT_NE(reader.Find("k3"), nullptr);
+  EXPECT_EQ(reader.Find("k3")->text, "33");
+  ASSERT_NE(reader.Find("k19"), nullptr);
+  EXPECT_EQ(reader.Find("k20"), nullptr);
+  text = "{";
+  for (int i = 0; i < 20; ++i) text += "\"j" + std::to_string(i) + "\":" + std::to_string(i) + ",";
+  ASSERT_TRUE(reader.Parse(text + "\"j\":0}"));
+  EXPECT_EQ(reader.Find("k3"), nullptr);
+  ASSERT_NE(reader.Find("j19"), nullptr);
 }
