@@ -108,7 +108,7 @@ TEST(Text, JsonEscapesAndSurrogatePairs) {
       {R"("\ud83d")", nullptr},        {R"("\ud83d\u0041")", nullptr}, {R"("\ud83dx\ude00")", nullptr},
       {R"("\ud83d/ude00")", nullptr},  {R"("\ud83d\ue000")", nullptr}, {R"("\ud83d\uZe00")", nullptr},
       {R"("\ud83d\udZ00")", nullptr},  {R"("\ud83d\ude0Z")", nullptr}, {R"("\ude00")", nullptr},
-      {R"("\u00eZ")", nullptr},        {R"("\u00e")", nullptr},
+      {R"("\u00eZ")", nullptr},        {R"("\u00e")", nullptr},       {R"("\ud83d\u0dfff")", nullptr},
   };
   for (const auto& [text, decoded] : cases) {
     orvx::json::Reader reader;
